@@ -1,0 +1,268 @@
+#include <ostrum/Exception.h>
+#include <ostrum/File.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+String Errno() { return String(strerror(errno)); }
+
+bool WriteAllFd(int fd, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t n = ::write(fd, data, size);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        data += n;
+        size -= (size_t)n;
+    }
+    return true;
+}
+} // namespace
+
+// ---- Path ----
+
+Path Path::Branch(bool isDirectory, bool normalize) const {
+    String t = m_Text;
+    if (normalize) {
+        String out;
+        out.reserve(t.size());
+        size_t i = 0;
+        while (i < t.size()) {
+            if (t[i] == '/') {
+                if (out.empty() || out.back() != '/') out.push_back('/');
+                ++i;
+                continue;
+            }
+            size_t j = t.find('/', i);
+            if (j == String::npos) j = t.size();
+            const String part = t.substr(i, j - i);
+            if (part != ".") out += part;
+            else if (j < t.size()) ++j; // drop "./"
+            i = j;
+        }
+        while (out.size() > 1 && out.back() == '/') out.pop_back();
+        t = out;
+    }
+    if (isDirectory) return Path(t);
+    while (t.size() > 1 && t.back() == '/') t.pop_back();
+    const size_t slash = t.rfind('/');
+    if (slash == String::npos) return Path(String());
+    if (slash == 0) return Path(String("/"));
+    return Path(t.substr(0, slash));
+}
+
+String Path::Leaf() const {
+    String t = m_Text;
+    while (t.size() > 1 && t.back() == '/') t.pop_back();
+    if (t == "/") return String();
+    const size_t slash = t.rfind('/');
+    return slash == String::npos ? t : t.substr(slash + 1);
+}
+
+Path& Path::operator/=(const String& name) {
+    if (name.empty()) return *this;
+    if (m_Text.empty()) {
+        m_Text = name;
+        return *this;
+    }
+    const bool endSlash = m_Text.back() == '/';
+    const bool startSlash = name[0] == '/';
+    if (endSlash && startSlash) m_Text += name.substr(1);
+    else if (endSlash || startSlash) m_Text += name;
+    else m_Text += "/" + name;
+    return *this;
+}
+
+// ---- File ----
+
+bool File::Exists(const Path& path) {
+    struct stat st;
+    return !path.IsEmpty() && ::stat(path.c_str(), &st) == 0;
+}
+
+bool File::IsDirectory(const Path& path) {
+    struct stat st;
+    return !path.IsEmpty() && ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+void File::CreateDirectories(const Path& path) {
+    const String& t = path.ToString();
+    if (t.empty()) throw new Exception(k_ErrArgument, "Cannot create folder", "empty path");
+    for (size_t i = 1; i <= t.size(); ++i) {
+        if (i < t.size() && t[i] != '/') continue;
+        const String part = t.substr(0, i);
+        if (::mkdir(part.c_str(), 0755) != 0 && errno != EEXIST)
+            throw new Exception(k_ErrIO, "Cannot create folder", part + ": " + Errno());
+    }
+    if (!IsDirectory(path))
+        throw new Exception(k_ErrIO, "Cannot create folder", t + ": not a folder");
+}
+
+String File::GetUserDir() {
+    String base;
+    const char* xdg = getenv("XDG_CONFIG_HOME");
+    const char* home = getenv("HOME");
+    if (xdg && *xdg == '/') base = xdg;
+    else if (home && *home) base = String(home) + "/.config";
+    if (base.empty())
+        throw new Exception(k_ErrNoUserDir, "No User Folder available",
+                            "neither XDG_CONFIG_HOME nor HOME is set");
+    const String dir = base + "/taviro";
+    try {
+        CreateDirectories(dir);
+    } catch (Exception* e) {
+        const String detail = e->Format();
+        delete e;
+        throw new Exception(k_ErrNoUserDir, "No User Folder available", detail);
+    }
+    return dir;
+}
+
+String File::ReadAll(const Path& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        const uint32_t code = errno == ENOENT ? k_ErrNotFound : k_ErrIO;
+        throw new Exception(code, "Cannot open file", path.ToString() + ": " + Errno());
+    }
+    String out;
+    char buf[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd, buf, sizeof buf);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            const String err = Errno();
+            ::close(fd);
+            throw new Exception(k_ErrIO, "Cannot read file", path.ToString() + ": " + err);
+        }
+        if (n == 0) break;
+        out.append(buf, (size_t)n);
+    }
+    ::close(fd);
+    return out;
+}
+
+void File::AtomicWrite(const Path& path, const String& content) {
+    if (path.IsEmpty()) throw new Exception(k_ErrArgument, "Cannot save file", "no file name");
+    const Path folder = path.Branch(false, false);
+    const String folderText = folder.IsEmpty() ? String(".") : folder.ToString();
+    String tmpl = path.ToString() + ".XXXXXX";
+    std::vector<char> name(tmpl.begin(), tmpl.end());
+    name.push_back('\0');
+    const int fd = ::mkstemp(name.data());
+    if (fd < 0)
+        throw new Exception(k_ErrIO, "Cannot save file", path.ToString() + ": " + Errno());
+    const String tmp(name.data());
+    auto fail = [&](const char* what) {
+        const String err = Errno();
+        ::close(fd);
+        ::unlink(tmp.c_str());
+        throw new Exception(k_ErrIO, "Cannot save file", path.ToString() + ": " + what + ": " + err);
+    };
+    // mkstemp makes 0600; keep what the old file had, else the usual 0666 less umask.
+    struct stat st;
+    mode_t mode;
+    if (::stat(path.c_str(), &st) == 0) mode = st.st_mode & 07777;
+    else {
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        mode = 0666 & ~mask;
+    }
+    if (::fchmod(fd, mode) != 0) fail("chmod");
+    if (!WriteAllFd(fd, content.data(), content.size())) fail("write");
+    if (::fsync(fd) != 0) fail("fsync");
+    if (::close(fd) != 0) {
+        ::unlink(tmp.c_str());
+        throw new Exception(k_ErrIO, "Cannot save file", path.ToString() + ": close: " + Errno());
+    }
+    if (::rename(tmp.c_str(), path.c_str()) != 0) {
+        const String err = Errno();
+        ::unlink(tmp.c_str());
+        throw new Exception(k_ErrIO, "Cannot save file", path.ToString() + ": rename: " + err);
+    }
+    // The rename itself must reach the disk too.
+    const int dfd = ::open(folderText.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dfd >= 0) {
+        ::fsync(dfd);
+        ::close(dfd);
+    }
+}
+
+// ---- streams ----
+
+void OutStream::PutEOL(EOLType type) {
+    if (type == k_EOLDos) Put("\r\n", 2);
+    else Put("\n", 1);
+}
+
+OutFile::OutFile(const Path& path, int mode, bool append, bool syncOnClose, int permissions)
+    : m_Path(path), m_Sync(syncOnClose) {
+    int flags = O_WRONLY | O_CLOEXEC;
+    if (mode & k_FileCreate) flags |= O_CREAT;
+    if ((mode & k_FileAppend) || append) flags |= O_APPEND;
+    else if (mode & k_FileTruncate) flags |= O_TRUNC;
+    m_Fd = ::open(path.c_str(), flags, permissions < 0 ? 0666 : permissions);
+    if (m_Fd < 0)
+        throw new Exception(k_ErrIO, "Cannot open file for writing",
+                            path.ToString() + ": " + Errno());
+    m_Buffer.reserve(65536);
+}
+
+OutFile::~OutFile() {
+    try {
+        Close();
+    } catch (Exception* e) {
+        delete e; // a destructor must not throw; Close() reports to callers who ask
+    }
+}
+
+void OutFile::Put(const char* data, size_t size) {
+    if (m_Fd < 0) throw new Exception(k_ErrIO, "Write to a closed file", m_Path.ToString());
+    if (m_Buffer.size() + size > 65536) Flush();
+    if (size >= 65536) {
+        if (!WriteAllFd(m_Fd, data, size))
+            throw new Exception(k_ErrIO, "Cannot write file", m_Path.ToString() + ": " + Errno());
+        return;
+    }
+    m_Buffer.append(data, size);
+}
+
+void OutFile::Flush() {
+    if (m_Fd < 0 || m_Buffer.empty()) return;
+    const bool ok = WriteAllFd(m_Fd, m_Buffer.data(), m_Buffer.size());
+    m_Buffer.clear();
+    if (!ok) throw new Exception(k_ErrIO, "Cannot write file", m_Path.ToString() + ": " + Errno());
+}
+
+void OutFile::Close() {
+    if (m_Fd < 0) return;
+    String error;
+    try {
+        Flush();
+    } catch (Exception* e) {
+        error = e->GetDetail();
+        delete e;
+    }
+    if (m_Sync && error.empty() && ::fsync(m_Fd) != 0) error = m_Path.ToString() + ": " + Errno();
+    if (::close(m_Fd) != 0 && error.empty()) error = m_Path.ToString() + ": " + Errno();
+    m_Fd = -1;
+    if (!error.empty()) throw new Exception(k_ErrIO, "Cannot write file", error);
+}
+
+// ---- Platform ----
+
+String Platform::GetCurrentUserName() {
+    struct passwd pw;
+    struct passwd* found = nullptr;
+    std::vector<char> buf(16384);
+    if (getpwuid_r(geteuid(), &pw, buf.data(), buf.size(), &found) == 0 && found &&
+        found->pw_name)
+        return String(found->pw_name);
+    const char* user = getenv("USER");
+    return user ? String(user) : String::FromInt((long long)geteuid());
+}
