@@ -1,0 +1,72 @@
+// Small helpers shared by the ostrum unit tests.
+#pragma once
+
+#include <ostrum/Exception.h>
+#include <ostrum/String.h>
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+namespace ostrum_test {
+
+// Runs f, which is expected to throw Exception*; returns it (owned) or null when nothing was
+// thrown, so a test can check code, message and detail and never leaks the pointer.
+template <class F>
+std::unique_ptr<Exception> CatchException(F&& f) {
+    try {
+        f();
+    } catch (Exception* e) {
+        return std::unique_ptr<Exception>(e);
+    }
+    return nullptr;
+}
+
+// The test's private home folder (fresh per test).
+inline String Home() {
+    const char* h = getenv("HOME");
+    return String(h ? h : "");
+}
+
+// Entry names of a folder without "." and "..", sorted.
+inline std::vector<String> ListDir(const String& dir) {
+    std::vector<String> out;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* e = readdir(d)) {
+            const String name(e->d_name);
+            if (name != "." && name != "..") out.push_back(name);
+        }
+        closedir(d);
+    }
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+// Sets or removes an environment variable for one scope and puts the old state back.
+class EnvVar {
+public:
+    explicit EnvVar(const char* name) : m_Name(name) {
+        const char* v = getenv(name);
+        m_Had = v != nullptr;
+        if (v) m_Old = v;
+    }
+    EnvVar(const char* name, const String& value) : EnvVar(name) { Set(value); }
+    ~EnvVar() {
+        if (m_Had) setenv(m_Name.c_str(), m_Old.c_str(), 1);
+        else unsetenv(m_Name.c_str());
+    }
+    void Set(const String& value) { setenv(m_Name.c_str(), value.c_str(), 1); }
+    void Unset() { unsetenv(m_Name.c_str()); }
+    EnvVar(const EnvVar&) = delete;
+    EnvVar& operator=(const EnvVar&) = delete;
+
+private:
+    String m_Name;
+    String m_Old;
+    bool m_Had = false;
+};
+
+} // namespace ostrum_test

@@ -1,0 +1,209 @@
+// Tests with real child processes: SIGKILL during saves, requests between two programs,
+// the crash trace and process signals.
+#include "tests/support/TestEnv.h"
+
+#include <ostrum/Ostrum.h>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <random>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace {
+
+// A child running ostrum_child in one role, with its standard output readable.
+class _Child {
+public:
+    explicit _Child(std::vector<std::string> args) {
+        args.insert(args.begin(), OSTRUM_CHILD);
+        int fds[2];
+        EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
+        std::vector<char*> argv;
+        for (auto& a : args) argv.push_back(&a[0]);
+        argv.push_back(nullptr);
+        EXPECT_EQ(posix_spawn(&m_Pid, OSTRUM_CHILD, &actions, nullptr, argv.data(), environ), 0);
+        posix_spawn_file_actions_destroy(&actions);
+        close(fds[1]);
+        m_Out = fds[0];
+    }
+    ~_Child() {
+        if (m_Pid > 0) {
+            kill(m_Pid, SIGKILL);
+            Wait();
+        }
+        close(m_Out);
+    }
+    // The next line of output, or "" after the time-out or at the end.
+    std::string ReadLine(int timeoutMs = 10000) {
+        const auto deadline = Time::Monotonic() + timeoutMs * 1000LL;
+        for (;;) {
+            const size_t nl = m_Buffer.find('\n');
+            if (nl != std::string::npos) {
+                std::string line = m_Buffer.substr(0, nl);
+                m_Buffer.erase(0, nl + 1);
+                return line;
+            }
+            const int left = (int)((deadline - Time::Monotonic()) / 1000);
+            if (left <= 0) return "";
+            pollfd p{m_Out, POLLIN, 0};
+            if (poll(&p, 1, left) <= 0) continue;
+            char buf[256];
+            const ssize_t n = read(m_Out, buf, sizeof buf);
+            if (n <= 0) return "";
+            m_Buffer.append(buf, (size_t)n);
+        }
+    }
+    void Kill(int sig) { kill(m_Pid, sig); }
+    int Wait() {
+        int status = 0;
+        waitpid(m_Pid, &status, 0);
+        m_Pid = -1;
+        return status;
+    }
+
+private:
+    pid_t m_Pid = -1;
+    int m_Out = -1;
+    std::string m_Buffer;
+};
+
+int CountFilesWithPrefix(const String& folder, const String& prefix) {
+    int n = 0;
+    if (DIR* d = opendir(folder.c_str())) {
+        while (dirent* e = readdir(d))
+            if (String(e->d_name).StartsWith(prefix)) ++n;
+        closedir(d);
+    }
+    return n;
+}
+
+TEST(Process, OptionsFileSurvivesSigkillAtAnyMoment) {
+    const String folder = taviro_test::MakeTempDir("kill");
+    const String file = folder + "/options.ini";
+    std::mt19937 rng(12345);
+    const int kIterations = 250;
+    long lastVersion = 0, versionsSeen = 0;
+    for (int i = 0; i < kIterations; ++i) {
+        _Child child({"save-loop", file});
+        ASSERT_EQ(child.ReadLine(), "ready");
+        // Kill somewhere in the middle of a later save.
+        std::this_thread::sleep_for(std::chrono::microseconds(rng() % 20000));
+        child.Kill(SIGKILL);
+        const int status = child.Wait();
+        ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+
+        IniFile ini{Path(file)};
+        ini.Load(true, true);
+        const long version = ini.GetValue("State", "version", 0L);
+        ASSERT_GT(version, 0) << "iteration " << i << ": the file lost its content";
+        ASSERT_EQ(ini.GetKeys("State").size(), 201u) << "iteration " << i;
+        for (int k = 0; k < 200; ++k)
+            ASSERT_EQ(ini.GetValue("State", SFormat("k%03d", k), ""),
+                      SFormat("%ld-%d-padding-padding-padding", version, k))
+                << "iteration " << i << ": a mix of two versions";
+        if (version != lastVersion) ++versionsSeen;
+        lastVersion = version;
+    }
+    // Temporary files of interrupted saves may stay behind, but the file itself never breaks.
+    printf("kill -9 during saves: %d iterations, %ld distinct versions seen, %d stray temp files\n",
+           kIterations, versionsSeen, CountFilesWithPrefix(folder, "options.ini."));
+    EXPECT_GT(versionsSeen, 10); // the kills really landed at different moments
+}
+
+TEST(Process, RequestsReachAnotherProgramOnItsMainThread) {
+    _Child child({"listen", "peer"});
+    ASSERT_EQ(child.ReadLine(), "ready");
+    ASSERT_TRUE(Application::IsRunning("peer"));
+    Application app(LL_Info, LL_Error);
+    String error;
+
+    EXPECT_TRUE(app.SendRequest(Path("peer"), "EXPECT a b;c", &error)) << error; // name without case
+    EXPECT_FALSE(app.SendRequest(Path("peer"), "EXPECT something else", &error));
+    EXPECT_TRUE(app.SendRequest(Path("peer"), "where", &error)) << "handler not on the main thread: " << error;
+
+    EXPECT_FALSE(app.SendRequest(Path("peer"), "NOSUCH", &error));
+    EXPECT_EQ(error, "Unknown request: NOSUCH");
+    EXPECT_FALSE(app.SendRequest(Path("peer"), "FAIL", &error));
+    EXPECT_EQ(error, "Request refused: FAIL");
+    EXPECT_FALSE(app.SendRequest(Path("peer"), "THROW", &error));
+    EXPECT_EQ(error, "Request failed: THROW: boom: detail");
+
+    // A handler that takes too long: the sender gives up on time instead of hanging.
+    const int64_t start = Time::Monotonic();
+    EXPECT_FALSE(app.SendRequest(Path("peer"), "SLOW", &error, 300));
+    EXPECT_LT(Time::Monotonic() - start, 2500000); // generous: well under the 3 s handler
+    EXPECT_NE(error.find("No answer from peer"), String::npos) << error;
+
+    EXPECT_TRUE(app.SendRequest(Path("peer"), "QUIT", &error, 10000)) << error;
+    EXPECT_TRUE(WIFEXITED(child.Wait()));
+    EXPECT_FALSE(Application::IsRunning("peer"));
+}
+
+TEST(Process, UnreachableProgramFailsFast) {
+    Application app(LL_Info, LL_Error);
+    String error;
+    const int64_t start = Time::Monotonic();
+    EXPECT_FALSE(app.SendRequest(Path("nobody-runs-this"), "COLORS", &error));
+    EXPECT_LT(Time::Monotonic() - start, 1000000);
+    EXPECT_NE(error.find("Program not running: nobody-runs-this"), String::npos) << error;
+
+    // A socket file left by a dead program is no obstacle for a new program of that name.
+    {
+        _Child child({"listen", "phoenix"});
+        ASSERT_EQ(child.ReadLine(), "ready");
+        child.Kill(SIGKILL);
+        child.Wait();
+    }
+    EXPECT_TRUE(File::Exists(Application::RequestSocketPath("phoenix")));
+    EXPECT_FALSE(app.SendRequest(Path("phoenix"), "QUIT", &error));
+    _Child again({"listen", "phoenix"});
+    ASSERT_EQ(again.ReadLine(), "ready");
+    EXPECT_TRUE(app.SendRequest(Path("phoenix"), "QUIT", &error)) << error;
+
+    // Only one program may own a name.
+    _Child first({"listen", "single"});
+    ASSERT_EQ(first.ReadLine(), "ready");
+    _Child second({"listen", "single"});
+    const int status = second.Wait();
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 3);
+    EXPECT_TRUE(app.SendRequest(Path("single"), "QUIT", &error)) << error;
+}
+
+TEST(Process, CrashWritesTheCallTraceIntoTheLog) {
+    const String log = taviro_test::MakeTempDir("crash") + "/crash.log";
+    _Child child({"crash", log});
+    ASSERT_EQ(child.ReadLine(), "ready");
+    const int status = child.Wait();
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGSEGV);
+    const String text = File::ReadAll(log);
+    EXPECT_NE(text.find("FATAL crash: SIGSEGV"), String::npos) << text;
+    const size_t outer = text.find("#0 Outer::Method (");
+    const size_t inner = text.find("#1 Inner::Method (");
+    EXPECT_NE(outer, String::npos) << text;
+    EXPECT_NE(inner, String::npos) << text;
+    EXPECT_LT(outer, inner); // innermost last
+    EXPECT_NE(text.find("child_main.cpp:"), String::npos) << text;
+}
+
+TEST(Process, TermAndIntReachTheExecutable) {
+    for (int sig : {SIGTERM, SIGINT}) {
+        _Child child({"signal"});
+        ASSERT_EQ(child.ReadLine(), "ready");
+        child.Kill(sig);
+        EXPECT_EQ(child.ReadLine(), SFormat("stopped=1 signal=%d", sig));
+        const int status = child.Wait();
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+}
+
+} // namespace
