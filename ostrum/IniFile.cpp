@@ -146,7 +146,7 @@ void IniFile::ParseInto(const String& text) {
         size_t end = text.find('\n', pos);
         if (end == String::npos) end = text.size();
         size_t lineEnd = end;
-        if (lineEnd > pos && text[lineEnd - 1] == '\r') --lineEnd;
+        while (lineEnd > pos && text[lineEnd - 1] == '\r') --lineEnd; // CRLF, or worse
         const String raw = text.substr(pos, lineEnd - pos);
         pos = end + 1;
 
