@@ -34,7 +34,9 @@ void CommandLine::ParseOptions(const std::vector<String>& valueNames,
             break;
         }
         if (a.size() < 3 || a[0] != '-' || a[1] != '-') {
-            if (a.size() > 1 && a[0] == '-')
+            // "-5" is a number, not an option.
+            const bool number = a.size() > 1 && a.find_first_not_of("0123456789.", 1) == String::npos;
+            if (a.size() > 1 && a[0] == '-' && !number)
                 throw new Exception(k_ErrArgument, "Unknown option", a);
             positional.push_back(a);
             continue;
@@ -43,7 +45,8 @@ void CommandLine::ParseOptions(const std::vector<String>& valueNames,
         const String name = a.substr(2, eq == String::npos ? String::npos : eq - 2);
         if (has(valueNames, name)) {
             if (eq != String::npos) options[name] = a.substr(eq + 1);
-            else if (i + 1 < m_Args.size()) options[name] = m_Args[++i];
+            else if (i + 1 < m_Args.size() && !m_Args[i + 1].StartsWith("--"))
+                options[name] = m_Args[++i];
             else throw new Exception(k_ErrArgument, "Option needs a value", "--" + name);
         } else if (has(flagNames, name)) {
             if (eq != String::npos)

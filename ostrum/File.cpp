@@ -71,11 +71,14 @@ Path& Path::operator/=(const String& name) {
         m_Text = name;
         return *this;
     }
-    const bool endSlash = m_Text.back() == '/';
-    const bool startSlash = name[0] == '/';
-    if (endSlash && startSlash) m_Text += name.substr(1);
-    else if (endSlash || startSlash) m_Text += name;
-    else m_Text += "/" + name;
+    // Exactly one separator at the join, however many either side brings.
+    size_t from = 0;
+    while (from < name.size() && name[from] == '/') ++from;
+    const bool root = m_Text.find_first_not_of('/') == String::npos;
+    while (m_Text.size() > 1 && m_Text.back() == '/') m_Text.pop_back();
+    if (root) m_Text = "/";
+    if (m_Text.back() != '/') m_Text.push_back('/');
+    m_Text += name.substr(from);
     return *this;
 }
 

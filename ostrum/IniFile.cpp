@@ -95,9 +95,10 @@ const IniFile::Section* IniFile::Find(const String& name) const {
 
 IniFile::Section& IniFile::Ensure(const String& name) {
     if (Section* s = Find(name)) return *s;
-    for (char c : name)
-        if (c == '\n' || c == '\r')
-            throw new Exception(k_ErrArgument, "Invalid section name", name);
+    // A name must read back as itself: no line breaks, no blanks at its ends.
+    bool bad = IsBlank(name.front()) || IsBlank(name.back());
+    for (char c : name) bad = bad || c == '\n' || c == '\r';
+    if (bad) throw new Exception(k_ErrArgument, "Invalid section name", name);
     m_Sections.emplace_back();
     m_Sections.back().name = name;
     m_Sections.back().created = true;
@@ -400,7 +401,8 @@ bool IniFile::IsModified() const { return m_Generation.load() != m_SavedGenerati
 
 // ---- OptionsFile ----
 
-OptionsFile::~OptionsFile() = default;
+// Changes still held back by a pause are written rather than lost.
+OptionsFile::~OptionsFile() { WriteOut(); }
 
 void OptionsFile::PauseAutoWrite(bool pause) {
     bool write = false;

@@ -28,7 +28,9 @@ String StringTokenizer::Join(const std::vector<String>& items, char delimiter, c
     for (size_t i = 0; i < items.size(); ++i) {
         if (i) out.push_back(delimiter);
         const String& item = items[i];
-        const bool special = item.find(delimiter) != String::npos;
+        // A lone empty item is quoted: bare, it would be empty text, which gives no token.
+        const bool special =
+            item.find(delimiter) != String::npos || (items.size() == 1 && item.empty());
         if (special) out.push_back(quote);
         for (char c : item) {
             if (c == quote || c == escape) out.push_back(escape);

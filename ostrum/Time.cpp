@@ -1,5 +1,6 @@
 #include <ostrum/Time.h>
 
+#include <algorithm>
 #include <chrono>
 
 int64_t Time::CurrentTime() {
@@ -20,18 +21,19 @@ String Time::FormatDuration(int64_t micros, int smallest, int largest, int maxPa
                                            " minutes", " hours", " days"};
     static const char* const longOne[] = {" microsecond", " millisecond", " second",
                                           " minute", " hour", " day"};
-    if (smallest < k_Micro) smallest = k_Micro;
-    if (largest > k_Day) largest = k_Day;
+    smallest = std::min(std::max(smallest, (int)k_Micro), (int)k_Day);
+    largest = std::min(std::max(largest, (int)k_Micro), (int)k_Day);
     if (largest < smallest) largest = smallest;
     if (maxParts < 1) maxParts = 1;
 
     String out;
     if (limit > 0 && (micros > limit || micros < -limit)) {
-        out = "> " + FormatDuration(limit, smallest, largest, maxParts, shortNames, 0, fill, 0);
+        out = String(micros < 0 ? "< -" : "> ") + FormatDuration(limit, smallest, largest, maxParts, shortNames, 0, fill, 0);
     } else {
         const bool negative = micros < 0;
         uint64_t rest = negative ? (uint64_t)(-(micros + 1)) + 1 : (uint64_t)micros;
         int parts = 0;
+        size_t keep = 0; // the text up to the last non-zero part: a zero part never ends it
         for (int u = largest; u >= smallest && parts < maxParts; --u) {
             const uint64_t n = rest / (uint64_t)size[u];
             // Skip leading zero units; once started, a part may be zero only if not last.
@@ -47,7 +49,9 @@ String Time::FormatDuration(int64_t micros, int smallest, int largest, int maxPa
             out += String::FromInt((long long)n);
             out += shortNames ? shortName[u] : (n == 1 ? longOne[u] : longName[u]);
             ++parts;
+            if (n != 0) keep = out.size();
         }
+        if (keep > 0) out.resize(keep);
         if (negative && out != String("0") + (shortNames ? shortName[smallest] : longName[smallest]))
             out = "-" + out;
     }

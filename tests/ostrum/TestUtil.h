@@ -4,12 +4,19 @@
 #include <ostrum/Exception.h>
 #include <ostrum/String.h>
 
+#include <gtest/gtest.h>
+
 #include <dirent.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <vector>
+
+// Failure messages show a String as text, not as a list of characters.
+inline void PrintTo(const String& s, std::ostream* os) {
+    *os << ::testing::PrintToString(static_cast<const std::string&>(s));
+}
 
 namespace ostrum_test {
 

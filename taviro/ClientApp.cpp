@@ -1,0 +1,291 @@
+#include <taviro/ClientApp.h>
+#include <taviro/JobFactory.h>
+#include <taviro/SimulatedMaster.h>
+#include <taviro/ThreadPool.h>
+
+#include <ostrum/CallTrace.h>
+#include <ostrum/Executable.h>
+#include <ostrum/File.h>
+#include <ostrum/Log.h>
+
+#include <climits>
+
+// ---- TaviroApp ----
+
+std::vector<JobPtr> TaviroApp::GetAllJobs() const {
+    std::lock_guard<std::mutex> l(m_JobsMutex);
+    std::vector<JobPtr> out;
+    out.reserve(m_Jobs.size());
+    for (auto& kv : m_Jobs) out.push_back(kv.second);
+    return out;
+}
+
+JobPtr TaviroApp::FindJob(const UID& id) const {
+    std::lock_guard<std::mutex> l(m_JobsMutex);
+    auto it = m_Jobs.find(id);
+    return it == m_Jobs.end() ? JobPtr() : it->second;
+}
+
+size_t TaviroApp::JobCount() const {
+    std::lock_guard<std::mutex> l(m_JobsMutex);
+    return m_Jobs.size();
+}
+
+std::map<int, size_t> TaviroApp::CountByStatus() const {
+    std::lock_guard<std::mutex> l(m_JobsMutex);
+    std::map<int, size_t> out;
+    for (auto& kv : m_Jobs) ++out[kv.second->GetStatus()];
+    return out;
+}
+
+void TaviroApp::ApplyToJobs(const Message& m) {
+    switch (m.GetType()) {
+    case k_MsgJobBatch:
+        for (auto& part : m.m_Batch)
+            if (part) ApplyToJobs(*part);
+        break;
+    case k_MsgJobCreated:
+    case k_MsgJobChanged: {
+        JobPtr job;
+        {
+            std::lock_guard<std::mutex> l(m_JobsMutex);
+            JobPtr& slot = m_Jobs[m.GetJob()];
+            if (!slot) slot.reset(new Job(m.GetJob()));
+            job = slot;
+        }
+        job->SetParameters(m.m_Params);
+        break;
+    }
+    case k_MsgJobRemoved: {
+        std::lock_guard<std::mutex> l(m_JobsMutex);
+        m_Jobs.erase(m.GetJob());
+        break;
+    }
+    default: break;
+    }
+}
+
+void TaviroApp::ClearJobs() {
+    std::lock_guard<std::mutex> l(m_JobsMutex);
+    m_Jobs.clear();
+}
+
+// ---- TaviroClientApp: start and stop ----
+
+TaviroClientApp::TaviroClientApp(LogLevel fileLevel, LogLevel echoLevel) : TaviroApp(fileLevel, echoLevel) {}
+
+TaviroClientApp::~TaviroClientApp() {
+    DisconnectAll(); // no farm signal may reach a half-destroyed client
+    if (m_Messenger) m_Messenger->Stop();
+    if (m_PoolStarted) ThreadPool::Stop();
+}
+
+bool TaviroClientApp::Fail(const String& why) {
+    m_StartupError = why;
+    GlobalLog(LL_Error, "Startup failed: " + why);
+    return false;
+}
+
+bool TaviroClientApp::Startup(CommandLine& commandLine) {
+    CALL_ENTRY("TaviroClientApp::Startup");
+    m_StartupError.clear();
+    try {
+        commandLine.ParseOptions({"name", "options", "log-dir", "modules", "master", "seed", "jobs",
+                                  "rate", "workers"},
+                                 {});
+    } catch (Exception* e) {
+        const String why = e->GetMessage() + ": " + e->GetDetail();
+        delete e;
+        return Fail(why + " (options: --name NAME --options FILE --log-dir DIR --modules DIR "
+                          "--master embedded|none --seed N --jobs N --rate N --workers N)");
+    }
+    auto number = [&](const char* option, long def, long lo, long hi, long& out) {
+        bool ok = true;
+        out = commandLine.HasOption(option) ? commandLine.GetOption(option).ToLong(0, &ok) : def;
+        if (!ok || out < lo || out > hi) {
+            Fail(SFormat("--%s wants a whole number from %ld to %ld, not '%s'", option, lo, hi,
+                         commandLine.GetOption(option).c_str()));
+            return false;
+        }
+        return true;
+    };
+    long seed, jobs, rate, workers;
+    if (!number("seed", 1, 0, LONG_MAX, seed) || !number("jobs", 200, 0, 10000000, jobs) ||
+        !number("rate", 40, -1, 1000000, rate) || !number("workers", 0, 0, 64, workers))
+        return false;
+    const String master = commandLine.GetOption("master", "embedded");
+    if (master != "embedded" && master != "none")
+        return Fail("--master wants 'embedded' or 'none', not '" + master + "'");
+
+    String name = commandLine.GetOption("name", commandLine.GetProgramName());
+    if (name.empty()) name = "taviro";
+    SetName(name);
+
+    // The user folder is needed only for what the command line leaves to defaults.
+    String userDir;
+    if (!commandLine.HasOption("options") || !commandLine.HasOption("log-dir")) {
+        try {
+            userDir = File::GetUserDir();
+        } catch (Exception* e) {
+            const String why = e->Format();
+            delete e;
+            return Fail(why);
+        }
+    }
+    SetLogFolder(commandLine.GetOption("log-dir", (Path(userDir) / "logs").ToString()));
+    try {
+        OpenLog();
+    } catch (Exception* e) {
+        const String why = e->Format();
+        delete e;
+        return Fail(why);
+    }
+    LogInfo("Starting " + name);
+
+    const String options = commandLine.GetOption("options", (Path(userDir) / (name + ".ini")).ToString());
+    try {
+        GetOptions()->SetFilename(Path(options));
+        GetOptions()->Load(false, true);
+    } catch (Exception* e) {
+        const String why = "Cannot read the options file: " + e->Format();
+        delete e;
+        return Fail(why);
+    }
+
+    if (commandLine.HasOption("modules")) JobFactory::s_JobFactory.LoadModules(commandLine.GetOption("modules"));
+    else JobFactory::s_JobFactory.Clear();
+
+    StartRequestListener(name); // not fatal: the program works alone without it
+
+    if (workers > 0) m_PoolStarted = ThreadPool::Start((int)workers);
+
+    if (master == "embedded") {
+        m_Messenger.reset(new SimulatedMaster(this, (uint64_t)seed, (int)jobs, (double)rate));
+        m_Messenger->Start();
+    }
+    LogInfo("Started " + name);
+    return true;
+}
+
+int TaviroClientApp::Execute() {
+    CALL_ENTRY("TaviroClientApp::Execute");
+    Executable* exe = Executable::GetCurrent();
+    while (!exe || !exe->IsStopRequested()) {
+        while (DispatchMessage()) {
+        }
+        std::unique_lock<std::recursive_mutex> l(m_QueueMutex);
+        m_QueueChanged.wait_for(l, std::chrono::milliseconds(100), [&] { return !m_Queue.empty(); });
+    }
+    return 0;
+}
+
+void TaviroClientApp::Cleanup() {
+    CALL_ENTRY("TaviroClientApp::Cleanup");
+    if (m_Messenger) {
+        m_Messenger->Stop();
+        m_Messenger.reset();
+    }
+    if (m_PoolStarted) {
+        ThreadPool::Stop();
+        m_PoolStarted = false;
+    }
+    StopRequestListener();
+    {
+        std::lock_guard<std::recursive_mutex> l(m_QueueMutex);
+        m_Queue.clear();
+    }
+    GetOptions()->WriteOut();
+    LogInfo("Stopped " + GetName());
+}
+
+bool TaviroClientApp::OnException(Exception* e) {
+    if (!e) {
+        GlobalLog(LL_Error, "Unexpected exception");
+        return false;
+    }
+    GlobalLog(LL_Error, SFormat("Exception 0x%08x: ", e->GetCode()) + e->Format());
+    return true;
+}
+
+bool TaviroClientApp::RequestHasFailed(const String& text) {
+    GlobalLog(LL_Error, "Master reports error: " + text);
+    return false;
+}
+
+SimulatedMaster* TaviroClientApp::GetSimulatedMaster() const {
+    return dynamic_cast<SimulatedMaster*>(m_Messenger.get());
+}
+
+// ---- TaviroClientApp: messages ----
+
+void TaviroClientApp::ReceiveMessage(boost::shared_ptr<Message> message) {
+    if (!message) return;
+    if (message->GetType() == k_MsgShutdown) {
+        boost::shared_ptr<ShutdownMsg> order = boost::dynamic_pointer_cast<ShutdownMsg>(message);
+        if (!order) order.reset(new ShutdownMsg());
+        ShutdownMsg::s_Signal.Emit(order);
+        return;
+    }
+    std::lock_guard<std::recursive_mutex> l(m_QueueMutex);
+    MessageReceivedEvt evt(std::move(message));
+    MessageReceivedEvt::s_Signal.Emit(evt);
+    if (evt.GetMessage()) {
+        m_Queue.push_back(evt.TakeMessage());
+        m_QueueChanged.notify_all();
+    }
+}
+
+void TaviroClientApp::CallMessageHandlers(boost::shared_ptr<Message> message) {
+    if (!message) return;
+    auto self = this;
+    if (!ThreadPool::PostOrdered([self, message] { self->Handle(message); })) {
+        std::lock_guard<std::recursive_mutex> l(m_QueueMutex);
+        m_Queue.push_back(std::move(message));
+        m_QueueChanged.notify_all();
+    }
+}
+
+bool TaviroClientApp::DispatchMessage() {
+    boost::shared_ptr<Message> message;
+    {
+        std::lock_guard<std::recursive_mutex> l(m_QueueMutex);
+        if (m_Queue.empty()) return false;
+        message = std::move(m_Queue.front());
+        m_Queue.pop_front();
+    }
+    Handle(message);
+    return true;
+}
+
+size_t TaviroClientApp::QueuedMessages() const {
+    std::lock_guard<std::recursive_mutex> l(m_QueueMutex);
+    return m_Queue.size();
+}
+
+void TaviroClientApp::Handle(const boost::shared_ptr<Message>& message) {
+    ApplyToJobs(*message);
+    try {
+        if (message->GetType() == k_MsgRequestFailed) RequestHasFailed(message->Get("Text"));
+        m_Handlers.Emit(*message);
+    } catch (Exception* e) {
+        OnException(e);
+        delete e;
+    }
+    m_Handled.fetch_add(1);
+}
+
+SlotId TaviroClientApp::AddMessageHandler(std::function<void(const Message&)> handler, HasSlots* owner) {
+    return m_Handlers.Connect(std::move(handler), owner);
+}
+
+void TaviroClientApp::RemoveMessageHandler(SlotId id) { m_Handlers.Disconnect(id); }
+
+// ---- Components ----
+
+String Components::GetName(int index) {
+    static const char* const names[k_Count] = {"TaviroGui",      "TaviroMonitor", "TaviroSubmit",
+                                               "TaviroLogViewer", "TaviroConfig",  "TaviroAdmin"};
+    return index >= 0 && index < k_Count ? String(names[index]) : String();
+}
+
+bool Components::DidStart(const String& name) { return Application::IsRunning(name); }

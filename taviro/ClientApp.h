@@ -1,0 +1,117 @@
+// The farm client application: the jobs it knows (TaviroApp) and the client proper
+// (TaviroClientApp) with its start-up from the command line, the messenger, the message queue
+// and the worker pool.
+//
+// Message flow: the messenger's thread calls ReceiveMessage, which emits
+// MessageReceivedEvt::s_Signal there. A slot may take the message out and pass it to
+// CallMessageHandlers (the worker pool runs the handlers, in arrival order); a message that no
+// slot took is queued, and each DispatchMessage call handles exactly one queued message. The
+// queue lock is held across the emission, so a dispatcher woken by a slot always finds the
+// message already queued.
+#pragma once
+
+#include <taviro/Job.h>
+#include <taviro/Message.h>
+#include <taviro/Messenger.h>
+
+#include <ostrum/Application.h>
+#include <ostrum/CommandLine.h>
+#include <ostrum/Exception.h>
+#include <ostrum/Signal.h>
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <unordered_map>
+
+class SimulatedMaster;
+
+class TaviroApp : public Application {
+public:
+    TaviroApp(LogLevel fileLevel, LogLevel echoLevel) : Application(fileLevel, echoLevel) {}
+
+    // A snapshot of every known job (in no particular order).
+    std::vector<JobPtr> GetAllJobs() const;
+    JobPtr FindJob(const UID& id) const;
+    size_t JobCount() const;
+    // Number of jobs per status value.
+    std::map<int, size_t> CountByStatus() const;
+
+protected:
+    // Keeps the job table in step with a message (created, changed, removed, batch).
+    void ApplyToJobs(const Message& message);
+    void ClearJobs();
+
+private:
+    mutable std::mutex m_JobsMutex;
+    std::unordered_map<UID, JobPtr> m_Jobs;
+};
+
+class TaviroClientApp : public TaviroApp, public HasSlots {
+public:
+    TaviroClientApp(LogLevel fileLevel, LogLevel echoLevel);
+    ~TaviroClientApp() override;
+
+    // Reads the command line, opens the log and the options file, loads the job modules,
+    // starts the request listener, the worker pool (when asked for) and the messenger.
+    // Options: --name NAME, --options FILE, --log-dir DIR, --modules DIR,
+    // --master embedded|none, --seed N, --jobs N, --rate N (messages per second; 0: none
+    // but the snapshot, negative: as fast as possible), --workers N (worker pool threads;
+    // 0, the default, leaves the pool off). False, with GetStartupError(), on failure.
+    virtual bool Startup(CommandLine& commandLine);
+    // A console program's main routine: handles queued messages until a stop is requested.
+    virtual int Execute();
+    // Stops the messenger, the pool and the listener, writes the options file.
+    virtual void Cleanup();
+    // An exception escaped a handler or the main loop: reports it; true if the program may
+    // go on (a foundation exception), false otherwise (e is null for other exceptions).
+    // Does not delete e.
+    virtual bool OnException(Exception* e);
+    // The master reports that a request failed; reports it and answers false.
+    virtual bool RequestHasFailed(const String& text);
+
+    // The messenger's entry point for an arriving message (any thread).
+    void ReceiveMessage(boost::shared_ptr<Message> message);
+    // Runs the message handlers on the worker pool, in arrival order; without a pool the
+    // message is queued for DispatchMessage instead.
+    void CallMessageHandlers(boost::shared_ptr<Message> message);
+    // Handles the oldest queued message, if any; true if one was handled.
+    bool DispatchMessage();
+    size_t QueuedMessages() const;
+
+    // The client program's message handlers (run on the pool or the dispatching thread).
+    SlotId AddMessageHandler(std::function<void(const Message&)> handler, HasSlots* owner = nullptr);
+    void RemoveMessageHandler(SlotId id);
+
+    Messenger* GetMessenger() const { return m_Messenger.get(); }
+    SimulatedMaster* GetSimulatedMaster() const;
+    const String& GetStartupError() const { return m_StartupError; }
+    uint64_t HandledMessages() const { return m_Handled.load(); }
+
+    Signal0<> StartupComplete;  // emitted by the program once its start-up is done
+    Signal0<> ExitBegins;       // emitted when the program starts to exit
+    Signal0<> ShutdownComplete; // emitted last, after clean-up
+
+private:
+    void Handle(const boost::shared_ptr<Message>& message);
+    bool Fail(const String& why);
+
+    String m_StartupError;
+    std::unique_ptr<Messenger> m_Messenger;
+    bool m_PoolStarted = false;
+    Signal1<const Message&> m_Handlers;
+    mutable std::recursive_mutex m_QueueMutex;
+    std::condition_variable_any m_QueueChanged;
+    std::deque<boost::shared_ptr<Message>> m_Queue;
+    std::atomic<uint64_t> m_Handled{0};
+};
+
+// The farm's programs, by index 0 to 5, for requests between them.
+class Components {
+public:
+    enum { k_Count = 6 };
+    // The component name of index 0..5 ("" outside).
+    static String GetName(int index);
+    // Whether a program of that component name is running (it answers requests).
+    static bool DidStart(const String& name);
+};

@@ -1,0 +1,338 @@
+#include <taviro/ClientApp.h>
+#include <taviro/Job.h>
+#include <taviro/JobFactory.h>
+#include <taviro/SimulatedMaster.h>
+
+#include <ostrum/Log.h>
+#include <ostrum/Time.h>
+
+#include <algorithm>
+
+// ---- FarmSchedule ----
+
+namespace {
+const char* const k_Owners[] = {"ana", "ben", "chen", "dara", "eli", "farid"};
+const char* const k_Priorities[] = {"Low", "Normal", "High"};
+bool IsFinished(int s) { return s == k_JobDone || s == k_JobFailed || s == k_JobAborted || s == k_JobArchived; }
+} // namespace
+
+FarmSchedule::FarmSchedule(uint64_t seed, int jobCount, const std::vector<UID>& types)
+    : m_Rng(seed), m_Types(types) {
+    m_Jobs.reserve((size_t)std::max(jobCount, 0));
+    for (int i = 0; i < jobCount; ++i) m_Jobs.push_back(NewJob());
+}
+
+UID FarmSchedule::RandomUID() {
+    uint8_t b[16];
+    const uint64_t a = m_Rng(), c = m_Rng();
+    memcpy(b, &a, 8);
+    memcpy(b + 8, &c, 8);
+    b[6] = (uint8_t)((b[6] & 0x0f) | 0x40); // looks like a version-4 identifier
+    b[8] = (uint8_t)((b[8] & 0x3f) | 0x80);
+    return UID::FromBytes(b);
+}
+
+FarmSchedule::_Job FarmSchedule::NewJob() {
+    _Job j;
+    j.id = RandomUID();
+    j.type = m_Types.empty() ? UID::Null : m_Types[m_Rng() % m_Types.size()];
+    const String typeName = m_Types.empty() ? String("Job") : JobFactory::s_JobFactory.GetTypeInfo(j.type, false).name;
+    j.name = SFormat("%s %05d", typeName.c_str(), m_NextNumber++);
+    const int r = (int)(m_Rng() % 100);
+    j.status = r < 50 ? k_JobWaiting : r < 70 ? k_JobRunning : r < 78 ? k_JobPaused
+             : r < 90 ? k_JobDone : r < 95 ? k_JobFailed : k_JobArchived;
+    j.progress = j.status == k_JobDone ? 100 : (j.status == k_JobWaiting ? 0 : (int)(m_Rng() % 100));
+    j.frames = 10 + (int)(m_Rng() % 490);
+    j.owner = k_Owners[m_Rng() % 6];
+    j.priority = k_Priorities[m_Rng() % 3];
+    return j;
+}
+
+boost::shared_ptr<Message> FarmSchedule::Created(const _Job& j) const {
+    auto m = boost::shared_ptr<Message>(new Message(k_MsgJobCreated, j.id));
+    m->m_Params[p_Name] = j.name;
+    m->m_Params[p_Type] = j.type.ToString();
+    m->m_Params[p_Status] = String::FromInt(j.status);
+    m->m_Params[p_Progress] = String::FromInt(j.progress);
+    m->m_Params[p_Owner] = j.owner;
+    m->m_Params[p_Priority] = j.priority;
+    m->m_Params[p_Frames] = SFormat("1-%d,%d-%d", j.frames / 2, j.frames / 2 + 1, j.frames);
+    return m;
+}
+
+boost::shared_ptr<Message> FarmSchedule::Changed(const _Job& j, bool progressOnly) {
+    auto m = boost::shared_ptr<Message>(new Message(k_MsgJobChanged, j.id));
+    m->m_Params[p_Progress] = String::FromInt(j.progress);
+    if (!progressOnly) m->m_Params[p_Status] = String::FromInt(j.status);
+    return Stamp(m);
+}
+
+boost::shared_ptr<Message> FarmSchedule::Stamp(boost::shared_ptr<Message> m) {
+    m->m_Sequence = ++m_Sequence;
+    return m;
+}
+
+std::vector<boost::shared_ptr<Message>> FarmSchedule::Snapshot(size_t batchSize) const {
+    std::vector<boost::shared_ptr<Message>> out;
+    for (size_t i = 0; i < m_Jobs.size(); i += batchSize) {
+        auto batch = boost::shared_ptr<Message>(new Message(k_MsgJobBatch));
+        for (size_t k = i; k < std::min(m_Jobs.size(), i + batchSize); ++k)
+            batch->m_Batch.push_back(Created(m_Jobs[k]));
+        out.push_back(batch);
+    }
+    return out;
+}
+
+boost::shared_ptr<Message> FarmSchedule::Next() {
+    const int r = (int)(m_Rng() % 100);
+    if (m_Jobs.empty() || (r >= 95 && m_Jobs.size() < 2000000)) { // the farm grows a little
+        m_Jobs.push_back(NewJob());
+        m_Jobs.back().status = k_JobWaiting;
+        m_Jobs.back().progress = 0;
+        return Stamp(Created(m_Jobs.back()));
+    }
+    if (r < 8) {
+        auto m = boost::shared_ptr<Message>(new Message(k_MsgEngineLoad));
+        m->m_Params["Load"] = String::FromInt((long long)(m_Rng() % 101));
+        return Stamp(m);
+    }
+    _Job& j = m_Jobs[m_Rng() % m_Jobs.size()];
+    if (r < 30 && j.status == k_JobRunning) {
+        auto m = boost::shared_ptr<Message>(new Message(k_MsgLogLine, j.id));
+        const int frame = 1 + (int)(m_Rng() % (uint64_t)j.frames);
+        m->m_Params["Text"] = SFormat("%s: frame %d of %d rendered in %.1f s", j.name.c_str(), frame,
+                                      j.frames, (double)(m_Rng() % 6000) / 10.0);
+        return Stamp(m);
+    }
+    if (r < 32 && j.status == k_JobArchived) {
+        const UID id = j.id;
+        j = m_Jobs.back();
+        m_Jobs.pop_back();
+        return Stamp(boost::shared_ptr<Message>(new Message(k_MsgJobRemoved, id)));
+    }
+    switch (j.status) {
+    case k_JobWaiting:
+        j.status = k_JobRunning;
+        j.progress = 0;
+        return Changed(j, false);
+    case k_JobRunning:
+        j.progress += 1 + (int)(m_Rng() % 15);
+        if (j.progress < 100) return Changed(j, true);
+        j.progress = 100;
+        j.status = m_Rng() % 10 == 0 ? k_JobFailed : k_JobDone;
+        return Changed(j, false);
+    case k_JobDone:
+    case k_JobFailed:
+    case k_JobAborted:
+        if (m_Rng() % 3 == 0) {
+            j.status = k_JobArchived;
+            return Changed(j, false);
+        }
+        break;
+    default: break;
+    }
+    auto m = boost::shared_ptr<Message>(new Message(k_MsgEngineLoad));
+    m->m_Params["Load"] = String::FromInt((long long)(m_Rng() % 101));
+    return Stamp(m);
+}
+
+bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const String& item,
+                                String* error, std::vector<boost::shared_ptr<Message>>& out) {
+    auto it = std::find_if(m_Jobs.begin(), m_Jobs.end(), [&](const _Job& j) { return j.id == job; });
+    auto refuse = [&](const String& why) {
+        if (error) *error = why;
+        return false;
+    };
+    if (it == m_Jobs.end()) return refuse("No such job: " + job.ToString());
+    _Job& j = *it;
+    if (command == "Pause") {
+        if (j.status != k_JobRunning && j.status != k_JobWaiting) return refuse(j.name + " is not running or waiting");
+        j.status = k_JobPaused;
+    } else if (command == "Resume") {
+        if (j.status != k_JobPaused) return refuse(j.name + " is not paused");
+        j.status = k_JobWaiting;
+    } else if (command == "Abort") {
+        if (IsFinished(j.status)) return refuse(j.name + " has already finished");
+        j.status = k_JobAborted;
+    } else if (command == "Restart") {
+        if (!IsFinished(j.status) || j.status == k_JobArchived) return refuse(j.name + " has not finished");
+        j.status = k_JobWaiting;
+        j.progress = 0;
+    } else if (command == "Archive") {
+        if (!IsFinished(j.status) || j.status == k_JobArchived) return refuse(j.name + " cannot be archived now");
+        j.status = k_JobArchived;
+    } else if (command == "Remove") {
+        const UID id = j.id;
+        *it = m_Jobs.back();
+        m_Jobs.pop_back();
+        out.push_back(Stamp(boost::shared_ptr<Message>(new Message(k_MsgJobRemoved, id))));
+        return true;
+    } else if (command == "Priority") {
+        j.priority = item;
+        auto m = boost::shared_ptr<Message>(new Message(k_MsgJobChanged, j.id));
+        m->m_Params[p_Priority] = item;
+        out.push_back(Stamp(m));
+        return true;
+    } else {
+        auto m = boost::shared_ptr<Message>(new Message(k_MsgLogLine, j.id));
+        m->m_Params["Text"] = j.name + ": command '" + command + (item.empty() ? String() : "' (" + item + ")") +
+                              (item.empty() ? "' done" : " done");
+        out.push_back(Stamp(m));
+        return true;
+    }
+    out.push_back(Changed(j, false));
+    return true;
+}
+
+// ---- SimulatedMaster ----
+
+SimulatedMaster::SimulatedMaster(TaviroClientApp* app, uint64_t seed, int jobCount, double rate)
+    : m_App(app), m_Schedule(seed, jobCount, JobFactory::s_JobFactory.ListTypes()), m_Rate(rate) {}
+
+SimulatedMaster::~SimulatedMaster() { Stop(); }
+
+void SimulatedMaster::Start() {
+    if (m_Thread.joinable()) return;
+    m_Thread = std::thread(&SimulatedMaster::Run, this);
+}
+
+void SimulatedMaster::Stop() {
+    if (!m_Thread.joinable()) return;
+    {
+        std::lock_guard<std::mutex> l(m_Mutex);
+        m_Requests.push_back(k_Quit);
+    }
+    m_Wake.notify_all();
+    m_Thread.join();
+}
+
+void SimulatedMaster::Disconnect() {
+    std::lock_guard<std::mutex> l(m_Mutex);
+    m_Requests.push_back(k_Disconnect);
+    m_Wake.notify_all();
+}
+
+void SimulatedMaster::Reconnect() {
+    std::lock_guard<std::mutex> l(m_Mutex);
+    m_Requests.push_back(k_Reconnect);
+    m_Wake.notify_all();
+}
+
+void SimulatedMaster::OrderShutdown() {
+    std::lock_guard<std::mutex> l(m_Mutex);
+    m_Requests.push_back(k_Shutdown);
+    m_Wake.notify_all();
+}
+
+void SimulatedMaster::SetRate(double messagesPerSecond) {
+    std::lock_guard<std::mutex> l(m_Mutex);
+    m_Rate = messagesPerSecond;
+    m_Wake.notify_all();
+}
+
+bool SimulatedMaster::SendCommand(const UID& job, const String& command, const String& item,
+                                  String* error) {
+    if (!m_Connected.load()) {
+        if (error) *error = "Not connected to the farm master";
+        return false;
+    }
+    std::vector<boost::shared_ptr<Message>> out;
+    bool ok;
+    {
+        std::lock_guard<std::mutex> l(m_ModelMutex);
+        ok = m_Schedule.ApplyCommand(job, command, item, error, out);
+    }
+    if (!out.empty()) {
+        std::lock_guard<std::mutex> l(m_Mutex);
+        m_Outgoing.insert(m_Outgoing.end(), out.begin(), out.end());
+        m_Wake.notify_all();
+    }
+    return ok;
+}
+
+void SimulatedMaster::Send(boost::shared_ptr<Message> m) {
+    m_Sent.fetch_add(1);
+    m_App->ReceiveMessage(std::move(m));
+}
+
+void SimulatedMaster::DoConnect() {
+    m_Connected = true;
+    LogInfo("Embedded master: connected");
+    MessengerConnectedEvt evt(GetMasterName());
+    MessengerConnectedEvt::s_Signal.Emit(evt);
+    std::vector<boost::shared_ptr<Message>> snapshot;
+    {
+        std::lock_guard<std::mutex> l(m_ModelMutex);
+        snapshot = m_Schedule.Snapshot();
+    }
+    for (auto& m : snapshot) Send(m);
+}
+
+void SimulatedMaster::DoDisconnect(const String& reason) {
+    m_Connected = false;
+    LogInfo("Embedded master: disconnected (" + reason + ")");
+    MessengerDisconnectedEvt evt(reason);
+    MessengerDisconnectedEvt::s_Signal.Emit(evt);
+}
+
+void SimulatedMaster::Run() {
+    DoConnect();
+    int64_t due = Time::Monotonic();
+    for (;;) {
+        _Request request;
+        bool haveRequest = false;
+        std::deque<boost::shared_ptr<Message>> outgoing;
+        double rate;
+        {
+            std::unique_lock<std::mutex> l(m_Mutex);
+            auto ready = [&] { return !m_Requests.empty() || !m_Outgoing.empty(); };
+            if (m_Rate > 0 && m_Connected) {
+                const int64_t wait = due - Time::Monotonic();
+                if (wait > 0) m_Wake.wait_for(l, std::chrono::microseconds(wait), ready);
+            } else if (m_Rate == 0 || !m_Connected) {
+                m_Wake.wait(l, ready);
+            }
+            if (!m_Requests.empty()) {
+                request = m_Requests.front();
+                m_Requests.pop_front();
+                haveRequest = true;
+            }
+            outgoing.swap(m_Outgoing);
+            rate = m_Rate;
+        }
+        if (m_Connected)
+            for (auto& m : outgoing) Send(m);
+        if (haveRequest) {
+            switch (request) {
+            case k_Disconnect:
+                if (m_Connected) DoDisconnect("disconnected by request");
+                break;
+            case k_Reconnect:
+                if (!m_Connected) DoConnect();
+                due = Time::Monotonic();
+                break;
+            case k_Shutdown:
+                LogSystem("Embedded master: ordering shutdown");
+                Send(boost::shared_ptr<Message>(new ShutdownMsg()));
+                break;
+            case k_Quit:
+                if (m_Connected) DoDisconnect("client closing");
+                return;
+            }
+            continue;
+        }
+        if (!m_Connected || rate == 0) continue;
+        if (rate > 0 && Time::Monotonic() < due) continue;
+        boost::shared_ptr<Message> next;
+        {
+            std::lock_guard<std::mutex> l(m_ModelMutex);
+            next = m_Schedule.Next();
+        }
+        Send(next);
+        if (rate > 0) {
+            due += (int64_t)(1e6 / rate);
+            // After a stall, do not try to catch up with a burst.
+            if (Time::Monotonic() - due > 1000000) due = Time::Monotonic();
+        }
+    }
+}

@@ -1,0 +1,100 @@
+// The embedded simulated farm master: a thread in the client's process that connects,
+// announces a farm of jobs of the installed types, moves them through their states with
+// progress, writes log lines and engine load, answers job commands, and can be told to
+// disconnect, reconnect and order a shutdown.
+//
+// The traffic is a pure function of the seed (Schedule), so runs are repeatable; the thread
+// only paces it (rate messages per second, 0 for as fast as possible).
+#pragma once
+
+#include <taviro/Message.h>
+#include <taviro/Messenger.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <random>
+#include <thread>
+#include <vector>
+
+class TaviroClientApp;
+
+// The simulated farm's model and its deterministic traffic.
+class FarmSchedule {
+public:
+    FarmSchedule(uint64_t seed, int jobCount, const std::vector<UID>& types);
+
+    // The whole farm as k_MsgJobBatch messages of at most batchSize jobs.
+    std::vector<boost::shared_ptr<Message>> Snapshot(size_t batchSize = 1000) const;
+    // The next event of the farm.
+    boost::shared_ptr<Message> Next();
+    // A client's command on a job: changes the model and gives the resulting messages.
+    bool ApplyCommand(const UID& job, const String& command, const String& item, String* error,
+                      std::vector<boost::shared_ptr<Message>>& out);
+    size_t JobCount() const { return m_Jobs.size(); }
+    uint64_t Produced() const { return m_Sequence; }
+
+private:
+    struct _Job {
+        UID id;
+        String name;
+        UID type;
+        int status;
+        int progress;
+        int frames;
+        String owner;
+        String priority;
+    };
+    _Job NewJob();
+    boost::shared_ptr<Message> Created(const _Job& j) const;
+    boost::shared_ptr<Message> Changed(const _Job& j, bool progressOnly);
+    UID RandomUID();
+    boost::shared_ptr<Message> Stamp(boost::shared_ptr<Message> m);
+
+    std::mt19937_64 m_Rng;
+    std::vector<UID> m_Types;
+    std::vector<_Job> m_Jobs;
+    uint64_t m_Sequence = 0;
+    int m_NextNumber = 1;
+};
+
+class SimulatedMaster : public Messenger {
+public:
+    SimulatedMaster(TaviroClientApp* app, uint64_t seed, int jobCount, double rate);
+    ~SimulatedMaster() override;
+
+    void Start() override;
+    void Stop() override;
+    bool IsConnected() const override { return m_Connected.load(); }
+    String GetMasterName() const override { return "embedded"; }
+    bool SendCommand(const UID& job, const String& command, const String& item,
+                     String* error) override;
+
+    // Requests carried out on the master's thread, in order.
+    void Disconnect();
+    void Reconnect();
+    void OrderShutdown();
+    void SetRate(double messagesPerSecond);
+    // Messages handed to the client so far (snapshot batches count as one).
+    uint64_t Sent() const { return m_Sent.load(); }
+
+private:
+    enum _Request { k_Disconnect, k_Reconnect, k_Shutdown, k_Quit };
+    void Run();
+    void Send(boost::shared_ptr<Message> m);
+    void DoConnect();
+    void DoDisconnect(const String& reason);
+
+    TaviroClientApp* m_App;
+    FarmSchedule m_Schedule;
+    std::mutex m_ModelMutex; // the schedule: the thread's traffic and clients' commands
+    std::mutex m_Mutex;      // requests, outgoing messages, rate
+    std::condition_variable m_Wake;
+    std::deque<_Request> m_Requests;
+    std::deque<boost::shared_ptr<Message>> m_Outgoing;
+    double m_Rate;
+    std::atomic<bool> m_Connected{false};
+    std::atomic<uint64_t> m_Sent{0};
+    std::thread m_Thread;
+};

@@ -1,0 +1,244 @@
+// Path, File and OutFile.
+#include "tests/ostrum/TestUtil.h"
+
+#include <ostrum/Exception.h>
+#include <ostrum/File.h>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+using ostrum_test::CatchException;
+using ostrum_test::EnvVar;
+using ostrum_test::Home;
+using ostrum_test::ListDir;
+
+// ---- Path ----
+
+TEST(Path, BranchGivesTheFolder) {
+    EXPECT_EQ(Path("/a/b/c").Branch().ToString(), "/a/b");
+    EXPECT_EQ(Path("/a/b/c/").Branch().ToString(), "/a/b");
+    EXPECT_EQ(Path("/a/b/c").Branch(true).ToString(), "/a/b/c");
+    EXPECT_EQ(Path("/a/b/c/").Branch(true).ToString(), "/a/b/c");
+    EXPECT_EQ(Path("name").Branch().ToString(), "");
+    EXPECT_EQ(Path("").Branch().ToString(), "");
+    EXPECT_EQ(Path("/x").Branch().ToString(), "/");
+    EXPECT_EQ(Path("/").Branch().ToString(), "/");
+    EXPECT_EQ(Path("/").Branch(true).ToString(), "/");
+    EXPECT_EQ(Path("rel/file").Branch().ToString(), "rel");
+}
+
+TEST(Path, BranchNormalizes) {
+    EXPECT_EQ(Path("a//b/./c/").Branch(true).ToString(), "a/b/c");
+    EXPECT_EQ(Path("a//b/./c/").Branch().ToString(), "a/b");
+    EXPECT_EQ(Path("//a///b").Branch(true).ToString(), "/a/b");
+    EXPECT_EQ(Path("/./x/.").Branch(true).ToString(), "/x");
+    EXPECT_EQ(Path("a/../b").Branch(true).ToString(), "a/../b"); // ".." is left alone
+    EXPECT_EQ(Path(".hidden/x").Branch().ToString(), ".hidden");
+    // A relative path stays relative.
+    EXPECT_EQ(Path("./foo").Branch(true).ToString(), "foo");
+    EXPECT_EQ(Path("./foo/bar").Branch().ToString(), "foo");
+    EXPECT_FALSE(Path("./foo/bar").Branch().IsAbsolute());
+    EXPECT_EQ(Path("./foo").Branch().ToString(), "");
+    // Without normalizing, the text is taken as it is.
+    EXPECT_EQ(Path("a/./b/c").Branch(false, false).ToString(), "a/./b");
+    EXPECT_EQ(Path("a/b/c/").Branch(false, false).ToString(), "a/b");
+}
+
+TEST(Path, Leaf) {
+    EXPECT_EQ(Path("/a/b/c.txt").Leaf(), "c.txt");
+    EXPECT_EQ(Path("/a/b/").Leaf(), "b");
+    EXPECT_EQ(Path("name").Leaf(), "name");
+    EXPECT_EQ(Path("/").Leaf(), "");
+    EXPECT_EQ(Path("").Leaf(), "");
+    EXPECT_EQ(Path("/top").Leaf(), "top");
+}
+
+TEST(Path, JoinPutsOneSeparatorBetween) {
+    EXPECT_EQ((Path("a") / "b").ToString(), "a/b");
+    EXPECT_EQ((Path("a/") / "b").ToString(), "a/b");
+    EXPECT_EQ((Path("a") / "/b").ToString(), "a/b");
+    EXPECT_EQ((Path("a/") / "/b").ToString(), "a/b");
+    EXPECT_EQ((Path("/") / "etc").ToString(), "/etc");
+    EXPECT_EQ((Path("a//") / "//b").ToString(), "a/b");
+    EXPECT_EQ((Path("//") / "etc").ToString(), "/etc");
+    EXPECT_EQ((Path("a") / "b/c" / "d").ToString(), "a/b/c/d");
+    // Empty parts change nothing, and an empty path takes the part as it is.
+    EXPECT_EQ((Path("a") / "").ToString(), "a");
+    EXPECT_EQ((Path("") / "b").ToString(), "b");
+    EXPECT_EQ((Path("") / "/b").ToString(), "/b");
+    Path p("/base");
+    p /= "x";
+    p /= "";
+    p /= "y/";
+    EXPECT_EQ(p.ToString(), "/base/x/y/");
+    EXPECT_TRUE(p.IsAbsolute());
+    EXPECT_EQ(p, Path("/base/x/y/"));
+    EXPECT_NE(p, Path("/base/x/y"));
+}
+
+// ---- File ----
+
+TEST(File, UserDirFollowsXdgConfigHome) {
+    EnvVar xdg("XDG_CONFIG_HOME");
+    const String config = Home() + "/cfg";
+    xdg.Set(config);
+    EXPECT_EQ(File::GetUserDir(), config + "/taviro");
+    EXPECT_TRUE(File::IsDirectory(config + "/taviro")); // created with its parents
+
+    xdg.Unset();
+    EXPECT_EQ(File::GetUserDir(), Home() + "/.config/taviro");
+    EXPECT_TRUE(File::IsDirectory(Home() + "/.config/taviro"));
+
+    // A relative XDG_CONFIG_HOME is not used.
+    xdg.Set("relative/cfg");
+    EXPECT_EQ(File::GetUserDir(), Home() + "/.config/taviro");
+}
+
+TEST(File, UserDirWithoutAnyHomeThrows) {
+    EnvVar xdg("XDG_CONFIG_HOME"), home("HOME");
+    xdg.Unset();
+    home.Unset();
+    auto e = CatchException([] { File::GetUserDir(); });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(e->GetMessage(), "No User Folder available");
+    EXPECT_EQ(e->GetCode(), 0x20000003u);
+    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNoUserDir);
+
+    home.Set("");
+    e = CatchException([] { File::GetUserDir(); });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNoUserDir);
+}
+
+TEST(File, UserDirThatCannotBeCreatedThrows) {
+    const String blocker = Home() + "/blocker";
+    File::AtomicWrite(blocker, "a file, not a folder");
+    EnvVar xdg("XDG_CONFIG_HOME", blocker);
+    auto e = CatchException([] { File::GetUserDir(); });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNoUserDir);
+    EXPECT_EQ(e->GetMessage(), "No User Folder available");
+}
+
+TEST(File, ExistsAndReadAll) {
+    EXPECT_TRUE(File::Exists(Home()));
+    EXPECT_TRUE(File::IsDirectory(Home()));
+    EXPECT_FALSE(File::Exists(Home() + "/nothing"));
+    EXPECT_FALSE(File::Exists(""));
+
+    const String path = Home() + "/data.bin";
+    const String content = String("bin\0ary\n", 8) + String(200000, 'z');
+    File::AtomicWrite(path, content);
+    EXPECT_TRUE(File::Exists(path));
+    EXPECT_FALSE(File::IsDirectory(path));
+    EXPECT_EQ(File::ReadAll(path), content);
+
+    auto e = CatchException([&] { File::ReadAll(Home() + "/nothing"); });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNotFound);
+    EXPECT_NE(e->GetDetail().find("nothing"), String::npos);
+
+    // A folder is there but cannot be read as a file: an I/O error, not "not found".
+    e = CatchException([&] { File::ReadAll(Home()); });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrIO);
+}
+
+TEST(File, CreateDirectoriesMakesParents) {
+    const String deep = Home() + "/one/two//three/";
+    File::CreateDirectories(deep);
+    EXPECT_TRUE(File::IsDirectory(Home() + "/one/two/three"));
+    File::CreateDirectories(deep); // already there: fine
+    File::AtomicWrite(Home() + "/plain", "x");
+    auto e = CatchException([&] { File::CreateDirectories(Home() + "/plain/sub"); });
+    ASSERT_TRUE(e);
+}
+
+// ---- OutFile ----
+
+TEST(OutFile, CreatesTruncatesAndWritesLines) {
+    const String path = Home() + "/out.txt";
+    File::AtomicWrite(path, "old content that is longer than the new one\n");
+    {
+        OutFile f(path, 22, false, false, -1);
+        f.Put("ab");
+        f.PutEOL();
+        f.Put(String("cd"));
+        f.PutEOL(k_EOLDos);
+        f.Put("e\0f", 3);
+        f.Close();
+        EXPECT_EQ(File::ReadAll(path), String("ab\ncd\r\ne\0f", 10));
+        f.Close(); // twice is harmless
+    }
+    EXPECT_EQ(File::ReadAll(path), String("ab\ncd\r\ne\0f", 10));
+
+    // Appending keeps what is there; the destructor flushes.
+    {
+        OutFile f(path, 22, true);
+        f.Put("+more");
+    }
+    EXPECT_EQ(File::ReadAll(path), String("ab\ncd\r\ne\0f+more", 15));
+
+    // A new file.
+    const String fresh = Home() + "/fresh.txt";
+    {
+        OutFile f(fresh);
+        f.Put("x");
+    }
+    EXPECT_EQ(File::ReadAll(fresh), "x");
+}
+
+TEST(OutFile, LargeWritesKeepExactContent) {
+    String expected;
+    for (int i = 0; expected.size() < 300000; ++i) expected += SFormat("line %d|", i);
+    const String pieces = Home() + "/pieces.txt";
+    {
+        OutFile f(pieces);
+        // Small pieces, then pieces at and beyond the buffer size, in between small ones again.
+        const size_t sizes[] = {1, 7, 1000, 65535, 3, 65536, 70000, 11, 4096};
+        size_t at = 0;
+        for (size_t i = 0; at < expected.size(); ++i) {
+            const size_t n = std::min(sizes[i % 9], expected.size() - at);
+            f.Put(expected.data() + at, n);
+            at += n;
+        }
+        f.Close();
+    }
+    EXPECT_EQ(File::ReadAll(pieces), expected);
+
+    const String whole = Home() + "/whole.txt";
+    {
+        OutFile f(whole);
+        f.Put("head:");
+        f.Put(expected);
+        f.Put(":tail");
+        f.Close();
+    }
+    EXPECT_EQ(File::ReadAll(whole), "head:" + expected + ":tail");
+}
+
+TEST(OutFile, ErrorsThrow) {
+    auto e = CatchException([] { OutFile f(Home() + "/missing/out.txt"); });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrIO);
+    EXPECT_FALSE(File::Exists(Home() + "/missing"));
+
+    OutFile f(Home() + "/closed.txt");
+    f.Close();
+    e = CatchException([&] { f.Put("late"); });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(File::ReadAll(Home() + "/closed.txt"), "");
+}
+
+TEST(OutFile, Permissions) {
+    const String path = Home() + "/private.txt";
+    {
+        OutFile f(path, k_FileWriteNew, false, true, 0600);
+        f.Put("secret");
+    }
+    struct stat st;
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+    EXPECT_EQ(File::ReadAll(path), "secret");
+}
