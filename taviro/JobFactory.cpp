@@ -57,7 +57,9 @@ JobTypeInfo Parse(const String& text) {
     bool haveId = false, haveHide = false;
     int lineNo = 0;
     StringTokenizer lines(text, "\n", false, 0, 0);
-    for (String raw : lines.GetTokens()) {
+    std::vector<String> all = lines.GetTokens();
+    if (!all.empty() && all.back().empty()) all.pop_back(); // the end of the last line
+    for (String raw : all) {
         ++lineNo;
         while (!raw.empty() && raw.back() == '\r') raw.pop_back();
         const String line = raw.Trimmed();
@@ -110,6 +112,7 @@ JobTypeInfo Parse(const String& text) {
             throw _ParseError{lineNo, "unknown entry '" + keyword + "'"};
         }
     }
+    lineNo = std::max(lineNo, 1);
     if (info.name.empty()) throw _ParseError{lineNo, "no 'type' line"};
     if (!haveId) throw _ParseError{lineNo, "no 'id' line"};
     if (!haveHide) info.hideId = info.id;

@@ -74,6 +74,7 @@ boost::shared_ptr<Message> FarmSchedule::Stamp(boost::shared_ptr<Message> m) {
 
 std::vector<boost::shared_ptr<Message>> FarmSchedule::Snapshot(size_t batchSize) const {
     std::vector<boost::shared_ptr<Message>> out;
+    batchSize = std::max<size_t>(batchSize, 1);
     for (size_t i = 0; i < m_Jobs.size(); i += batchSize) {
         auto batch = boost::shared_ptr<Message>(new Message(k_MsgJobBatch));
         for (size_t k = i; k < std::min(m_Jobs.size(), i + batchSize); ++k)

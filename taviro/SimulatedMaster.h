@@ -4,7 +4,8 @@
 // disconnect, reconnect and order a shutdown.
 //
 // The traffic is a pure function of the seed (Schedule), so runs are repeatable; the thread
-// only paces it (rate messages per second, 0 for as fast as possible).
+// only paces it: rate messages per second; 0 sends only the snapshot and command answers,
+// a negative rate sends as fast as it can.
 #pragma once
 
 #include <taviro/Message.h>

@@ -1,6 +1,8 @@
 // Small helpers shared by the ostrum unit tests.
 #pragma once
 
+#include "tests/support/TestEnv.h"
+
 #include <ostrum/Exception.h>
 #include <ostrum/String.h>
 
@@ -20,17 +22,7 @@ inline void PrintTo(const String& s, std::ostream* os) {
 
 namespace ostrum_test {
 
-// Runs f, which is expected to throw Exception*; returns it (owned) or null when nothing was
-// thrown, so a test can check code, message and detail and never leaks the pointer.
-template <class F>
-std::unique_ptr<Exception> CatchException(F&& f) {
-    try {
-        f();
-    } catch (Exception* e) {
-        return std::unique_ptr<Exception>(e);
-    }
-    return nullptr;
-}
+using taviro_test::CatchException;
 
 // The test's private home folder (fresh per test).
 inline String Home() {
