@@ -22,7 +22,8 @@ template <class F>
 double NsPerCall(F f, long n) {
     int x = 0;
     const int64_t start = Time::Monotonic();
-    for (long i = 0; i < n; ++i) x = f(x);
+    for (long i = 0; i < n; ++i)
+        x = f(x);
     const int64_t us = Time::Monotonic() - start;
     if (x == 42) printf(" ");
     return us * 1000.0 / n;
@@ -50,7 +51,8 @@ int main() {
     signal.Connect(&sink, &_Sink::On);
     const long emits = 20000000;
     const int64_t start = Time::Monotonic();
-    for (long i = 0; i < emits; ++i) signal.Emit(1);
+    for (long i = 0; i < emits; ++i)
+        signal.Emit(1);
     const double emitNs = (Time::Monotonic() - start) * 1000.0 / emits;
     printf("signal: %.1f ns per emission to one slot (uncontended)%s\n", emitNs,
            sink.sum == emits ? "" : " WRONG COUNT");

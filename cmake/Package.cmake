@@ -10,5 +10,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/wxTaviroConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/wxTaviroConfig.cmake
               ${PROJECT_BINARY_DIR}/wxTaviroConfigVersion.cmake
         DESTINATION ${WXTAVIRO_CMAKE_DIR})
+file(RELATIVE_PATH PC_REL_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/wxTaviro.pc.in ${PROJECT_BINARY_DIR}/wxTaviro.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/wxTaviro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

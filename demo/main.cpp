@@ -26,7 +26,9 @@ wxDEFINE_EVENT(EVT_FARM_DISCONNECTED, wxThreadEvent);
 wxDEFINE_EVENT(EVT_FARM_MESSAGE, wxThreadEvent);
 wxDEFINE_EVENT(EVT_FARM_SHUTDOWN, wxThreadEvent);
 
-wxString ToWx(const String& s) { return wxString(s.c_str(), wxConvUTF8); }
+wxString ToWx(const String& s) {
+    return wxString(s.c_str(), wxConvUTF8);
+}
 
 class _DemoFrame;
 
@@ -61,7 +63,8 @@ public:
           m_Farm(farm), m_Bridge(this) {
         BuildControls();
         Bind(EVT_FARM_CONNECTED, [this](wxThreadEvent& e) { ShowConnection(true, e.GetString()); });
-        Bind(EVT_FARM_DISCONNECTED, [this](wxThreadEvent& e) { ShowConnection(false, e.GetString()); });
+        Bind(EVT_FARM_DISCONNECTED,
+             [this](wxThreadEvent& e) { ShowConnection(false, e.GetString()); });
         Bind(EVT_FARM_MESSAGE, [this](wxThreadEvent&) { m_Farm->DispatchMessage(); });
         Bind(EVT_FARM_SHUTDOWN, [this](wxThreadEvent&) {
             AddLine("The master ordered a shutdown: closing");
@@ -79,7 +82,8 @@ private:
         auto* panel = new wxPanel(this);
         const int gap = FromDIP(8);
         auto* top = new wxBoxSizer(wxHORIZONTAL);
-        m_State = new wxStaticText(panel, wxID_ANY, "", wxDefaultPosition, wxDefaultSize, wxST_NO_AUTORESIZE);
+        m_State = new wxStaticText(panel, wxID_ANY, "", wxDefaultPosition, wxDefaultSize,
+                                   wxST_NO_AUTORESIZE);
         m_State->SetFont(m_State->GetFont().Bold().Scaled(1.3f));
         top->Add(m_State, 1, wxALIGN_CENTER_VERTICAL | wxALL, gap);
         auto* link = new wxButton(panel, wxID_ANY, "&Disconnect");
@@ -88,8 +92,10 @@ private:
         top->Add(shutdown, 0, wxALL, gap);
         link->Bind(wxEVT_BUTTON, [this, link](wxCommandEvent&) {
             if (auto* master = m_Farm->GetSimulatedMaster()) {
-                if (master->IsConnected()) master->Disconnect();
-                else master->Reconnect();
+                if (master->IsConnected())
+                    master->Disconnect();
+                else
+                    master->Reconnect();
             }
         });
         shutdown->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
@@ -120,7 +126,8 @@ private:
     }
 
     void ShowConnection(bool connected, const wxString& detail) {
-        m_State->SetLabel(connected ? "Connected to the " + detail + " master" : "Disconnected (" + detail + ")");
+        m_State->SetLabel(connected ? "Connected to the " + detail + " master"
+                                    : "Disconnected (" + detail + ")");
         m_State->SetForegroundColour(connected ? wxColour(0, 130, 60) : wxColour(190, 40, 30));
         m_LinkButton->SetLabel(connected ? "&Disconnect" : "&Reconnect");
         AddLine(connected ? "Connected" : "Disconnected: " + detail);
@@ -130,16 +137,25 @@ private:
     void OnFarmMessage(const Message& m) {
         ++m_Messages;
         switch (m.GetType()) {
-        case k_MsgLogLine: AddLine(ToWx(m.Get("Text"))); break;
-        case k_MsgJobRemoved: AddLine("Removed job " + ToWx(m.GetJob().ToString())); break;
-        case k_MsgJobBatch: AddLine(wxString::Format("Received %zu jobs", m.m_Batch.size())); break;
-        case k_MsgEngineLoad: m_Load = ToWx(m.Get("Load")); break;
+        case k_MsgLogLine:
+            AddLine(ToWx(m.Get("Text")));
+            break;
+        case k_MsgJobRemoved:
+            AddLine("Removed job " + ToWx(m.GetJob().ToString()));
+            break;
+        case k_MsgJobBatch:
+            AddLine(wxString::Format("Received %zu jobs", m.m_Batch.size()));
+            break;
+        case k_MsgEngineLoad:
+            m_Load = ToWx(m.Get("Load"));
+            break;
         case k_MsgJobChanged:
             if (m.m_Params.count(p_Status))
                 if (JobPtr job = m_Farm->FindJob(m.GetJob()))
                     AddLine(ToWx(job->Name()) + " is now " + JobStatusName(job->GetStatus()));
             break;
-        default: break;
+        default:
+            break;
         }
     }
 
@@ -160,13 +176,17 @@ private:
         m_Counts->SetItem(k_JobArchived, 1, wxString::Format("%zu", all));
         if (!m_Pending.empty()) {
             m_Lines->Freeze();
-            for (auto& l : m_Pending) m_Lines->Append(l);
+            for (auto& l : m_Pending)
+                m_Lines->Append(l);
             m_Pending.clear();
-            while (m_Lines->GetCount() > 200) m_Lines->Delete(0);
+            while (m_Lines->GetCount() > 200)
+                m_Lines->Delete(0);
             m_Lines->EnsureVisible(m_Lines->GetCount() - 1);
             m_Lines->Thaw();
         }
-        SetStatusText(wxString::Format("%zu jobs, %llu messages handled", all, (unsigned long long)m_Messages), 0);
+        SetStatusText(wxString::Format("%zu jobs, %llu messages handled", all,
+                                       (unsigned long long)m_Messages),
+                      0);
         SetStatusText("Engine load: " + (m_Load.empty() ? wxString("-") : m_Load + "%"), 1);
     }
 
@@ -191,14 +211,17 @@ public:
             const String a = argv[i].utf8_str().data();
             if ((a == "--screenshot" || a == "--exit-after") && i + 1 < argc) {
                 const String v = argv[++i].utf8_str().data();
-                if (a == "--screenshot") m_Screenshot = ToWx(v);
-                else m_ExitAfter = v.ToInt(0);
+                if (a == "--screenshot")
+                    m_Screenshot = ToWx(v);
+                else
+                    m_ExitAfter = v.ToInt(0);
             } else {
                 args.push_back(a);
             }
         }
         bool hasModules = false;
-        for (auto& a : args) hasModules = hasModules || a.StartsWith("--modules");
+        for (auto& a : args)
+            hasModules = hasModules || a.StartsWith("--modules");
         if (!hasModules) {
             args.push_back("--modules");
             args.push_back(DEMO_MODULES);

@@ -224,8 +224,8 @@ Path Application::RequestSocketPath(const String& componentName) {
 
 bool Application::IsRunning(const String& componentName) {
     if (componentName.empty()) return false;
-    const int fd = ConnectTo(RequestSocketPath(componentName).ToString(),
-                             Time::Monotonic() + 500000, nullptr);
+    const int fd =
+        ConnectTo(RequestSocketPath(componentName).ToString(), Time::Monotonic() + 500000, nullptr);
     if (fd < 0) return false;
     ::close(fd);
     return true;
@@ -244,7 +244,8 @@ bool Application::StartRequestListener(const String& componentName) {
         int rc = ::bind(fd, (sockaddr*)&addr, sizeof addr);
         if (rc != 0 && errno == EADDRINUSE) {
             // A socket file is left: take it over only if nobody answers on it.
-            if (IsRunning(componentName)) error = "another program runs as " + componentName;
+            if (IsRunning(componentName))
+                error = "another program runs as " + componentName;
             else {
                 ::unlink(path.c_str());
                 rc = ::bind(fd, (sockaddr*)&addr, sizeof addr);
@@ -318,15 +319,20 @@ void Application::ServeConnection(int fd) {
         std::lock_guard<std::mutex> l(m_HandlerMutex);
         executor = m_Executor;
     }
-    if (executor) executor(run);
-    else run();
+    if (executor)
+        executor(run);
+    else
+        run();
 
     std::unique_lock<std::mutex> l(outcome->mutex);
-    const bool finished =
-        outcome->done.wait_for(l, std::chrono::milliseconds(m_HandlerTimeoutMs.load()),
-                               [&] { return outcome->finished; });
-    const char status = !finished ? 'E' : (outcome->ok ? '1' : (outcome->error.StartsWith("Request refused") ? '0' : 'E'));
-    const String text = finished ? outcome->error : String("The program did not handle the request in time");
+    const bool finished = outcome->done.wait_for(
+        l, std::chrono::milliseconds(m_HandlerTimeoutMs.load()), [&] { return outcome->finished; });
+    const char status =
+        !finished
+            ? 'E'
+            : (outcome->ok ? '1' : (outcome->error.StartsWith("Request refused") ? '0' : 'E'));
+    const String text =
+        finished ? outcome->error : String("The program did not handle the request in time");
     l.unlock();
     SendFrame(fd, text, Time::Monotonic() + 2000000, status);
 }
@@ -344,11 +350,14 @@ bool Application::SendRequest(const Path& target, const String& request, String*
     } else {
         char status = 0;
         String answer;
-        if (!SendFrame(fd, request, deadline)) why = "Cannot send the request to " + t;
+        if (!SendFrame(fd, request, deadline))
+            why = "Cannot send the request to " + t;
         else if (!RecvAll(fd, &status, 1, deadline) || !RecvText(fd, answer, deadline))
             why = SFormat("No answer from %s within %d ms", t.c_str(), timeoutMs);
-        else if (status == '1') ok = true;
-        else why = answer.empty() ? String("Request failed") : answer;
+        else if (status == '1')
+            ok = true;
+        else
+            why = answer.empty() ? String("Request failed") : answer;
         ::close(fd);
     }
     if (!ok) {

@@ -32,7 +32,8 @@ struct _SafeWriter {
         } while (u);
         if (neg) tmp[i++] = '-';
         char out[24];
-        for (int k = 0; k < i; ++k) out[k] = tmp[i - 1 - k];
+        for (int k = 0; k < i; ++k)
+            out[k] = tmp[i - 1 - k];
         out[i] = 0;
         Put(out);
     }
@@ -49,11 +50,16 @@ struct _SafeWriter {
 
 const char* SignalName(int sig) {
     switch (sig) {
-    case SIGSEGV: return "SIGSEGV";
-    case SIGABRT: return "SIGABRT";
-    case SIGBUS: return "SIGBUS";
-    case SIGFPE: return "SIGFPE";
-    default: return "signal";
+    case SIGSEGV:
+        return "SIGSEGV";
+    case SIGABRT:
+        return "SIGABRT";
+    case SIGBUS:
+        return "SIGBUS";
+    case SIGFPE:
+        return "SIGFPE";
+    default:
+        return "signal";
     }
 }
 
@@ -82,7 +88,8 @@ void _CallEntry::WriteTrace(int fd) noexcept {
     w.Put("Call trace (innermost last), depth ");
     w.PutInt((long)s.depth);
     w.Put(":\n");
-    const unsigned n = s.depth < (unsigned)_CallStack::k_Capacity ? s.depth : (unsigned)_CallStack::k_Capacity;
+    const unsigned n =
+        s.depth < (unsigned)_CallStack::k_Capacity ? s.depth : (unsigned)_CallStack::k_Capacity;
     for (unsigned i = 0; i < n; ++i) {
         w.Put("  #");
         w.PutInt((long)i);
@@ -107,5 +114,6 @@ void _CallEntry::InstallCrashHandler() {
     sa.sa_handler = CrashHandler;
     sigemptyset(&sa.sa_mask);
     sa.sa_flags = SA_ONSTACK | SA_RESETHAND;
-    for (int sig : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE}) sigaction(sig, &sa, nullptr);
+    for (int sig : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE})
+        sigaction(sig, &sa, nullptr);
 }

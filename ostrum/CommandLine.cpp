@@ -5,7 +5,8 @@
 
 CommandLine::CommandLine(int argc, const char* const* argv) {
     if (argc > 0 && argv && argv[0]) m_Program = argv[0];
-    for (int i = 1; i < argc; ++i) m_Args.push_back(argv[i] ? argv[i] : "");
+    for (int i = 1; i < argc; ++i)
+        m_Args.push_back(argv[i] ? argv[i] : "");
     m_Positional = m_Args;
 }
 
@@ -35,7 +36,8 @@ void CommandLine::ParseOptions(const std::vector<String>& valueNames,
         }
         if (a.size() < 3 || a[0] != '-' || a[1] != '-') {
             // "-5" is a number, not an option.
-            const bool number = a.size() > 1 && a.find_first_not_of("0123456789.", 1) == String::npos;
+            const bool number =
+                a.size() > 1 && a.find_first_not_of("0123456789.", 1) == String::npos;
             if (a.size() > 1 && a[0] == '-' && !number)
                 throw new Exception(k_ErrArgument, "Unknown option", a);
             positional.push_back(a);
@@ -44,13 +46,14 @@ void CommandLine::ParseOptions(const std::vector<String>& valueNames,
         const size_t eq = a.find('=');
         const String name = a.substr(2, eq == String::npos ? String::npos : eq - 2);
         if (has(valueNames, name)) {
-            if (eq != String::npos) options[name] = a.substr(eq + 1);
+            if (eq != String::npos)
+                options[name] = a.substr(eq + 1);
             else if (i + 1 < m_Args.size() && !m_Args[i + 1].StartsWith("--"))
                 options[name] = m_Args[++i];
-            else throw new Exception(k_ErrArgument, "Option needs a value", "--" + name);
+            else
+                throw new Exception(k_ErrArgument, "Option needs a value", "--" + name);
         } else if (has(flagNames, name)) {
-            if (eq != String::npos)
-                throw new Exception(k_ErrArgument, "Option takes no value", a);
+            if (eq != String::npos) throw new Exception(k_ErrArgument, "Option takes no value", a);
             options[name] = "1";
         } else {
             throw new Exception(k_ErrArgument, "Unknown option", "--" + name);

@@ -8,7 +8,8 @@
 #include <unistd.h>
 
 namespace {
-std::recursive_mutex g_CurrentMutex; // held while a process signal is delivered, so the target stays alive
+std::recursive_mutex
+    g_CurrentMutex; // held while a process signal is delivered, so the target stays alive
 Executable* g_Current = nullptr;
 int g_Pipe[2] = {-1, -1};
 
@@ -84,6 +85,7 @@ void Executable::InstallSignalHandlers() {
         sa.sa_handler = OnProcessSignal;
         sigemptyset(&sa.sa_mask);
         sa.sa_flags = SA_RESTART;
-        for (int sig : {SIGINT, SIGTERM, SIGHUP}) sigaction(sig, &sa, nullptr);
+        for (int sig : {SIGINT, SIGTERM, SIGHUP})
+            sigaction(sig, &sa, nullptr);
     });
 }

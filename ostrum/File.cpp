@@ -11,7 +11,9 @@
 #include <vector>
 
 namespace {
-String Errno() { return String(strerror(errno)); }
+String Errno() {
+    return String(strerror(errno));
+}
 
 bool WriteAllFd(int fd, const char* data, size_t size) {
     while (size > 0) {
@@ -42,15 +44,19 @@ Path Path::Branch(bool isDirectory, bool normalize) const {
             size_t j = t.find('/', i);
             if (j == String::npos) j = t.size();
             const String part = t.substr(i, j - i);
-            if (part != ".") out += part;
-            else if (j < t.size()) ++j; // drop "./"
+            if (part != ".")
+                out += part;
+            else if (j < t.size())
+                ++j; // drop "./"
             i = j;
         }
-        while (out.size() > 1 && out.back() == '/') out.pop_back();
+        while (out.size() > 1 && out.back() == '/')
+            out.pop_back();
         t = out;
     }
     if (isDirectory) return Path(t);
-    while (t.size() > 1 && t.back() == '/') t.pop_back();
+    while (t.size() > 1 && t.back() == '/')
+        t.pop_back();
     const size_t slash = t.rfind('/');
     if (slash == String::npos) return Path(String());
     if (slash == 0) return Path(String("/"));
@@ -59,7 +65,8 @@ Path Path::Branch(bool isDirectory, bool normalize) const {
 
 String Path::Leaf() const {
     String t = m_Text;
-    while (t.size() > 1 && t.back() == '/') t.pop_back();
+    while (t.size() > 1 && t.back() == '/')
+        t.pop_back();
     if (t == "/") return String();
     const size_t slash = t.rfind('/');
     return slash == String::npos ? t : t.substr(slash + 1);
@@ -73,9 +80,11 @@ Path& Path::operator/=(const String& name) {
     }
     // Exactly one separator at the join, however many either side brings.
     size_t from = 0;
-    while (from < name.size() && name[from] == '/') ++from;
+    while (from < name.size() && name[from] == '/')
+        ++from;
     const bool root = m_Text.find_first_not_of('/') == String::npos;
-    while (m_Text.size() > 1 && m_Text.back() == '/') m_Text.pop_back();
+    while (m_Text.size() > 1 && m_Text.back() == '/')
+        m_Text.pop_back();
     if (root) m_Text = "/";
     if (m_Text.back() != '/') m_Text.push_back('/');
     m_Text += name.substr(from);
@@ -111,8 +120,10 @@ String File::GetUserDir() {
     String base;
     const char* xdg = getenv("XDG_CONFIG_HOME");
     const char* home = getenv("HOME");
-    if (xdg && *xdg == '/') base = xdg;
-    else if (home && *home) base = String(home) + "/.config";
+    if (xdg && *xdg == '/')
+        base = xdg;
+    else if (home && *home)
+        base = String(home) + "/.config";
     if (base.empty())
         throw new Exception(k_ErrNoUserDir, "No User Folder available",
                             "neither XDG_CONFIG_HOME nor HOME is set");
@@ -158,19 +169,20 @@ void File::AtomicWrite(const Path& path, const String& content) {
     std::vector<char> name(tmpl.begin(), tmpl.end());
     name.push_back('\0');
     const int fd = ::mkstemp(name.data());
-    if (fd < 0)
-        throw new Exception(k_ErrIO, "Cannot save file", path.ToString() + ": " + Errno());
+    if (fd < 0) throw new Exception(k_ErrIO, "Cannot save file", path.ToString() + ": " + Errno());
     const String tmp(name.data());
     auto fail = [&](const char* what) {
         const String err = Errno();
         ::close(fd);
         ::unlink(tmp.c_str());
-        throw new Exception(k_ErrIO, "Cannot save file", path.ToString() + ": " + what + ": " + err);
+        throw new Exception(k_ErrIO, "Cannot save file",
+                            path.ToString() + ": " + what + ": " + err);
     };
     // mkstemp makes 0600; keep what the old file had, else the usual 0666 less umask.
     struct stat st;
     mode_t mode;
-    if (::stat(path.c_str(), &st) == 0) mode = st.st_mode & 07777;
+    if (::stat(path.c_str(), &st) == 0)
+        mode = st.st_mode & 07777;
     else {
         const mode_t mask = ::umask(0);
         ::umask(mask);
@@ -199,16 +211,20 @@ void File::AtomicWrite(const Path& path, const String& content) {
 // ---- streams ----
 
 void OutStream::PutEOL(EOLType type) {
-    if (type == k_EOLDos) Put("\r\n", 2);
-    else Put("\n", 1);
+    if (type == k_EOLDos)
+        Put("\r\n", 2);
+    else
+        Put("\n", 1);
 }
 
 OutFile::OutFile(const Path& path, int mode, bool append, bool syncOnClose, int permissions)
     : m_Path(path), m_Sync(syncOnClose) {
     int flags = O_WRONLY | O_CLOEXEC;
     if (mode & k_FileCreate) flags |= O_CREAT;
-    if ((mode & k_FileAppend) || append) flags |= O_APPEND;
-    else if (mode & k_FileTruncate) flags |= O_TRUNC;
+    if ((mode & k_FileAppend) || append)
+        flags |= O_APPEND;
+    else if (mode & k_FileTruncate)
+        flags |= O_TRUNC;
     m_Fd = ::open(path.c_str(), flags, permissions < 0 ? 0666 : permissions);
     if (m_Fd < 0)
         throw new Exception(k_ErrIO, "Cannot open file for writing",
@@ -263,8 +279,7 @@ String Platform::GetCurrentUserName() {
     struct passwd pw;
     struct passwd* found = nullptr;
     std::vector<char> buf(16384);
-    if (getpwuid_r(geteuid(), &pw, buf.data(), buf.size(), &found) == 0 && found &&
-        found->pw_name)
+    if (getpwuid_r(geteuid(), &pw, buf.data(), buf.size(), &found) == 0 && found && found->pw_name)
         return String(found->pw_name);
     const char* user = getenv("USER");
     return user ? String(user) : String::FromInt((long long)geteuid());

@@ -3,11 +3,15 @@
 #include <ostrum/Log.h>
 
 namespace {
-inline bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+inline bool IsBlank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 String TrimBlanks(const String& s, size_t b, size_t e) {
-    while (b < e && IsBlank(s[b])) ++b;
-    while (e > b && IsBlank(s[e - 1])) --e;
+    while (b < e && IsBlank(s[b]))
+        ++b;
+    while (e > b && IsBlank(s[e - 1]))
+        --e;
     return s.substr(b, e - b);
 }
 
@@ -26,16 +30,24 @@ String Unquote(const String& v) {
         if (c == '\\' && i + 2 < v.size()) {
             const char n = v[++i];
             switch (n) {
-            case 'n': c = '\n'; break;
-            case 'r': c = '\r'; break;
-            case 't': c = '\t'; break;
+            case 'n':
+                c = '\n';
+                break;
+            case 'r':
+                c = '\r';
+                break;
+            case 't':
+                c = '\t';
+                break;
             case 'x':
                 if (i + 3 < v.size() && HexDigit(v[i + 1]) >= 0 && HexDigit(v[i + 2]) >= 0) {
                     c = (char)(HexDigit(v[i + 1]) * 16 + HexDigit(v[i + 2]));
                     i += 2;
-                } else c = 'x';
+                } else
+                    c = 'x';
                 break;
-            default: c = n;
+            default:
+                c = n;
             }
         }
         out.push_back(c);
@@ -55,14 +67,26 @@ String Quote(const String& v) {
     String out("\"");
     for (unsigned char c : v) {
         switch (c) {
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        case '\\': out += "\\\\"; break;
-        case '"': out += "\\\""; break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '"':
+            out += "\\\"";
+            break;
         default:
-            if (c < 0x20) out += SFormat("\\x%02x", c);
-            else out.push_back((char)c);
+            if (c < 0x20)
+                out += SFormat("\\x%02x", c);
+            else
+                out.push_back((char)c);
         }
     }
     out.push_back('"');
@@ -97,7 +121,8 @@ IniFile::Section& IniFile::Ensure(const String& name) {
     if (Section* s = Find(name)) return *s;
     // A name must read back as itself: no line breaks, no blanks at its ends.
     bool bad = IsBlank(name.front()) || IsBlank(name.back());
-    for (char c : name) bad = bad || c == '\n' || c == '\r';
+    for (char c : name)
+        bad = bad || c == '\n' || c == '\r';
     if (bad) throw new Exception(k_ErrArgument, "Invalid section name", name);
     m_Sections.emplace_back();
     m_Sections.back().name = name;
@@ -116,7 +141,8 @@ const IniFile::Line* IniFile::FindLine(const String& section, const String& key)
 void IniFile::CheckKey(const String& key) {
     bool bad = key.empty() || key[0] == '[' || key[0] == ';' || key[0] == '#' ||
                IsBlank(key.front()) || IsBlank(key.back());
-    for (char c : key) bad = bad || c == '=' || c == '\n' || c == '\r';
+    for (char c : key)
+        bad = bad || c == '=' || c == '\n' || c == '\r';
     if (bad) throw new Exception(k_ErrArgument, "Invalid ini key", key);
 }
 
@@ -147,7 +173,8 @@ void IniFile::ParseInto(const String& text) {
         size_t end = text.find('\n', pos);
         if (end == String::npos) end = text.size();
         size_t lineEnd = end;
-        while (lineEnd > pos && text[lineEnd - 1] == '\r') --lineEnd; // CRLF, or worse
+        while (lineEnd > pos && text[lineEnd - 1] == '\r')
+            --lineEnd; // CRLF, or worse
         const String raw = text.substr(pos, lineEnd - pos);
         pos = end + 1;
 
@@ -194,13 +221,16 @@ String IniFile::ToString() const {
     for (size_t si = 0; si < m_Sections.size(); ++si) {
         const Section& s = m_Sections[si];
         if (si > 0) {
-            if (s.created && !out.empty() && out.size() >= 2 && out.compare(out.size() - 2, 2, "\n\n") != 0)
+            if (s.created && !out.empty() && out.size() >= 2 &&
+                out.compare(out.size() - 2, 2, "\n\n") != 0)
                 out += "\n";
             out += "[" + s.name + "]\n";
         }
         for (const Line& l : s.lines) {
-            if (!l.isKey || !l.raw.empty()) out += l.raw;
-            else out += l.key + "=" + (NeedsQuotes(l.value) ? Quote(l.value) : l.value);
+            if (!l.isKey || !l.raw.empty())
+                out += l.raw;
+            else
+                out += l.key + "=" + (NeedsQuotes(l.value) ? Quote(l.value) : l.value);
             out += "\n";
         }
     }
@@ -227,8 +257,10 @@ void IniFile::LoadFromString(const String& text, bool replace) {
             m_Current.clear();
         }
         ParseInto(text);
-        if (replace) m_SavedGeneration = m_Generation.load();
-        else ++m_Generation;
+        if (replace)
+            m_SavedGeneration = m_Generation.load();
+        else
+            ++m_Generation;
     }
     if (!replace) OnChanged();
 }
@@ -271,7 +303,8 @@ bool IniFile::HasKey(const String& section, const String& key) const {
 std::vector<String> IniFile::GetSections() const {
     RWLock::ReadGuard g(m_Lock);
     std::vector<String> out;
-    for (const Section& s : m_Sections) out.push_back(s.name);
+    for (const Section& s : m_Sections)
+        out.push_back(s.name);
     return out;
 }
 
@@ -378,7 +411,8 @@ void IniFile::RemoveSection(const String& section) {
             if (it == m_SectionIndex.end()) return;
             m_Sections.erase(m_Sections.begin() + (long)it->second);
             m_SectionIndex.clear();
-            for (size_t i = 1; i < m_Sections.size(); ++i) m_SectionIndex[m_Sections[i].name] = i;
+            for (size_t i = 1; i < m_Sections.size(); ++i)
+                m_SectionIndex[m_Sections[i].name] = i;
             if (m_Current.CompareNoCase(section) == 0) m_Current.clear();
         }
         ++m_Generation;
@@ -397,19 +431,25 @@ void IniFile::Clear() {
     OnChanged();
 }
 
-bool IniFile::IsModified() const { return m_Generation.load() != m_SavedGeneration.load(); }
+bool IniFile::IsModified() const {
+    return m_Generation.load() != m_SavedGeneration.load();
+}
 
 // ---- OptionsFile ----
 
 // Changes still held back by a pause are written rather than lost.
-OptionsFile::~OptionsFile() { WriteOut(); }
+OptionsFile::~OptionsFile() {
+    WriteOut();
+}
 
 void OptionsFile::PauseAutoWrite(bool pause) {
     bool write = false;
     {
         std::lock_guard<std::mutex> l(m_PauseMutex);
-        if (pause) ++m_Pauses;
-        else if (m_Pauses > 0) write = --m_Pauses == 0;
+        if (pause)
+            ++m_Pauses;
+        else if (m_Pauses > 0)
+            write = --m_Pauses == 0;
     }
     if (write) WriteOut();
 }

@@ -72,8 +72,8 @@ protected:
 
 private:
     struct Line {
-        String raw;   // the text as read (kept for comments and unknown lines)
-        String key;   // empty for a non-key line
+        String raw; // the text as read (kept for comments and unknown lines)
+        String key; // empty for a non-key line
         String value;
         bool isKey = false;
     };

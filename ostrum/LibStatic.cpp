@@ -48,7 +48,9 @@ void LibStatic::Cleanup(const String& name) {
     }
 }
 
-void LibStatic::CleanupAll() { Cleanup(String()); }
+void LibStatic::CleanupAll() {
+    Cleanup(String());
+}
 
 size_t LibStatic::Count() {
     _Registry& r = Registry();

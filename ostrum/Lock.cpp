@@ -22,14 +22,15 @@ bool Mutex::IsLockedByCurrentThread() const {
     return m_Owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
 }
 
-unsigned Mutex::EntryCount() const { return IsLockedByCurrentThread() ? m_Count : 0; }
+unsigned Mutex::EntryCount() const {
+    return IsLockedByCurrentThread() ? m_Count : 0;
+}
 
 void RWLock::ReadLock() {
     std::unique_lock<std::mutex> l(m_Mutex);
     const auto me = std::this_thread::get_id();
     // The writer reading its own data must not wait for itself.
-    if (m_WriteDepth == 0 || m_Writer != me)
-        m_Changed.wait(l, [&] { return m_WriteDepth == 0; });
+    if (m_WriteDepth == 0 || m_Writer != me) m_Changed.wait(l, [&] { return m_WriteDepth == 0; });
     ++m_Readers;
 }
 

@@ -34,7 +34,9 @@ Log* const Log::s_GlobalLog = new Log();
 
 Log::Log() = default;
 
-Log::~Log() { Close(); }
+Log::~Log() {
+    Close();
+}
 
 void Log::Open(const String& fileName) {
     MakeFolders(fileName);
@@ -54,8 +56,8 @@ void Log::Close() {
 }
 
 const char* Log::LevelName(LogLevel level) {
-    static const char* const names[] = {"FATAL", "ERROR", "SYSTEM", "WARNING",
-                                        "MESSAGE", "INFO", "DEBUG"};
+    static const char* const names[] = {"FATAL",   "ERROR", "SYSTEM", "WARNING",
+                                        "MESSAGE", "INFO",  "DEBUG"};
     return (level >= 0 && level <= 6) ? names[level] : "?";
 }
 
@@ -69,10 +71,10 @@ void Log::Write(LogLevel level, const String& text) {
     struct tm tmv;
     localtime_r(&tv.tv_sec, &tmv);
     char head[96];
-    const int n = snprintf(head, sizeof head, "%04d-%02d-%02d %02d:%02d:%02d.%06ld [%ld] %-7s ",
-                           tmv.tm_year + 1900, tmv.tm_mon + 1, tmv.tm_mday, tmv.tm_hour,
-                           tmv.tm_min, tmv.tm_sec, (long)tv.tv_usec, (long)syscall(SYS_gettid),
-                           LevelName(level));
+    const int n =
+        snprintf(head, sizeof head, "%04d-%02d-%02d %02d:%02d:%02d.%06ld [%ld] %-7s ",
+                 tmv.tm_year + 1900, tmv.tm_mon + 1, tmv.tm_mday, tmv.tm_hour, tmv.tm_min,
+                 tmv.tm_sec, (long)tv.tv_usec, (long)syscall(SYS_gettid), LevelName(level));
     std::string line;
     line.reserve((size_t)n + text.size() + 1);
     line.append(head, (size_t)n);
@@ -84,7 +86,15 @@ void Log::Write(LogLevel level, const String& text) {
     if (toEcho) WriteAll(2, line.data(), line.size());
 }
 
-void GlobalLog(LogLevel level, const String& text) { Log::s_GlobalLog->Write(level, text); }
-void LogDebug(const String& text) { GlobalLog(LL_Debug, text); }
-void LogInfo(const String& text) { GlobalLog(LL_Info, text); }
-void LogSystem(const String& text) { GlobalLog(LL_System, text); }
+void GlobalLog(LogLevel level, const String& text) {
+    Log::s_GlobalLog->Write(level, text);
+}
+void LogDebug(const String& text) {
+    GlobalLog(LL_Debug, text);
+}
+void LogInfo(const String& text) {
+    GlobalLog(LL_Info, text);
+}
+void LogSystem(const String& text) {
+    GlobalLog(LL_System, text);
+}

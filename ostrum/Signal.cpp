@@ -3,9 +3,10 @@
 void HasSlots::ConnectSignal(const std::shared_ptr<_SignalCoreBase>& signal) {
     Mutex::Guard g(m_SlotsLock);
     // Forget signals that died, and record each live one once.
-    m_Signals.erase(std::remove_if(m_Signals.begin(), m_Signals.end(),
-                                   [](const std::weak_ptr<_SignalCoreBase>& w) { return w.expired(); }),
-                    m_Signals.end());
+    m_Signals.erase(
+        std::remove_if(m_Signals.begin(), m_Signals.end(),
+                       [](const std::weak_ptr<_SignalCoreBase>& w) { return w.expired(); }),
+        m_Signals.end());
     for (auto& w : m_Signals)
         if (w.lock() == signal) return;
     m_Signals.push_back(signal);
@@ -25,6 +26,7 @@ void HasSlots::DisconnectAll() {
 size_t HasSlots::ConnectedSignalCount() {
     Mutex::Guard g(m_SlotsLock);
     size_t n = 0;
-    for (auto& w : m_Signals) n += w.expired() ? 0 : 1;
+    for (auto& w : m_Signals)
+        n += w.expired() ? 0 : 1;
     return n;
 }

@@ -85,7 +85,8 @@ private:
 template <class Obj, class Policy = ThreadPolicy::LocalThreaded>
 class Connection0 : public _Connection<> {
 public:
-    Connection0(Obj* object, void (Obj::*method)()) : _Connection<>(object), m_Object(object), m_Method(method) {}
+    Connection0(Obj* object, void (Obj::*method)())
+        : _Connection<>(object), m_Object(object), m_Method(method) {}
     void Call() override { (m_Object->*m_Method)(); }
 
 private:
@@ -159,7 +160,8 @@ public:
     size_t Count() {
         Mutex::Guard g(m_Mutex);
         size_t live = 0;
-        for (auto& c : m_Conns) live += c->m_Alive ? 1 : 0;
+        for (auto& c : m_Conns)
+            live += c->m_Alive ? 1 : 0;
         return live;
     }
 

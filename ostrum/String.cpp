@@ -6,14 +6,17 @@
 #include <cstring>
 #include <vector>
 
-
 const String k_Yes("Yes");
 const String k_No("No");
 const String k_NL("\n");
 
 namespace {
-inline unsigned char Fold(unsigned char c) { return (c >= 'A' && c <= 'Z') ? c + 32 : c; }
-inline bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+inline unsigned char Fold(unsigned char c) {
+    return (c >= 'A' && c <= 'Z') ? c + 32 : c;
+}
+inline bool IsBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 } // namespace
 
 int String::CompareNoCase(const String& other) const {
@@ -54,7 +57,8 @@ size_t String::FindNoCase(const String& needle, size_t pos) const {
 
 String String::Lower() const {
     String r(*this);
-    for (auto& c : r) c = (char)Fold((unsigned char)c);
+    for (auto& c : r)
+        c = (char)Fold((unsigned char)c);
     return r;
 }
 
@@ -67,19 +71,24 @@ String String::Upper() const {
 
 String String::Trimmed() const {
     size_t b = 0, e = size();
-    while (b < e && IsBlank((*this)[b])) ++b;
-    while (e > b && IsBlank((*this)[e - 1])) --e;
+    while (b < e && IsBlank((*this)[b]))
+        ++b;
+    while (e > b && IsBlank((*this)[e - 1]))
+        --e;
     return substr(b, e - b);
 }
 
-bool String::StartsWith(const String& prefix) const { return compare(0, prefix.size(), prefix) == 0; }
+bool String::StartsWith(const String& prefix) const {
+    return compare(0, prefix.size(), prefix) == 0;
+}
 
 long String::ToLong(long fallback, bool* ok) const {
     const String t = Trimmed();
     errno = 0;
     char* end = nullptr;
     const long v = t.empty() ? 0 : strtol(t.c_str(), &end, 10);
-    const bool good = !t.empty() && errno == 0 && end && *end == '\0' && end == t.c_str() + t.size();
+    const bool good =
+        !t.empty() && errno == 0 && end && *end == '\0' && end == t.c_str() + t.size();
     if (ok) *ok = good;
     return good ? v : fallback;
 }
@@ -107,7 +116,9 @@ bool String::ToBool() const {
     return t.CompareNoCase(k_Yes) == 0 || t == "1" || t.CompareNoCase("true") == 0;
 }
 
-String String::FromInt(long long value) { return String(std::to_string(value)); }
+String String::FromInt(long long value) {
+    return String(std::to_string(value));
+}
 
 String VSFormat(const char* format, va_list args) {
     if (!format) return String();
@@ -130,4 +141,3 @@ String SFormat(const char* format, ...) {
     va_end(args);
     return r;
 }
-

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <string>
 
-
 class String : public std::string {
 public:
     String() = default;
@@ -84,12 +83,9 @@ extern const String k_Yes;
 extern const String k_No;
 extern const String k_NL;
 
-
 namespace std {
 template <>
 struct hash<String> {
-    size_t operator()(const String& s) const noexcept {
-        return hash<std::string>()(s);
-    }
+    size_t operator()(const String& s) const noexcept { return hash<std::string>()(s); }
 };
 } // namespace std

@@ -18,9 +18,9 @@ String Time::FormatDuration(int64_t micros, int smallest, int largest, int maxPa
     static const int64_t size[] = {1, 1000, 1000000, 60000000LL, 3600000000LL, 86400000000LL};
     static const char* const shortName[] = {"us", "ms", "s", "m", "h", "d"};
     static const char* const longName[] = {" microseconds", " milliseconds", " seconds",
-                                           " minutes", " hours", " days"};
+                                           " minutes",      " hours",        " days"};
     static const char* const longOne[] = {" microsecond", " millisecond", " second",
-                                          " minute", " hour", " day"};
+                                          " minute",      " hour",        " day"};
     smallest = std::min(std::max(smallest, (int)k_Micro), (int)k_Day);
     largest = std::min(std::max(largest, (int)k_Micro), (int)k_Day);
     if (largest < smallest) largest = smallest;
@@ -28,7 +28,8 @@ String Time::FormatDuration(int64_t micros, int smallest, int largest, int maxPa
 
     String out;
     if (limit > 0 && (micros > limit || micros < -limit)) {
-        out = String(micros < 0 ? "< -" : "> ") + FormatDuration(limit, smallest, largest, maxParts, shortNames, 0, fill, 0);
+        out = String(micros < 0 ? "< -" : "> ") +
+              FormatDuration(limit, smallest, largest, maxParts, shortNames, 0, fill, 0);
     } else {
         const bool negative = micros < 0;
         uint64_t rest = negative ? (uint64_t)(-(micros + 1)) + 1 : (uint64_t)micros;
@@ -52,7 +53,8 @@ String Time::FormatDuration(int64_t micros, int smallest, int largest, int maxPa
             if (n != 0) keep = out.size();
         }
         if (keep > 0) out.resize(keep);
-        if (negative && out != String("0") + (shortNames ? shortName[smallest] : longName[smallest]))
+        if (negative &&
+            out != String("0") + (shortNames ? shortName[smallest] : longName[smallest]))
             out = "-" + out;
     }
     if ((int)out.size() < width) out = String((size_t)width - out.size(), fill) + out;

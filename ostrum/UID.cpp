@@ -44,8 +44,10 @@ UID::UID(const String& text, bool mustBeValid) {
         if (good) bytes[b++] = (uint8_t)(hi * 16 + lo);
         i += 2;
     }
-    if (good) m_Bytes = bytes;
-    else if (mustBeValid) throw new Exception(k_ErrFormat, "Invalid identifier", text);
+    if (good)
+        m_Bytes = bytes;
+    else if (mustBeValid)
+        throw new Exception(k_ErrFormat, "Invalid identifier", text);
 }
 
 UID UID::FromBytes(const uint8_t bytes[16]) {
@@ -66,4 +68,6 @@ String UID::ToString() const {
     return out;
 }
 
-bool UID::IsNull() const { return *this == Null; }
+bool UID::IsNull() const {
+    return *this == Null;
+}

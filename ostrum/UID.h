@@ -23,9 +23,13 @@ public:
     bool IsNull() const;
     const uint8_t* Bytes() const { return m_Bytes.data(); }
 
-    bool operator==(const UID& o) const { return std::memcmp(m_Bytes.data(), o.m_Bytes.data(), 16) == 0; }
+    bool operator==(const UID& o) const {
+        return std::memcmp(m_Bytes.data(), o.m_Bytes.data(), 16) == 0;
+    }
     bool operator!=(const UID& o) const { return !(*this == o); }
-    bool operator<(const UID& o) const { return std::memcmp(m_Bytes.data(), o.m_Bytes.data(), 16) < 0; }
+    bool operator<(const UID& o) const {
+        return std::memcmp(m_Bytes.data(), o.m_Bytes.data(), 16) < 0;
+    }
 
     static const UID Null;
 

@@ -16,7 +16,8 @@ std::vector<JobPtr> TaviroApp::GetAllJobs() const {
     std::lock_guard<std::mutex> l(m_JobsMutex);
     std::vector<JobPtr> out;
     out.reserve(m_Jobs.size());
-    for (auto& kv : m_Jobs) out.push_back(kv.second);
+    for (auto& kv : m_Jobs)
+        out.push_back(kv.second);
     return out;
 }
 
@@ -34,7 +35,8 @@ size_t TaviroApp::JobCount() const {
 std::map<int, size_t> TaviroApp::CountByStatus() const {
     std::lock_guard<std::mutex> l(m_JobsMutex);
     std::map<int, size_t> out;
-    for (auto& kv : m_Jobs) ++out[kv.second->GetStatus()];
+    for (auto& kv : m_Jobs)
+        ++out[kv.second->GetStatus()];
     return out;
 }
 
@@ -61,7 +63,8 @@ void TaviroApp::ApplyToJobs(const Message& m) {
         m_Jobs.erase(m.GetJob());
         break;
     }
-    default: break;
+    default:
+        break;
     }
 }
 
@@ -72,7 +75,8 @@ void TaviroApp::ClearJobs() {
 
 // ---- TaviroClientApp: start and stop ----
 
-TaviroClientApp::TaviroClientApp(LogLevel fileLevel, LogLevel echoLevel) : TaviroApp(fileLevel, echoLevel) {}
+TaviroClientApp::TaviroClientApp(LogLevel fileLevel, LogLevel echoLevel)
+    : TaviroApp(fileLevel, echoLevel) {}
 
 TaviroClientApp::~TaviroClientApp() {
     DisconnectAll(); // no farm signal may reach a half-destroyed client
@@ -90,9 +94,9 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
     CALL_ENTRY("TaviroClientApp::Startup");
     m_StartupError.clear();
     try {
-        commandLine.ParseOptions({"name", "options", "log-dir", "modules", "master", "seed", "jobs",
-                                  "rate", "workers"},
-                                 {});
+        commandLine.ParseOptions(
+            {"name", "options", "log-dir", "modules", "master", "seed", "jobs", "rate", "workers"},
+            {});
     } catch (Exception* e) {
         const String why = e->GetMessage() + ": " + e->GetDetail();
         delete e;
@@ -142,7 +146,8 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
     }
     LogInfo("Starting " + name);
 
-    const String options = commandLine.GetOption("options", (Path(userDir) / (name + ".ini")).ToString());
+    const String options =
+        commandLine.GetOption("options", (Path(userDir) / (name + ".ini")).ToString());
     try {
         GetOptions()->SetFilename(Path(options));
         GetOptions()->Load(false, true);
@@ -152,8 +157,10 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
         return Fail(why);
     }
 
-    if (commandLine.HasOption("modules")) JobFactory::s_JobFactory.LoadModules(commandLine.GetOption("modules"));
-    else JobFactory::s_JobFactory.Clear();
+    if (commandLine.HasOption("modules"))
+        JobFactory::s_JobFactory.LoadModules(commandLine.GetOption("modules"));
+    else
+        JobFactory::s_JobFactory.Clear();
 
     StartRequestListener(name); // not fatal: the program works alone without it
 
@@ -174,7 +181,8 @@ int TaviroClientApp::Execute() {
         while (DispatchMessage()) {
         }
         std::unique_lock<std::recursive_mutex> l(m_QueueMutex);
-        m_QueueChanged.wait_for(l, std::chrono::milliseconds(100), [&] { return !m_Queue.empty(); });
+        m_QueueChanged.wait_for(l, std::chrono::milliseconds(100),
+                                [&] { return !m_Queue.empty(); });
     }
     return 0;
 }
@@ -274,18 +282,23 @@ void TaviroClientApp::Handle(const boost::shared_ptr<Message>& message) {
     m_Handled.fetch_add(1);
 }
 
-SlotId TaviroClientApp::AddMessageHandler(std::function<void(const Message&)> handler, HasSlots* owner) {
+SlotId TaviroClientApp::AddMessageHandler(std::function<void(const Message&)> handler,
+                                          HasSlots* owner) {
     return m_Handlers.Connect(std::move(handler), owner);
 }
 
-void TaviroClientApp::RemoveMessageHandler(SlotId id) { m_Handlers.Disconnect(id); }
+void TaviroClientApp::RemoveMessageHandler(SlotId id) {
+    m_Handlers.Disconnect(id);
+}
 
 // ---- Components ----
 
 String Components::GetName(int index) {
-    static const char* const names[k_Count] = {"TaviroGui",      "TaviroMonitor", "TaviroSubmit",
+    static const char* const names[k_Count] = {"TaviroGui",       "TaviroMonitor", "TaviroSubmit",
                                                "TaviroLogViewer", "TaviroConfig",  "TaviroAdmin"};
     return index >= 0 && index < k_Count ? String(names[index]) : String();
 }
 
-bool Components::DidStart(const String& name) { return Application::IsRunning(name); }
+bool Components::DidStart(const String& name) {
+    return Application::IsRunning(name);
+}

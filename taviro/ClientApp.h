@@ -80,7 +80,8 @@ public:
     size_t QueuedMessages() const;
 
     // The client program's message handlers (run on the pool or the dispatching thread).
-    SlotId AddMessageHandler(std::function<void(const Message&)> handler, HasSlots* owner = nullptr);
+    SlotId AddMessageHandler(std::function<void(const Message&)> handler,
+                             HasSlots* owner = nullptr);
     void RemoveMessageHandler(SlotId id);
 
     Messenger* GetMessenger() const { return m_Messenger.get(); }

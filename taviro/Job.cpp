@@ -16,14 +16,22 @@ const String p_Engine("Engine");
 
 const char* JobStatusName(int status) {
     switch (status) {
-    case k_JobWaiting: return "Waiting";
-    case k_JobRunning: return "Running";
-    case k_JobPaused: return "Paused";
-    case k_JobDone: return "Done";
-    case k_JobFailed: return "Failed";
-    case k_JobAborted: return "Aborted";
-    case k_JobArchived: return "Archived";
-    default: return "Unknown";
+    case k_JobWaiting:
+        return "Waiting";
+    case k_JobRunning:
+        return "Running";
+    case k_JobPaused:
+        return "Paused";
+    case k_JobDone:
+        return "Done";
+    case k_JobFailed:
+        return "Failed";
+    case k_JobAborted:
+        return "Aborted";
+    case k_JobArchived:
+        return "Archived";
+    default:
+        return "Unknown";
     }
 }
 
@@ -47,19 +55,23 @@ std::map<String, String> TaviroObject::GetParameters() const {
 
 void TaviroObject::SetParameters(const std::map<String, String>& values) {
     std::lock_guard<std::mutex> l(m_Mutex);
-    for (auto& kv : values) m_Params[kv.first] = kv.second;
+    for (auto& kv : values)
+        m_Params[kv.first] = kv.second;
 }
 
 // ---- Job ----
 
-int Job::GetStatus() const { return GetParameter(p_Status, true).ToInt(k_JobUnknown); }
+int Job::GetStatus() const {
+    return GetParameter(p_Status, true).ToInt(k_JobUnknown);
+}
 
 bool Job::HideInSelectors(int status) const {
     return status == k_JobArchived || status == k_JobUnknown;
 }
 
 void Job::ExecuteCommand(const String& command, const String& item) {
-    const JobTypeInfo& type = JobFactory::s_JobFactory.GetTypeInfo(UID(GetParameter(p_Type), false), false);
+    const JobTypeInfo& type =
+        JobFactory::s_JobFactory.GetTypeInfo(UID(GetParameter(p_Type), false), false);
     const CommandInfo* info = type.FindCommand(command);
     if (!info)
         throw new Exception(k_ErrNotFound, "Unknown command",

@@ -45,7 +45,8 @@ std::vector<String> SplitFields(const String& text) {
     size_t start = 0;
     for (;;) {
         const size_t bar = text.find('|', start);
-        out.push_back(text.substr(start, bar == String::npos ? String::npos : bar - start).Trimmed());
+        out.push_back(
+            text.substr(start, bar == String::npos ? String::npos : bar - start).Trimmed());
         if (bar == String::npos) break;
         start = bar + 1;
     }
@@ -61,7 +62,8 @@ JobTypeInfo Parse(const String& text) {
     if (!all.empty() && all.back().empty()) all.pop_back(); // the end of the last line
     for (String raw : all) {
         ++lineNo;
-        while (!raw.empty() && raw.back() == '\r') raw.pop_back();
+        while (!raw.empty() && raw.back() == '\r')
+            raw.pop_back();
         const String line = raw.Trimmed();
         if (line.empty() || line[0] == '#') continue;
         const size_t sp = line.find_first_of(" \t");
@@ -101,9 +103,12 @@ JobTypeInfo Parse(const String& text) {
                 throw _ParseError{lineNo, "flags '" + f[1] + "' are not a number >= 0"};
             c.help = f[2];
             if (f.size() == 4) {
-                if (f[3].StartsWith("items:")) c.items = f[3].substr(6).Trimmed();
-                else if (f[3].StartsWith("items-from:")) c.itemsFrom = f[3].substr(11).Trimmed();
-                else throw _ParseError{lineNo, "expected 'items:' or 'items-from:'"};
+                if (f[3].StartsWith("items:"))
+                    c.items = f[3].substr(6).Trimmed();
+                else if (f[3].StartsWith("items-from:"))
+                    c.itemsFrom = f[3].substr(11).Trimmed();
+                else
+                    throw _ParseError{lineNo, "expected 'items:' or 'items-from:'"};
                 if (c.items.empty() && c.itemsFrom.empty())
                     throw _ParseError{lineNo, "empty item list"};
             }
@@ -135,8 +140,9 @@ bool JobFactory::AddModule(const String& text, const String& fileName) {
     std::lock_guard<std::mutex> l(m_Mutex);
     for (auto& t : m_Types)
         if (t->id == info.id) {
-            GlobalLog(LL_Error, "Job module " + fileName + ": type identifier " + info.id.ToString() +
-                                    " already used by " + t->file + "; module skipped");
+            GlobalLog(LL_Error, "Job module " + fileName + ": type identifier " +
+                                    info.id.ToString() + " already used by " + t->file +
+                                    "; module skipped");
             return false;
         }
     m_Types.push_back(std::make_shared<const JobTypeInfo>(std::move(info)));
@@ -179,7 +185,8 @@ void JobFactory::Clear() {
 std::vector<UID> JobFactory::ListTypes() const {
     std::lock_guard<std::mutex> l(m_Mutex);
     std::vector<UID> out;
-    for (auto& t : m_Types) out.push_back(t->id);
+    for (auto& t : m_Types)
+        out.push_back(t->id);
     return out;
 }
 
@@ -188,8 +195,7 @@ const JobTypeInfo& JobFactory::GetTypeInfo(const UID& type, bool mustExist) cons
     std::lock_guard<std::mutex> l(m_Mutex);
     for (auto& t : m_Types)
         if (t->id == type) return *t;
-    if (mustExist)
-        throw new Exception(k_ErrNotFound, "Unknown job type", type.ToString());
+    if (mustExist) throw new Exception(k_ErrNotFound, "Unknown job type", type.ToString());
     return s_Empty;
 }
 

@@ -7,15 +7,24 @@ Signal1<MessengerDisconnectedEvt&> MessengerDisconnectedEvt::s_Signal;
 
 const char* Message::TypeName(MessageType type) {
     switch (type) {
-    case k_MsgJobCreated: return "JobCreated";
-    case k_MsgJobChanged: return "JobChanged";
-    case k_MsgJobRemoved: return "JobRemoved";
-    case k_MsgJobBatch: return "JobBatch";
-    case k_MsgLogLine: return "LogLine";
-    case k_MsgEngineLoad: return "EngineLoad";
-    case k_MsgShutdown: return "Shutdown";
-    case k_MsgRequestFailed: return "RequestFailed";
-    case k_MsgCustom: return "Custom";
+    case k_MsgJobCreated:
+        return "JobCreated";
+    case k_MsgJobChanged:
+        return "JobChanged";
+    case k_MsgJobRemoved:
+        return "JobRemoved";
+    case k_MsgJobBatch:
+        return "JobBatch";
+    case k_MsgLogLine:
+        return "LogLine";
+    case k_MsgEngineLoad:
+        return "EngineLoad";
+    case k_MsgShutdown:
+        return "Shutdown";
+    case k_MsgRequestFailed:
+        return "RequestFailed";
+    case k_MsgCustom:
+        return "Custom";
     }
     return "?";
 }

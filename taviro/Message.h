@@ -13,15 +13,15 @@
 #include <vector>
 
 enum MessageType {
-    k_MsgJobCreated = 1, // a job appeared (all its parameters)
-    k_MsgJobChanged = 2, // some parameters of a job changed
-    k_MsgJobRemoved = 3, // a job is gone
-    k_MsgLogLine = 4,    // a line of a job's log (or the master's, with a null job)
-    k_MsgEngineLoad = 5, // the farm's engine load in percent (parameter "Load")
-    k_MsgShutdown = 6,   // the master orders the clients to close
-    k_MsgJobBatch = 7,   // many k_MsgJobCreated at once (m_Batch), sent on connecting
+    k_MsgJobCreated = 1,    // a job appeared (all its parameters)
+    k_MsgJobChanged = 2,    // some parameters of a job changed
+    k_MsgJobRemoved = 3,    // a job is gone
+    k_MsgLogLine = 4,       // a line of a job's log (or the master's, with a null job)
+    k_MsgEngineLoad = 5,    // the farm's engine load in percent (parameter "Load")
+    k_MsgShutdown = 6,      // the master orders the clients to close
+    k_MsgJobBatch = 7,      // many k_MsgJobCreated at once (m_Batch), sent on connecting
     k_MsgRequestFailed = 8, // the master reports that a request failed (parameter "Text")
-    k_MsgCustom = 100,   // anything else (tests, client programs)
+    k_MsgCustom = 100,      // anything else (tests, client programs)
 };
 
 class Message {
@@ -61,7 +61,8 @@ public:
 // took goes into the client application's queue, which DispatchMessage drains.
 class MessageReceivedEvt {
 public:
-    explicit MessageReceivedEvt(boost::shared_ptr<Message> message) : m_Message(std::move(message)) {}
+    explicit MessageReceivedEvt(boost::shared_ptr<Message> message)
+        : m_Message(std::move(message)) {}
     const boost::shared_ptr<Message>& GetMessage() const { return m_Message; }
     // Moves the message out; the event is left holding none.
     boost::shared_ptr<Message> TakeMessage() {

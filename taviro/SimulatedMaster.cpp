@@ -13,13 +13,16 @@
 namespace {
 const char* const k_Owners[] = {"ana", "ben", "chen", "dara", "eli", "farid"};
 const char* const k_Priorities[] = {"Low", "Normal", "High"};
-bool IsFinished(int s) { return s == k_JobDone || s == k_JobFailed || s == k_JobAborted || s == k_JobArchived; }
+bool IsFinished(int s) {
+    return s == k_JobDone || s == k_JobFailed || s == k_JobAborted || s == k_JobArchived;
+}
 } // namespace
 
 FarmSchedule::FarmSchedule(uint64_t seed, int jobCount, const std::vector<UID>& types)
     : m_Rng(seed), m_Types(types) {
     m_Jobs.reserve((size_t)std::max(jobCount, 0));
-    for (int i = 0; i < jobCount; ++i) m_Jobs.push_back(NewJob());
+    for (int i = 0; i < jobCount; ++i)
+        m_Jobs.push_back(NewJob());
 }
 
 UID FarmSchedule::RandomUID() {
@@ -36,12 +39,18 @@ FarmSchedule::_Job FarmSchedule::NewJob() {
     _Job j;
     j.id = RandomUID();
     j.type = m_Types.empty() ? UID::Null : m_Types[m_Rng() % m_Types.size()];
-    const String typeName = m_Types.empty() ? String("Job") : JobFactory::s_JobFactory.GetTypeInfo(j.type, false).name;
+    const String typeName =
+        m_Types.empty() ? String("Job") : JobFactory::s_JobFactory.GetTypeInfo(j.type, false).name;
     j.name = SFormat("%s %05d", typeName.c_str(), m_NextNumber++);
     const int r = (int)(m_Rng() % 100);
-    j.status = r < 50 ? k_JobWaiting : r < 70 ? k_JobRunning : r < 78 ? k_JobPaused
-             : r < 90 ? k_JobDone : r < 95 ? k_JobFailed : k_JobArchived;
-    j.progress = j.status == k_JobDone ? 100 : (j.status == k_JobWaiting ? 0 : (int)(m_Rng() % 100));
+    j.status = r < 50   ? k_JobWaiting
+               : r < 70 ? k_JobRunning
+               : r < 78 ? k_JobPaused
+               : r < 90 ? k_JobDone
+               : r < 95 ? k_JobFailed
+                        : k_JobArchived;
+    j.progress =
+        j.status == k_JobDone ? 100 : (j.status == k_JobWaiting ? 0 : (int)(m_Rng() % 100));
     j.frames = 10 + (int)(m_Rng() % 490);
     j.owner = k_Owners[m_Rng() % 6];
     j.priority = k_Priorities[m_Rng() % 3];
@@ -101,8 +110,8 @@ boost::shared_ptr<Message> FarmSchedule::Next() {
     if (r < 30 && j.status == k_JobRunning) {
         auto m = boost::shared_ptr<Message>(new Message(k_MsgLogLine, j.id));
         const int frame = 1 + (int)(m_Rng() % (uint64_t)j.frames);
-        m->m_Params["Text"] = SFormat("%s: frame %d of %d rendered in %.1f s", j.name.c_str(), frame,
-                                      j.frames, (double)(m_Rng() % 6000) / 10.0);
+        m->m_Params["Text"] = SFormat("%s: frame %d of %d rendered in %.1f s", j.name.c_str(),
+                                      frame, j.frames, (double)(m_Rng() % 6000) / 10.0);
         return Stamp(m);
     }
     if (r < 32 && j.status == k_JobArchived) {
@@ -130,7 +139,8 @@ boost::shared_ptr<Message> FarmSchedule::Next() {
             return Changed(j, false);
         }
         break;
-    default: break;
+    default:
+        break;
     }
     auto m = boost::shared_ptr<Message>(new Message(k_MsgEngineLoad));
     m->m_Params["Load"] = String::FromInt((long long)(m_Rng() % 101));
@@ -139,7 +149,8 @@ boost::shared_ptr<Message> FarmSchedule::Next() {
 
 bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const String& item,
                                 String* error, std::vector<boost::shared_ptr<Message>>& out) {
-    auto it = std::find_if(m_Jobs.begin(), m_Jobs.end(), [&](const _Job& j) { return j.id == job; });
+    auto it =
+        std::find_if(m_Jobs.begin(), m_Jobs.end(), [&](const _Job& j) { return j.id == job; });
     auto refuse = [&](const String& why) {
         if (error) *error = why;
         return false;
@@ -147,7 +158,8 @@ bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const Str
     if (it == m_Jobs.end()) return refuse("No such job: " + job.ToString());
     _Job& j = *it;
     if (command == "Pause") {
-        if (j.status != k_JobRunning && j.status != k_JobWaiting) return refuse(j.name + " is not running or waiting");
+        if (j.status != k_JobRunning && j.status != k_JobWaiting)
+            return refuse(j.name + " is not running or waiting");
         j.status = k_JobPaused;
     } else if (command == "Resume") {
         if (j.status != k_JobPaused) return refuse(j.name + " is not paused");
@@ -156,11 +168,13 @@ bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const Str
         if (IsFinished(j.status)) return refuse(j.name + " has already finished");
         j.status = k_JobAborted;
     } else if (command == "Restart") {
-        if (!IsFinished(j.status) || j.status == k_JobArchived) return refuse(j.name + " has not finished");
+        if (!IsFinished(j.status) || j.status == k_JobArchived)
+            return refuse(j.name + " has not finished");
         j.status = k_JobWaiting;
         j.progress = 0;
     } else if (command == "Archive") {
-        if (!IsFinished(j.status) || j.status == k_JobArchived) return refuse(j.name + " cannot be archived now");
+        if (!IsFinished(j.status) || j.status == k_JobArchived)
+            return refuse(j.name + " cannot be archived now");
         j.status = k_JobArchived;
     } else if (command == "Remove") {
         const UID id = j.id;
@@ -176,7 +190,8 @@ bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const Str
         return true;
     } else {
         auto m = boost::shared_ptr<Message>(new Message(k_MsgLogLine, j.id));
-        m->m_Params["Text"] = j.name + ": command '" + command + (item.empty() ? String() : "' (" + item + ")") +
+        m->m_Params["Text"] = j.name + ": command '" + command +
+                              (item.empty() ? String() : "' (" + item + ")") +
                               (item.empty() ? "' done" : " done");
         out.push_back(Stamp(m));
         return true;
@@ -190,7 +205,9 @@ bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const Str
 SimulatedMaster::SimulatedMaster(TaviroClientApp* app, uint64_t seed, int jobCount, double rate)
     : m_App(app), m_Schedule(seed, jobCount, JobFactory::s_JobFactory.ListTypes()), m_Rate(rate) {}
 
-SimulatedMaster::~SimulatedMaster() { Stop(); }
+SimulatedMaster::~SimulatedMaster() {
+    Stop();
+}
 
 void SimulatedMaster::Start() {
     if (m_Thread.joinable()) return;
@@ -266,7 +283,8 @@ void SimulatedMaster::DoConnect() {
         std::lock_guard<std::mutex> l(m_ModelMutex);
         snapshot = m_Schedule.Snapshot();
     }
-    for (auto& m : snapshot) Send(m);
+    for (auto& m : snapshot)
+        Send(m);
 }
 
 void SimulatedMaster::DoDisconnect(const String& reason) {
@@ -302,7 +320,8 @@ void SimulatedMaster::Run() {
             rate = m_Rate;
         }
         if (m_Connected)
-            for (auto& m : outgoing) Send(m);
+            for (auto& m : outgoing)
+                Send(m);
         if (haveRequest) {
             switch (request) {
             case k_Disconnect:

@@ -37,7 +37,9 @@ void ThreadPool::Stop() {
     if (pool) pool->join(); // without stop(): waits until the posted work is done
 }
 
-bool ThreadPool::IsReady() { return g_Ready.load(); }
+bool ThreadPool::IsReady() {
+    return g_Ready.load();
+}
 
 bool ThreadPool::Post(std::function<void()> task) {
     std::lock_guard<std::mutex> l(g_Mutex);

@@ -54,8 +54,10 @@ public:
     }
     EnvVar(const char* name, const String& value) : EnvVar(name) { Set(value); }
     ~EnvVar() {
-        if (m_Had) setenv(m_Name.c_str(), m_Old.c_str(), 1);
-        else unsetenv(m_Name.c_str());
+        if (m_Had)
+            setenv(m_Name.c_str(), m_Old.c_str(), 1);
+        else
+            unsetenv(m_Name.c_str());
     }
     void Set(const String& value) { setenv(m_Name.c_str(), value.c_str(), 1); }
     void Unset() { unsetenv(m_Name.c_str()); }

@@ -22,7 +22,8 @@ int SaveLoop(const char* file) {
         options.InsertSection("State");
         options.SetValue("version", String::FromInt(version));
         for (int k = 0; k < 200; ++k)
-            options.SetValue(SFormat("k%03d", k), SFormat("%ld-%d-%s", version, k, "padding-padding-padding"));
+            options.SetValue(SFormat("k%03d", k),
+                             SFormat("%ld-%d-%s", version, k, "padding-padding-padding"));
         if (version == 1) {
             options.WriteOut();
             Ready();
@@ -44,9 +45,12 @@ int Listen(const char* name) {
         cv.notify_all();
     });
     app.SetRequestHandler("Expect", [](const String& arg) { return arg == "a b;c"; });
-    app.SetRequestHandler("WHERE", [&](const String&) { return std::this_thread::get_id() == mainThread; });
+    app.SetRequestHandler("WHERE",
+                          [&](const String&) { return std::this_thread::get_id() == mainThread; });
     app.SetRequestHandler("FAIL", [](const String&) { return false; });
-    app.SetRequestHandler("THROW", [](const String&) -> bool { throw new Exception(k_ErrGeneral, "boom", "detail"); });
+    app.SetRequestHandler("THROW", [](const String&) -> bool {
+        throw new Exception(k_ErrGeneral, "boom", "detail");
+    });
     app.SetRequestHandler("SLOW", [](const String&) {
         std::this_thread::sleep_for(std::chrono::seconds(3));
         return true;

@@ -55,9 +55,11 @@ TEST(UID, TextFormRoundTrips) {
         const String text = u.ToString();
         ASSERT_EQ(text.size(), 36u);
         for (size_t k = 0; k < text.size(); ++k) {
-            if (k == 8 || k == 13 || k == 18 || k == 23) EXPECT_EQ(text[k], '-') << text;
-            else EXPECT_TRUE(isdigit((unsigned char)text[k]) || (text[k] >= 'a' && text[k] <= 'f'))
-                     << text;
+            if (k == 8 || k == 13 || k == 18 || k == 23)
+                EXPECT_EQ(text[k], '-') << text;
+            else
+                EXPECT_TRUE(isdigit((unsigned char)text[k]) || (text[k] >= 'a' && text[k] <= 'f'))
+                    << text;
         }
         EXPECT_EQ(UID(text, true), u);
         EXPECT_EQ(UID("{" + text + "}", true), u);
@@ -68,12 +70,14 @@ TEST(UID, TextFormRoundTrips) {
 
 TEST(UID, BadTextGivesNullOrThrows) {
     const Strings bad = {
-        "", "xyz", "00010203-0405-0607-0809-abcdef10fef",    // one digit short
-        "00010203-0405-0607-0809-abcdef10feff0",               // one digit too many
-        "0001020304050607-0809-abcdef10feff-",                 // dashes misplaced
-        "00010203-0405-0607-0809-abcdef10fefg",                // not hex
-        "00010203_0405_0607_0809_abcdef10feff",                // wrong separator
-        "{00010203-0405-0607-0809-abcdef10feff",               // unbalanced brace
+        "",
+        "xyz",
+        "00010203-0405-0607-0809-abcdef10fef",   // one digit short
+        "00010203-0405-0607-0809-abcdef10feff0", // one digit too many
+        "0001020304050607-0809-abcdef10feff-",   // dashes misplaced
+        "00010203-0405-0607-0809-abcdef10fefg",  // not hex
+        "00010203_0405_0607_0809_abcdef10feff",  // wrong separator
+        "{00010203-0405-0607-0809-abcdef10feff", // unbalanced brace
         "00010203-0405-0607-0809-abcdef10feff}",
         "00010203-0405-0607-0809- bcdef10feff",
     };
@@ -294,9 +298,7 @@ TEST(LibStatic, CleanupAllRunsNewestFirstAndOnce) {
 
 TEST(LibStatic, DestroyedObjectsAreNotCalled) {
     Strings calls;
-    {
-        Probe gone("lib", "gone", &calls);
-    }
+    { Probe gone("lib", "gone", &calls); }
     auto* heap = new Probe("lib", "heap", &calls);
     Probe kept("lib", "kept", &calls);
     delete heap;

@@ -191,7 +191,8 @@ TEST(OutFile, CreatesTruncatesAndWritesLines) {
 
 TEST(OutFile, LargeWritesKeepExactContent) {
     String expected;
-    for (int i = 0; expected.size() < 300000; ++i) expected += SFormat("line %d|", i);
+    for (int i = 0; expected.size() < 300000; ++i)
+        expected += SFormat("line %d|", i);
     const String pieces = Home() + "/pieces.txt";
     {
         OutFile f(pieces);

@@ -19,7 +19,9 @@ using Strings = std::vector<String>;
 
 namespace {
 
-void WriteText(const String& path, const String& text) { File::AtomicWrite(path, text); }
+void WriteText(const String& path, const String& text) {
+    File::AtomicWrite(path, text);
+}
 
 // The failure logged by OptionsFile::WriteOut would otherwise be echoed into the test output.
 class QuietLog {
@@ -210,10 +212,28 @@ TEST(IniFile, CrLfInputHasNoCarriageReturnInValues) {
 
 TEST(IniFile, AwkwardValuesRoundTripExactly) {
     const Strings values = {
-        "line1\nline2", " leading", "trailing ", "  ", "\"quoted\"", "\"", "\"open",
-        "tab\there", "\t", "back\\slash\\n", "cr\rhere", "ends\r", "ctrl\x01\x1f\x7f",
-        "mixed \"q\" \\ end ", "\xC3\xA4 utf8 \xFF", String("nul\0mid", 7), "a=b=c",
-        "; not a comment", "[not a section]", "", "\\x41 \\n literal", "\n",
+        "line1\nline2",
+        " leading",
+        "trailing ",
+        "  ",
+        "\"quoted\"",
+        "\"",
+        "\"open",
+        "tab\there",
+        "\t",
+        "back\\slash\\n",
+        "cr\rhere",
+        "ends\r",
+        "ctrl\x01\x1f\x7f",
+        "mixed \"q\" \\ end ",
+        "\xC3\xA4 utf8 \xFF",
+        String("nul\0mid", 7),
+        "a=b=c",
+        "; not a comment",
+        "[not a section]",
+        "",
+        "\\x41 \\n literal",
+        "\n",
     };
     IniFile ini;
     for (size_t i = 0; i < values.size(); ++i)
@@ -232,11 +252,13 @@ TEST(IniFile, AwkwardValuesRoundTripExactly) {
 TEST(IniFile, UnusualButValidKeysRoundTrip) {
     IniFile ini;
     const Strings keys = {"with space", "semi;colon", "hash#", "br]acket", "\xC3\xA4"};
-    for (const String& k : keys) ini.SetValue("s", k, "v-" + k);
+    for (const String& k : keys)
+        ini.SetValue("s", k, "v-" + k);
     IniFile back;
     back.LoadFromString(ini.ToString());
     EXPECT_EQ(back.GetKeys("s"), keys);
-    for (const String& k : keys) EXPECT_EQ(back.GetValue("s", k, ""), "v-" + k);
+    for (const String& k : keys)
+        EXPECT_EQ(back.GetValue("s", k, ""), "v-" + k);
 }
 
 TEST(IniFile, InvalidKeysThrowArgumentErrors) {
@@ -258,12 +280,14 @@ TEST(IniFile, InvalidKeysThrowArgumentErrors) {
 
 TEST(IniFile, HostileContentLoadsAndKeepsGoodKeys) {
     String all;
-    for (int c = 0; c < 256; ++c) all.push_back((char)c);
+    for (int c = 0; c < 256; ++c)
+        all.push_back((char)c);
     String text = "good1=a\n";
     text += all + "\n";
     text += String("nul\0line\0=x", 11) + "\n";
     text += String(1 << 20, 'L') + "\n";
-    for (int i = 0; i < 10000; ++i) text += "no equals sign here " + String::FromInt(i) + "\n";
+    for (int i = 0; i < 10000; ++i)
+        text += "no equals sign here " + String::FromInt(i) + "\n";
     text += "[unclosed\n[]\n[ ]\n=value\n  =value2\n[x\r]\n";
     text += "[sec]\ngood2=b\n";
     text += "[open=still\n";

@@ -28,7 +28,8 @@ public:
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
         std::vector<char*> argv;
-        for (auto& a : args) argv.push_back(&a[0]);
+        for (auto& a : args)
+            argv.push_back(&a[0]);
         argv.push_back(nullptr);
         EXPECT_EQ(posix_spawn(&m_Pid, OSTRUM_CHILD, &actions, nullptr, argv.data(), environ), 0);
         posix_spawn_file_actions_destroy(&actions);
@@ -126,9 +127,11 @@ TEST(Process, RequestsReachAnotherProgramOnItsMainThread) {
     Application app(LL_Info, LL_Error);
     String error;
 
-    EXPECT_TRUE(app.SendRequest(Path("peer"), "EXPECT a b;c", &error)) << error; // name without case
+    EXPECT_TRUE(app.SendRequest(Path("peer"), "EXPECT a b;c", &error))
+        << error; // name without case
     EXPECT_FALSE(app.SendRequest(Path("peer"), "EXPECT something else", &error));
-    EXPECT_TRUE(app.SendRequest(Path("peer"), "where", &error)) << "handler not on the main thread: " << error;
+    EXPECT_TRUE(app.SendRequest(Path("peer"), "where", &error))
+        << "handler not on the main thread: " << error;
 
     EXPECT_FALSE(app.SendRequest(Path("peer"), "NOSUCH", &error));
     EXPECT_EQ(error, "Unknown request: NOSUCH");

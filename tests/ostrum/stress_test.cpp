@@ -18,9 +18,9 @@ namespace {
 
 // Per-owner state kept outside the owner, so it can be checked after the owner is gone.
 struct _Record {
-    std::atomic<bool> gone{false};      // set once Disconnect / delete has returned
+    std::atomic<bool> gone{false}; // set once Disconnect / delete has returned
     std::atomic<long> calls{0};
-    std::atomic<long> lateCalls{0};     // calls that started after `gone` was set
+    std::atomic<long> lateCalls{0}; // calls that started after `gone` was set
 };
 
 class _Owner : public HasSlots {
@@ -67,7 +67,8 @@ TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
             auto* o = new _Owner(r);
             valueSignal.Connect(o, &_Owner::OnValue);
             pingSignal.Connect(o, &_Owner::OnPing);
-            for (int spin = (int)(rng() % 200); spin > 0; --spin) std::this_thread::yield();
+            for (int spin = (int)(rng() % 200); spin > 0; --spin)
+                std::this_thread::yield();
             delete o;
             r->gone = true; // after delete returned, no slot of o may start
             churned.fetch_add(1);
@@ -96,17 +97,20 @@ TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
             r->gone = true;
             churned.fetch_add(1);
         }
-        for (auto& p : pool) delete p.first;
+        for (auto& p : pool)
+            delete p.first;
     });
     // Churn thread 3: function slots with an owner, dropped with DisconnectAll.
     std::thread allDropper([&] {
         while (!stop.load()) {
             _Record* r = newRecord();
             _Owner o(r);
-            valueSignal.Connect([r](int) {
-                if (r->gone.load()) r->lateCalls.fetch_add(1);
-                r->calls.fetch_add(1);
-            }, &o);
+            valueSignal.Connect(
+                [r](int) {
+                    if (r->gone.load()) r->lateCalls.fetch_add(1);
+                    r->calls.fetch_add(1);
+                },
+                &o);
             std::this_thread::yield();
             o.DisconnectAll();
             r->gone = true;
@@ -122,7 +126,8 @@ TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
                 valueSignal.Emit(t);
             }
         });
-    for (auto& e : emitters) e.join();
+    for (auto& e : emitters)
+        e.join();
     stop = true;
     destroyer.join();
     disconnector.join();
@@ -166,7 +171,8 @@ TEST(SignalStress, DisconnectWaitsForRunningSlot) {
     std::atomic<bool> inSlot{false}, release{false}, slotDone{false};
     const SlotId id = signal.Connect([&] {
         inSlot = true;
-        while (!release.load()) std::this_thread::yield();
+        while (!release.load())
+            std::this_thread::yield();
         slotDone = true;
     });
     std::thread emitter([&] { signal.Emit(); });
@@ -198,9 +204,9 @@ TEST(SignalStress, SlotsMayChangeTheSignalDuringEmission) {
         seen.push_back(v);
         if (v == 0) {
             signal.Connect(&later, &_Owner::OnValue); // not called by this emission
-            delete other;                              // its slot comes later in the list
+            delete other;                             // its slot comes later in the list
             other = nullptr;
-            if (depth++ == 0) signal.Emit(1);          // nested emission on the same thread
+            if (depth++ == 0) signal.Emit(1); // nested emission on the same thread
         }
     });
     signal.Connect(other, &_Owner::OnValue);
@@ -258,9 +264,11 @@ TEST(LogStress, LinesFromManyThreadsStayWhole) {
     for (int t = 0; t < kThreads; ++t)
         threads.emplace_back([t] {
             const String pad(100 + t * 10, (char)('a' + t));
-            for (int i = 0; i < kLines; ++i) LogDebug(SFormat("T%d L%d ", t, i) + pad);
+            for (int i = 0; i < kLines; ++i)
+                LogDebug(SFormat("T%d L%d ", t, i) + pad);
         });
-    for (auto& t : threads) t.join();
+    for (auto& t : threads)
+        t.join();
     Log::s_GlobalLog->Close();
 
     const String text = File::ReadAll(file);
@@ -273,7 +281,8 @@ TEST(LogStress, LinesFromManyThreadsStayWhole) {
         ASSERT_EQ(sscanf(line.c_str() + at, " T%d L%d", &t, &i), 2) << line;
         ASSERT_TRUE(t >= 0 && t < kThreads);
         const String pad(100 + t * 10, (char)('a' + t));
-        ASSERT_TRUE(line.size() >= pad.size() && line.compare(line.size() - pad.size(), pad.size(), pad) == 0)
+        ASSERT_TRUE(line.size() >= pad.size() &&
+                    line.compare(line.size() - pad.size(), pad.size(), pad) == 0)
             << "mixed or cut line: " << line.substr(0, 80);
         EXPECT_NE(line.find("DEBUG"), String::npos);
         seen.insert({t, i});

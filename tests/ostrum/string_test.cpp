@@ -12,7 +12,9 @@
 
 namespace {
 
-int Sign(int v) { return (v > 0) - (v < 0); }
+int Sign(int v) {
+    return (v > 0) - (v < 0);
+}
 
 } // namespace
 
@@ -70,10 +72,18 @@ TEST(String, FindNoCaseEdgeCases) {
 }
 
 TEST(String, FindNoCaseTreatsHighBytesAsThemselves) {
-    const String text("a\xE4" "b\xC4" "c");
-    EXPECT_EQ(text.FindNoCase("\xE4" "B"), 1u);
-    EXPECT_EQ(text.FindNoCase("\xC4" "C"), 3u);
-    EXPECT_EQ(text.FindNoCase("\xC4" "b"), String::npos); // no Latin-1 folding
+    const String text("a\xE4"
+                      "b\xC4"
+                      "c");
+    EXPECT_EQ(text.FindNoCase("\xE4"
+                              "B"),
+              1u);
+    EXPECT_EQ(text.FindNoCase("\xC4"
+                              "C"),
+              3u);
+    EXPECT_EQ(text.FindNoCase("\xC4"
+                              "b"),
+              String::npos); // no Latin-1 folding
     EXPECT_EQ(String("x\xFFY").FindNoCase("\xFFy"), 1u);
 }
 
@@ -91,7 +101,8 @@ TEST(String, CilessMapMergesKeysThatDifferInCaseOnly) {
     // Ordered without regard to case: "apple" < "Banana" < "cherry".
     std::map<String, int, String::ciless> order{{"cherry", 0}, {"Banana", 0}, {"apple", 0}};
     std::vector<String> keys;
-    for (const auto& kv : order) keys.push_back(kv.first);
+    for (const auto& kv : order)
+        keys.push_back(kv.first);
     EXPECT_EQ(keys, (std::vector<String>{"apple", "Banana", "cherry"}));
 }
 
@@ -154,7 +165,8 @@ TEST(String, ToBoolAcceptsOnlyYesOneAndTrue) {
     for (const char* t : {"Yes", "yes", "YES", "1", "true", "TRUE", "True", " yes "})
         EXPECT_TRUE(String(t).ToBool()) << t;
     EXPECT_TRUE(k_Yes.ToBool());
-    for (const char* t : {"", "No", "no", "0", "2", "false", "yes please", "y", "on", "11", "true!"})
+    for (const char* t :
+         {"", "No", "no", "0", "2", "false", "yes please", "y", "on", "11", "true!"})
         EXPECT_FALSE(String(t).ToBool()) << t;
     EXPECT_FALSE(k_No.ToBool());
 }
@@ -218,10 +230,8 @@ TEST(StringTokenizer, QuotesAndEscapes) {
     // An unclosed quote runs to the end.
     EXPECT_EQ(Tokens("a,\"b,c", ","), (Strings{"a", "b,c"}));
     // Other quote and escape characters.
-    EXPECT_EQ(StringTokenizer("'a b' c", " ", false, '\'', '%').GetTokens(),
-              (Strings{"a b", "c"}));
-    EXPECT_EQ(StringTokenizer("a% b c", " ", false, '\'', '%').GetTokens(),
-              (Strings{"a b", "c"}));
+    EXPECT_EQ(StringTokenizer("'a b' c", " ", false, '\'', '%').GetTokens(), (Strings{"a b", "c"}));
+    EXPECT_EQ(StringTokenizer("a% b c", " ", false, '\'', '%').GetTokens(), (Strings{"a b", "c"}));
 }
 
 TEST(StringTokenizer, JoinRoundTrips) {

@@ -10,7 +10,9 @@ namespace {
 String g_Home;
 int g_Counter = 0;
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return ::remove(path); }
+int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) {
+    return ::remove(path);
+}
 
 void RemoveTree(const String& path) {
     if (!path.empty()) nftw(path.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
@@ -38,7 +40,9 @@ class _HomeListener : public ::testing::EmptyTestEventListener {
 };
 } // namespace
 
-String TempHome() { return g_Home; }
+String TempHome() {
+    return g_Home;
+}
 
 String MakeTempDir(const char* prefix) {
     const String dir = g_Home + "/" + prefix + "-" + String::FromInt(++g_Counter);

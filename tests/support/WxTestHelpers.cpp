@@ -10,7 +10,9 @@ namespace taviro_test {
 
 extern wxFrame* g_TopWindow; // owned by the test main
 
-wxFrame* TopWindow() { return g_TopWindow; }
+wxFrame* TopWindow() {
+    return g_TopWindow;
+}
 
 void PumpEvents(int rounds) {
     for (int i = 0; i < rounds; ++i) {
@@ -43,7 +45,9 @@ EventCounter::EventCounter(wxEvtHandler* handler, wxEventType type)
     m_Handler->Bind(m_Type, &EventCounter::OnEvent, this);
 }
 
-EventCounter::~EventCounter() { m_Handler->Unbind(m_Type, &EventCounter::OnEvent, this); }
+EventCounter::~EventCounter() {
+    m_Handler->Unbind(m_Type, &EventCounter::OnEvent, this);
+}
 
 void EventCounter::OnEvent(wxEvent& e) {
     ++m_Count;
@@ -67,7 +71,9 @@ wxImage RenderToImage(int width, int height, const std::function<void(wxDC&)>& d
 }
 
 namespace {
-bool Near(int a, int b, int tolerance) { return std::abs(a - b) <= tolerance; }
+bool Near(int a, int b, int tolerance) {
+    return std::abs(a - b) <= tolerance;
+}
 wxString Describe(const wxColour& c) {
     return wxString::Format("(%d, %d, %d)", c.Red(), c.Green(), c.Blue());
 }

@@ -31,7 +31,8 @@ class _WindowListener : public ::testing::EmptyTestEventListener {
     }
     void OnTestEnd(const ::testing::TestInfo&) override {
         std::vector<wxWindow*> windows(wxTopLevelWindows.begin(), wxTopLevelWindows.end());
-        for (wxWindow* w : windows) w->Destroy(); // deferred until the next idle time
+        for (wxWindow* w : windows)
+            w->Destroy(); // deferred until the next idle time
         g_TopWindow = nullptr;
         wxTheApp->SetTopWindow(nullptr);
         WaitFor([] { return wxTopLevelWindows.empty(); }, 5000);

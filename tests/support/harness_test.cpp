@@ -24,10 +24,11 @@ TEST(Harness, MemoryDcPixelsAreProbedWithTolerance) {
     // A mismatch is reported with position, actual and expected colour.
     const auto miss = PixelNear(img, 0, 0, wxColour(0, 0, 0));
     ASSERT_FALSE(miss);
-    EXPECT_NE(std::string(miss.message()).find("pixel (0, 0) is (255, 255, 255), expected (0, 0, 0)"),
-              std::string::npos)
+    EXPECT_NE(
+        std::string(miss.message()).find("pixel (0, 0) is (255, 255, 255), expected (0, 0, 0)"),
+        std::string::npos)
         << miss.message();
-    EXPECT_FALSE(PixelNear(img, 40, 0, *wxWHITE)); // outside the image
+    EXPECT_FALSE(PixelNear(img, 40, 0, *wxWHITE));              // outside the image
     EXPECT_FALSE(PixelNear(img, 10, 5, wxColour(204, 10, 10))); // beyond the tolerance of 2
 }
 
@@ -40,7 +41,8 @@ TEST(Harness, PostedEventsArriveThroughWaitFor) {
     EventCounter counter(top, wxEVT_COMMAND_MENU_SELECTED);
     // Posted from another thread: it reaches the handler only when events are pumped.
     std::thread poster([top] {
-        for (int i = 0; i < 5; ++i) top->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_COMMAND_MENU_SELECTED, 42));
+        for (int i = 0; i < 5; ++i)
+            top->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_COMMAND_MENU_SELECTED, 42));
     });
     poster.join();
     EXPECT_EQ(counter.GetCount(), 0);

@@ -77,7 +77,8 @@ TEST(ClientStartup, BadCommandLinesAreRefusedWithTheOption) {
         Client app;
         EXPECT_FALSE(app.Start(c.args)) << c.args[1];
         const String error = app->GetStartupError();
-        for (const String& part : c.inError) EXPECT_NE(error.find(part), String::npos) << error;
+        for (const String& part : c.inError)
+            EXPECT_NE(error.find(part), String::npos) << error;
         EXPECT_EQ(app->GetMessenger(), nullptr);
     }
 }
@@ -89,8 +90,8 @@ TEST(ClientStartup, ExplicitNameLogAndOptions) {
 
     Client app;
     EXPECT_EQ(Application::the_Application, app.get());
-    ASSERT_TRUE(app.Start({"/opt/x/taviro-gui", "--master", "none", "--log-dir", logDir, "--options", options,
-                           "--name", "farmtool", "--modules", DEMO_MODULES}))
+    ASSERT_TRUE(app.Start({"/opt/x/taviro-gui", "--master", "none", "--log-dir", logDir,
+                           "--options", options, "--name", "farmtool", "--modules", DEMO_MODULES}))
         << app->GetStartupError();
     EXPECT_TRUE(app->GetStartupError().empty());
     EXPECT_EQ(app->GetName(), "farmtool");
@@ -133,7 +134,8 @@ TEST(ClientStartup, DefaultsComeFromTheProgramAndTheUserFolder) {
     ASSERT_GT(JobFactory::s_JobFactory.Count(), 0u);
 
     Client app;
-    ASSERT_TRUE(app.Start({"/opt/farm/bin/renderwatch", "--master", "none"})) << app->GetStartupError();
+    ASSERT_TRUE(app.Start({"/opt/farm/bin/renderwatch", "--master", "none"}))
+        << app->GetStartupError();
     EXPECT_EQ(app->GetName(), "renderwatch");
     EXPECT_EQ(app->GetOptions()->GetFilename().ToString(), userDir + "/renderwatch.ini");
     EXPECT_EQ(app->GetOptions()->GetValue("", "Colour", ""), "teal");
@@ -149,8 +151,8 @@ TEST(ClientStartup, DefaultsComeFromTheProgramAndTheUserFolder) {
 
 TEST(ClientCommands, EndToEndThroughTheEmbeddedMaster) {
     Client app;
-    ASSERT_TRUE(app.Start({"/usr/bin/taviro-test", "--modules", DEMO_MODULES, "--master", "embedded", "--jobs",
-                           "50", "--rate", "0", "--seed", "3", "--log-dir",
+    ASSERT_TRUE(app.Start({"/usr/bin/taviro-test", "--modules", DEMO_MODULES, "--master",
+                           "embedded", "--jobs", "50", "--rate", "0", "--seed", "3", "--log-dir",
                            taviro_test::MakeTempDir("logs")}))
         << app->GetStartupError();
     SimulatedMaster* master = app->GetSimulatedMaster();
@@ -159,10 +161,12 @@ TEST(ClientCommands, EndToEndThroughTheEmbeddedMaster) {
         while (app->DispatchMessage()) {
         }
     };
-    ASSERT_TRUE(taviro_test::WaitUntil([&] {
-        drain();
-        return app->GetAllJobs().size() == 50;
-    }, 30000));
+    ASSERT_TRUE(taviro_test::WaitUntil(
+        [&] {
+            drain();
+            return app->GetAllJobs().size() == 50;
+        },
+        30000));
     EXPECT_TRUE(master->IsConnected());
 
     const UID renderType(k_FrameRender, true);
@@ -172,18 +176,24 @@ TEST(ClientCommands, EndToEndThroughTheEmbeddedMaster) {
     for (const JobPtr& j : app->GetAllJobs()) {
         if (UID(j->GetParameter(p_Type), false) != renderType) continue;
         const int st = j->GetStatus();
-        if (!active && (st == k_JobRunning || st == k_JobWaiting)) active = j;
-        else if (!idle && st != k_JobPaused) idle = j;
-        else if (!reprioritise && j->GetParameter(p_Priority) != "High") reprioritise = j;
+        if (!active && (st == k_JobRunning || st == k_JobWaiting))
+            active = j;
+        else if (!idle && st != k_JobPaused)
+            idle = j;
+        else if (!reprioritise && j->GetParameter(p_Priority) != "High")
+            reprioritise = j;
     }
     ASSERT_TRUE(active && idle && reprioritise) << "seed 3 no longer gives enough render jobs";
 
     // Pause: the master's answer arrives as a change of the job's status.
     active->ExecuteCommand("Pause", "");
-    EXPECT_TRUE(taviro_test::WaitUntil([&] {
-        drain();
-        return active->GetParameter(p_Status) == "3";
-    }, 30000)) << "status " << active->GetParameter(p_Status);
+    EXPECT_TRUE(taviro_test::WaitUntil(
+        [&] {
+            drain();
+            return active->GetParameter(p_Status) == "3";
+        },
+        30000))
+        << "status " << active->GetParameter(p_Status);
 
     // Resume on a job that is not paused: the master's reason comes back as the detail. The
     // farm is a function of its seed, so a twin schedule tells what the master says.
@@ -201,10 +211,13 @@ TEST(ClientCommands, EndToEndThroughTheEmbeddedMaster) {
 
     // Priority: an offered item goes through, a disabled one never leaves the client.
     reprioritise->ExecuteCommand("Priority", "High");
-    EXPECT_TRUE(taviro_test::WaitUntil([&] {
-        drain();
-        return reprioritise->GetParameter(p_Priority) == "High";
-    }, 30000)) << reprioritise->GetParameter(p_Priority);
+    EXPECT_TRUE(taviro_test::WaitUntil(
+        [&] {
+            drain();
+            return reprioritise->GetParameter(p_Priority) == "High";
+        },
+        30000))
+        << reprioritise->GetParameter(p_Priority);
     auto disabled = CatchException([&] { idle->ExecuteCommand("Priority", "Urgent"); });
     ASSERT_TRUE(disabled);
     EXPECT_NE(disabled->GetMessage().FindNoCase("disabled"), String::npos) << disabled->Format();

@@ -74,18 +74,21 @@ void LoadDemoModules() {
 // ---- module parsing ----
 
 TEST(JobModules, GoodModuleIsReadCompletely) {
-    const String text = "# a test module\n"
-                        "\n"
-                        "   \t\n"
-                        "type  Frame Render  \n"
-                        "id " + String(k_IdA) + "\n"
-                        "  # indented comment\n"
-                        "command Pause | 1 | Pause the job; frames finish first\n"
-                        "separator\n"
-                        "command\tRender Range|4|Render again|items-from: Frames\n"
-                        "command Priority | 12 | Change it | items: Low;Normal;\"Very;High\";DISABLED:Urgent\n"
-                        "separator\n"
-                        "command Remove | 0 | Gone for good\n";
+    const String text =
+        "# a test module\n"
+        "\n"
+        "   \t\n"
+        "type  Frame Render  \n"
+        "id " +
+        String(k_IdA) +
+        "\n"
+        "  # indented comment\n"
+        "command Pause | 1 | Pause the job; frames finish first\n"
+        "separator\n"
+        "command\tRender Range|4|Render again|items-from: Frames\n"
+        "command Priority | 12 | Change it | items: Low;Normal;\"Very;High\";DISABLED:Urgent\n"
+        "separator\n"
+        "command Remove | 0 | Gone for good\n";
     JobFactory f;
     ASSERT_TRUE(f.AddModule(text, "/mods/render.tjm"));
     ASSERT_EQ(f.Count(), 1u);
@@ -128,7 +131,8 @@ TEST(JobModules, GoodModuleIsReadCompletely) {
 }
 
 TEST(JobModules, HideIdAndWindowsLineEnds) {
-    const String text = "# crlf\r\ntype Script\r\nid " + String(k_IdA) + "\r\nhide-id {" + String(k_IdB) +
+    const String text = "# crlf\r\ntype Script\r\nid " + String(k_IdA) + "\r\nhide-id {" +
+                        String(k_IdB) +
                         "}\r\n\r\ncommand Open | 3 | Open one | items: a;b\r\nseparator\r\n";
     JobFactory f;
     ASSERT_TRUE(f.AddModule(text, "crlf.tjm"));
@@ -175,7 +179,8 @@ TEST(JobModules, MalformedModulesAreSkippedAndLogged) {
         {"bad-fourth-field", Module("T", id, "command A | 1 | h | things: x\n"), 3},
         {"empty-fourth-field", Module("T", id, "command A | 1 | h |\n"), 3},
         {"separator-with-text", Module("T", id, "command A | 1 | h\nseparator here\n"), 4},
-        {"late-error", Module("T", id, "command A | 1 | h\n\n# fine so far\ncommand B | x | h\n"), 6},
+        {"late-error", Module("T", id, "command A | 1 | h\n\n# fine so far\ncommand B | x | h\n"),
+         6},
     };
     LogCapture log;
     JobFactory f;
@@ -186,7 +191,8 @@ TEST(JobModules, MalformedModulesAreSkippedAndLogged) {
         const String logged = log.Text();
         if (c.line > 0) {
             EXPECT_NE(logged.find(file + " line " + String::FromInt(c.line) + ":"), String::npos)
-                << c.what << "\n" << logged;
+                << c.what << "\n"
+                << logged;
         } else {
             EXPECT_NE(logged.find(file + " line "), String::npos) << c.what << "\n" << logged;
         }
@@ -217,7 +223,8 @@ TEST(JobModules, HostileInputNeverCrashes) {
     for (int i = 0; i < 300; ++i) {
         String junk;
         const size_t n = rng() % 400;
-        for (size_t k = 0; k < n; ++k) junk.push_back((char)(rng() % 256));
+        for (size_t k = 0; k < n; ++k)
+            junk.push_back((char)(rng() % 256));
         if (i % 3 == 0) junk = Module("T", k_IdA) + junk; // garbage after a good start
         f.AddModule(junk, "junk.tjm");
         f.Clear();
@@ -258,7 +265,8 @@ TEST(JobModules, LoadModulesFromFolders) {
     mkdir((dir + "/50-folder.tjm").c_str(), 0700);
 
     ASSERT_EQ(f.LoadModules(dir), 3u);
-    EXPECT_EQ(f.ListTypes(), (std::vector<UID>{UID(k_IdC, true), UID(k_IdA, true), UID(k_IdB, true)}));
+    EXPECT_EQ(f.ListTypes(),
+              (std::vector<UID>{UID(k_IdC, true), UID(k_IdA, true), UID(k_IdB, true)}));
     const JobTypeInfo& a = f.GetTypeInfo(UID(k_IdA, true), true);
     EXPECT_EQ(a.name, "Ay");
     EXPECT_EQ(a.file, dir + "/10-a.tjm");
@@ -273,7 +281,8 @@ TEST(JobModules, LoadModulesFromFolders) {
     EXPECT_EQ(demo[1], UID(k_Script, true));
     EXPECT_EQ(demo[2], UID(k_Shell, true));
     EXPECT_EQ(f.GetTypeInfo(demo[0], true).name, "Frame Render");
-    EXPECT_EQ(f.GetTypeInfo(demo[0], true).hideId, UID("6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0b01", true));
+    EXPECT_EQ(f.GetTypeInfo(demo[0], true).hideId,
+              UID("6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0b01", true));
     EXPECT_EQ(f.GetTypeInfo(demo[2], true).name, "shell command");
 }
 
@@ -309,7 +318,8 @@ TEST(CommandItems, FixedItemsOfTheDemoModules) {
 
     const auto& shell = JobFactory::s_JobFactory.GetTypeInfo(UID(k_Shell, true), true);
     ASSERT_NE(shell.FindCommand("Run On"), nullptr);
-    EXPECT_EQ(Tokens(shell.FindCommand("Run On")->Itemize(job)), (Strings{"render;gpu", "render;cpu", "archive"}));
+    EXPECT_EQ(Tokens(shell.FindCommand("Run On")->Itemize(job)),
+              (Strings{"render;gpu", "render;cpu", "archive"}));
 }
 
 TEST(CommandItems, ItemsFromAJobParameter) {
@@ -328,7 +338,8 @@ TEST(CommandItems, ItemsFromAJobParameter) {
     // Values holding the list's special characters come back exactly.
     const Strings awkward = {"a;b", "say \"hi\"", "c:\\temp\\", "\"", "x;\\;y", ";", "plain"};
     String param;
-    for (const String& v : awkward) param += (param.empty() ? "" : ", ") + v;
+    for (const String& v : awkward)
+        param += (param.empty() ? "" : ", ") + v;
     job.SetParameter(p_Frames, param);
     const String joined = c.Itemize(job);
     EXPECT_EQ(Tokens(joined), awkward) << joined;
@@ -431,7 +442,8 @@ TEST(Jobs, ExecuteCommandRefusals) {
 
 namespace {
 
-std::vector<boost::shared_ptr<Message>> Flatten(const std::vector<boost::shared_ptr<Message>>& batches) {
+std::vector<boost::shared_ptr<Message>>
+Flatten(const std::vector<boost::shared_ptr<Message>>& batches) {
     std::vector<boost::shared_ptr<Message>> out;
     for (auto& b : batches) {
         EXPECT_EQ(b->GetType(), k_MsgJobBatch);
@@ -459,7 +471,9 @@ String ParamOf(const FarmSchedule& s, const UID& job, const String& name) {
     return String();
 }
 
-String StatusOf(const FarmSchedule& s, const UID& job) { return ParamOf(s, job, p_Status); }
+String StatusOf(const FarmSchedule& s, const UID& job) {
+    return ParamOf(s, job, p_Status);
+}
 
 } // namespace
 
@@ -469,7 +483,8 @@ TEST(FarmSchedule, SameSeedSameTraffic) {
     const std::vector<UID> types = JobFactory::s_JobFactory.ListTypes();
     FarmSchedule a(7, 300, types), b(7, 300, types), other(8, 300, types);
 
-    const auto sa = Flatten(a.Snapshot()), sb = Flatten(b.Snapshot()), so = Flatten(other.Snapshot());
+    const auto sa = Flatten(a.Snapshot()), sb = Flatten(b.Snapshot()),
+               so = Flatten(other.Snapshot());
     ASSERT_EQ(sa.size(), 300u);
     ASSERT_EQ(sb.size(), 300u);
     size_t sameAsOther = 0;
@@ -483,8 +498,9 @@ TEST(FarmSchedule, SameSeedSameTraffic) {
     for (uint64_t i = 0; i < 2000; ++i) {
         auto ma = a.Next(), mb = b.Next(), mo = other.Next();
         ASSERT_TRUE(ma && mb && mo);
-        ASSERT_TRUE(SameMessage(*ma, *mb)) << "message " << i << ": " << Message::TypeName(ma->GetType())
-                                           << " vs " << Message::TypeName(mb->GetType());
+        ASSERT_TRUE(SameMessage(*ma, *mb))
+            << "message " << i << ": " << Message::TypeName(ma->GetType()) << " vs "
+            << Message::TypeName(mb->GetType());
         EXPECT_EQ(ma->m_Sequence, i + 1);
         if (!SameMessage(*ma, *mo)) ++differ;
     }
@@ -528,7 +544,9 @@ TEST(FarmSchedule, JobsAreUniqueAndConsistent) {
             EXPECT_TRUE(live.insert(m->GetJob()).second);
             EXPECT_EQ(m->Get(p_Status), "1");
             break;
-        case k_MsgJobRemoved: EXPECT_EQ(live.erase(m->GetJob()), 1u); break;
+        case k_MsgJobRemoved:
+            EXPECT_EQ(live.erase(m->GetJob()), 1u);
+            break;
         case k_MsgJobChanged: {
             EXPECT_EQ(live.count(m->GetJob()), 1u);
             if (m->m_Params.count(p_Status)) {
@@ -537,13 +555,16 @@ TEST(FarmSchedule, JobsAreUniqueAndConsistent) {
             }
             break;
         }
-        case k_MsgLogLine: EXPECT_EQ(live.count(m->GetJob()), 1u); break;
+        case k_MsgLogLine:
+            EXPECT_EQ(live.count(m->GetJob()), 1u);
+            break;
         case k_MsgEngineLoad: {
             const int load = m->Get("Load").ToInt(-1);
             EXPECT_TRUE(load >= 0 && load <= 100);
             break;
         }
-        default: ADD_FAILURE() << "unexpected message " << Message::TypeName(m->GetType());
+        default:
+            ADD_FAILURE() << "unexpected message " << Message::TypeName(m->GetType());
         }
     }
     EXPECT_EQ(live.size(), s.JobCount());

@@ -95,7 +95,8 @@ void RunDispatchLoad(bool poolReady, const char* label) {
                 app.ReceiveMessage(m);
             }
         });
-    for (auto& m : messengers) m.join();
+    for (auto& m : messengers)
+        m.join();
     const uint64_t total = kThreads * kPerThread;
     ASSERT_TRUE(taviro_test::WaitUntil([&] { return app.HandledMessages() >= total; }, 120000))
         << app.HandledMessages() << " of " << total << " handled";
@@ -106,14 +107,17 @@ void RunDispatchLoad(bool poolReady, const char* label) {
 
     EXPECT_EQ(app.HandledMessages(), total);
     EXPECT_EQ(app.QueuedMessages(), 0u);
-    EXPECT_EQ(bridge.m_EmptyDispatches.load(), 0) << "a posted event found its message not yet queued";
+    EXPECT_EQ(bridge.m_EmptyDispatches.load(), 0)
+        << "a posted event found its message not yet queued";
     EXPECT_EQ(ledger.outOfOrder.load(), 0);
     for (int t = 0; t < kThreads; ++t) {
         const auto& v = ledger.seen[(size_t)t];
         ASSERT_EQ(v.size(), kPerThread) << "source " << t;
-        for (uint64_t i = 0; i < kPerThread; ++i) ASSERT_EQ(v[i], i + 1) << "source " << t;
+        for (uint64_t i = 0; i < kPerThread; ++i)
+            ASSERT_EQ(v[i], i + 1) << "source " << t;
     }
-    printf("%s: %llu messages from %d threads handled once each, in order, in %.0f ms (%.0f messages/s)\n",
+    printf("%s: %llu messages from %d threads handled once each, in order, in %.0f ms (%.0f "
+           "messages/s)\n",
            label, (unsigned long long)total, kThreads, us / 1000.0, total * 1e6 / (double)us);
 }
 
@@ -121,7 +125,9 @@ TEST(DispatchLoad, ThroughTheQueueWhenThePoolIsNotReady) {
     RunDispatchLoad(false, "queue path");
 }
 
-TEST(DispatchLoad, ThroughThePoolWhenItIsReady) { RunDispatchLoad(true, "pool path"); }
+TEST(DispatchLoad, ThroughThePoolWhenItIsReady) {
+    RunDispatchLoad(true, "pool path");
+}
 
 // Records the messenger's signals and the threads they arrive on.
 class _Observer : public HasSlots {
@@ -158,8 +164,9 @@ private:
 
 CommandLine MakeCommandLine(const std::vector<String>& extra) {
     const String dir = taviro_test::MakeTempDir("farm");
-    std::vector<String> args = {"/usr/bin/farm-test", "--name", "farm-test", "--log-dir", dir,
-                                "--options", dir + "/farm-test.ini", "--modules", DEMO_MODULES};
+    std::vector<String> args = {
+        "/usr/bin/farm-test",   "--name",    "farm-test", "--log-dir", dir, "--options",
+        dir + "/farm-test.ini", "--modules", DEMO_MODULES};
     args.insert(args.end(), extra.begin(), extra.end());
     return CommandLine(args);
 }
@@ -178,10 +185,15 @@ TEST(Messenger, ConnectDisconnectReconnectAndShutdownInOrder) {
     ASSERT_NE(master, nullptr);
 
     // Connected, then the farm's snapshot: 1500 jobs of the installed types.
-    ASSERT_TRUE(taviro_test::WaitUntil([&] { Drain(app); return app.JobCount() == 1500; }));
+    ASSERT_TRUE(taviro_test::WaitUntil([&] {
+        Drain(app);
+        return app.JobCount() == 1500;
+    }));
     EXPECT_TRUE(master->IsConnected());
     for (const JobPtr& j : app.GetAllJobs())
-        EXPECT_FALSE(JobFactory::s_JobFactory.GetTypeInfo(UID(j->GetParameter(p_Type), false), false).name.empty());
+        EXPECT_FALSE(
+            JobFactory::s_JobFactory.GetTypeInfo(UID(j->GetParameter(p_Type), false), false)
+                .name.empty());
 
     master->Disconnect();
     ASSERT_TRUE(taviro_test::WaitUntil([&] { return !master->IsConnected(); }));
@@ -199,8 +211,9 @@ TEST(Messenger, ConnectDisconnectReconnectAndShutdownInOrder) {
     }));
     app.Cleanup();
     const auto events = observer.Events();
-    const std::vector<String> expected = {"connected embedded", "disconnected disconnected by request",
-                                          "connected embedded", "shutdown", "disconnected client closing"};
+    const std::vector<String> expected = {
+        "connected embedded", "disconnected disconnected by request", "connected embedded",
+        "shutdown", "disconnected client closing"};
     EXPECT_EQ(events, expected);
     EXPECT_TRUE(observer.OnlyOtherThreads()); // signals come on the messenger's thread
     // Nothing arrives after Cleanup returned.
@@ -212,7 +225,8 @@ TEST(Messenger, ConnectDisconnectReconnectAndShutdownInOrder) {
 
 TEST(Messenger, LiveTrafficKeepsTheJobTableInStep) {
     TaviroClientApp app(LL_Info, LL_Error);
-    CommandLine cl = MakeCommandLine({"--jobs", "300", "--rate", "-1", "--seed", "5", "--workers", "2"});
+    CommandLine cl =
+        MakeCommandLine({"--jobs", "300", "--rate", "-1", "--seed", "5", "--workers", "2"});
     ASSERT_TRUE(app.Startup(cl)) << app.GetStartupError();
     _Bridge bridge(&app); // the pool is ready: handlers run there
     std::atomic<long> created{0}, removed{0};
