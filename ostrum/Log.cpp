@@ -47,6 +47,9 @@ void Log::Open(const String& fileName) {
     if (m_Fd >= 0) ::close(m_Fd);
     m_Fd = fd;
     m_FileName = fileName;
+    if (!m_EverOpened && !m_Early.empty()) WriteAll(m_Fd, m_Early.data(), m_Early.size());
+    m_EverOpened = true;
+    std::string().swap(m_Early);
 }
 
 void Log::Close() {
@@ -83,6 +86,7 @@ void Log::Write(LogLevel level, const String& text) {
 
     std::lock_guard<std::mutex> l(m_Mutex);
     if (toFile && m_Fd >= 0) WriteAll(m_Fd, line.data(), line.size());
+    else if (toFile && !m_EverOpened && m_Early.size() < 256 * 1024) m_Early += line;
     if (toEcho) WriteAll(2, line.data(), line.size());
 }
 

@@ -49,6 +49,9 @@ public:
 private:
     std::mutex m_Mutex;
     String m_FileName;
+    // Records made before any file was opened (start-up), written into the first file.
+    std::string m_Early;
+    bool m_EverOpened = false;
     int m_Fd = -1;
     std::atomic<int> m_Level{LL_Info};
     std::atomic<int> m_EchoLevel{LL_Warning};

@@ -93,6 +93,7 @@ bool TaviroClientApp::Fail(const String& why) {
 bool TaviroClientApp::Startup(CommandLine& commandLine) {
     CALL_ENTRY("TaviroClientApp::Startup");
     m_StartupError.clear();
+    SetName(String()); // known only once the command line is read
     try {
         commandLine.ParseOptions(
             {"name", "options", "log-dir", "modules", "master", "seed", "jobs", "rate", "workers"},
@@ -202,7 +203,8 @@ void TaviroClientApp::Cleanup() {
         std::lock_guard<std::recursive_mutex> l(m_QueueMutex);
         m_Queue.clear();
     }
-    GetOptions()->WriteOut();
+    // Inside a pause the outermost end writes; otherwise now.
+    if (!GetOptions()->IsAutoWritePaused()) GetOptions()->WriteOut();
     LogInfo("Stopped " + GetName());
 }
 

@@ -10,6 +10,10 @@
 
 namespace taviro_test {
 
+// The application object of the test executable (weak default: a plain wxApp that turns wx
+// assertions into test failures).
+wxAppConsole* CreateTestApp();
+
 // The current test's top window: a plain shown frame, destroyed after the test.
 wxFrame* TopWindow();
 

@@ -41,10 +41,13 @@ class _WindowListener : public ::testing::EmptyTestEventListener {
 } // namespace
 } // namespace taviro_test
 
-wxIMPLEMENT_APP_NO_MAIN(taviro_test::_TestApp);
+// A test executable may define its own CreateTestApp (for example to test an application
+// class); this one is used otherwise.
+__attribute__((weak)) wxAppConsole* taviro_test::CreateTestApp() { return new _TestApp; }
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
+    wxApp::SetInstance(taviro_test::CreateTestApp());
     if (!wxEntryStart(argc, argv)) {
         fprintf(stderr, "Cannot start wxWidgets (no display?)\n");
         return 1;

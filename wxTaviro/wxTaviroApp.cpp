@@ -1,0 +1,327 @@
+// The application base and the messenger bridge.
+//
+// Sections: event types and helpers; wxTaviroLog; wxTaviroExecutable; wxsTraits;
+// wxTaviroApp: construction, start, run, exit; messenger bridge; event handlers.
+#include <wxTaviro/wxTaviro.h>
+#include <wxTaviro/wxTaviroApp.h>
+
+#include <ostrum/CallTrace.h>
+#include <ostrum/Log.h>
+#include <taviro/ThreadPool.h>
+
+#include <wx/display.h>
+#include <wx/sysopt.h>
+#include <wx/tooltip.h>
+
+#if __has_include(<wxTaviro/wxTaviroColors.h>)
+#include <wxTaviro/wxTaviroColors.h>
+#define WXTAVIRO_HAVE_RENDERER 1
+#endif
+
+// ---- event types and helpers ----
+
+// In this order, once.
+const wxEventType wxTAVIRO_MESSAGE_EVENT = wxNewEventType();
+const wxEventType wxTAVIRO_CONNECT_EVENT = wxNewEventType();
+const wxEventType wxTAVIRO_DISCONNECT_EVENT = wxNewEventType();
+
+void (*g_NotifyDialogsConnected)(bool connected) = nullptr;
+
+namespace {
+// The registered application: written on the GUI thread, read by the messenger's threads
+// without a lock (atomic only so that the read is well-defined).
+std::atomic<wxTaviroApp*> g_Registered{nullptr};
+wxTaviroExecutable* g_Executable = nullptr;
+wxWindow* g_ActiveWindow = nullptr;
+
+bool IsTopLevel(wxWindow* w) {
+    for (wxWindow* t : wxTopLevelWindows)
+        if (t == w) return true;
+    return false;
+}
+
+void PostCommand(wxWindow* top, wxEventType type) {
+    wxCommandEvent e(type, 0);
+    top->GetEventHandler()->AddPendingEvent(e);
+}
+} // namespace
+
+String wxToString(const wxString& text) {
+    const wxCharBuffer local = text.mb_str(*wxConvCurrent);
+    if (local.length() > 0 || text.empty()) return String(local.data(), local.length());
+    const wxScopedCharBuffer utf8 = text.utf8_str();
+    return String(utf8.data(), utf8.length());
+}
+
+wxString wxFromString(const String& text) {
+    wxString w(text.c_str(), *wxConvCurrent, text.size());
+    if (w.empty() && !text.empty()) w = wxString::FromUTF8(text.c_str(), text.size());
+    return w;
+}
+
+// ---- wxTaviroLog ----
+
+LogLevel wxTaviroLog::MapLevel(wxLogLevel level) {
+    switch (level) {
+    case wxLOG_FatalError: return (LogLevel)0;
+    case wxLOG_Error: return (LogLevel)1;
+    case wxLOG_Warning: return (LogLevel)3;
+    case wxLOG_Message: return (LogLevel)4;
+    case wxLOG_Status: return (LogLevel)4;
+    case wxLOG_Info: return (LogLevel)5;
+    case wxLOG_Debug: return (LogLevel)6;
+    case wxLOG_Trace: return (LogLevel)6;
+    default: return (LogLevel)5;
+    }
+}
+
+void wxTaviroLog::DoLogRecord(wxLogLevel level, const wxString& msg, const wxLogRecordInfo&) {
+    GlobalLog(MapLevel(level), "wxWidgets 3.1.0: " + wxToString(msg));
+}
+
+// ---- wxTaviroExecutable ----
+
+int wxTaviroExecutable::Signal(int sig) {
+    CALL_ENTRY("wxTaviroExecutable::Signal");
+    const int result = Executable::Signal(sig);
+    if (sig == 0 && g_Registered.load() && wxTheApp) {
+        if (wxWindow* top = wxTheApp->GetTopWindow()) {
+            // Posted, never processed here: this may run on any thread.
+            wxCloseEvent close(wxEVT_CLOSE_WINDOW, top->GetId());
+            close.SetEventObject(top);
+            top->GetEventHandler()->AddPendingEvent(close);
+        }
+    }
+    return result;
+}
+
+// ---- wxsTraits ----
+
+wxRendererNative* wxsTraits::CreateRenderer() {
+#ifdef WXTAVIRO_HAVE_RENDERER
+    // The generic renderer, not the native one, so themed drawing looks alike everywhere.
+    return new wxsRenderer(wxRendererNative::GetGeneric());
+#else
+    return nullptr;
+#endif
+}
+
+// ---- wxTaviroApp: construction, start, run, exit ----
+
+wxBEGIN_EVENT_TABLE(wxTaviroApp, wxApp)
+    EVT_COMMAND(wxID_ANY, wxTAVIRO_MESSAGE_EVENT, wxTaviroApp::OnMessage)
+    EVT_QUERY_END_SESSION(wxTaviroApp::_EndSession)
+    EVT_CHAR_HOOK(wxTaviroApp::KeyboardHook)
+wxEND_EVENT_TABLE()
+
+wxTaviroApp::wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel) : TaviroClientApp(fileLevel, echoLevel) {
+    CALL_ENTRY("wxTaviroApp::wxTaviroApp");
+    // A static member function cannot sit in the event table; bound here instead.
+    Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
+    g_Executable = new wxTaviroExecutable(this);
+    Executable::SetCurrent(g_Executable);
+    Executable::InstallSignalHandlers();
+    EnableMessageProcessing();
+    m_ShowStartupError = true;
+    static wxLocale s_Locale(wxLANGUAGE_DEFAULT, wxLOCALE_LOAD_DEFAULT);
+}
+
+wxTaviroApp::~wxTaviroApp() {
+    DisableMessageProcessing();
+    Executable::SetCurrent(nullptr);
+    delete g_Executable;
+    g_Executable = nullptr;
+}
+
+bool wxTaviroApp::OnInit() {
+    CALL_ENTRY("wxTaviroApp::OnInit");
+    wxLog::SetActiveTarget(new wxTaviroLog);
+    wxLogStatus("Set wxLog to use Ostrum Log");
+
+    ShutdownMsg::s_Signal.Connect(this, &wxTaviroApp::OnShutdownMsg);
+    MessageReceivedEvt::s_Signal.Connect(this, &wxTaviroApp::_CheckReceive);
+    MessengerConnectedEvt::s_Signal.Connect(this, &wxTaviroApp::_Connect);
+    MessengerDisconnectedEvt::s_Signal.Connect(this, &wxTaviroApp::_Disconnect);
+
+    wxSystemOptions::SetOption("msw.notebook.themed-background", 0);
+
+    std::vector<String> args;
+    for (int i = 0; i < argc; ++i) args.push_back(wxToString(argv[i]));
+    CommandLine commandLine(args);
+
+    OptionsFile* options = Application::the_Application ? Application::the_Application->GetOptions() : nullptr;
+    bool started;
+    {
+        OptionsFile::Pause pause(options); // one write at the end, success or not
+        started = Startup(commandLine);
+    }
+    if (started) {
+        wxToolTip::Enable(true);
+        wxToolTip::SetAutoPop(10000);
+        wxToolTip::SetDelay(330);
+        wxToolTip::SetReshow(0);
+        StartupComplete.Emit();
+        return true;
+    }
+    if (m_ShowStartupError) _ReportStartupError();
+    Cleanup();
+    ShutdownComplete.Emit();
+    return false;
+}
+
+void wxTaviroApp::_ReportStartupError() {
+    const String name = GetName().empty() ? wxToString(argc > 0 ? argv[0] : wxString()) : GetName();
+    const wxString text = wxString::Format(
+        wxGetTranslation("%s failed to start:\n\nPlease check the following:\n1. Taviro is correctly "
+                         "installed and all libraries and modules are accessible\n\n2. The current "
+                         "user '%s' has permission to create and delete log files in the folder:\n%s"
+                         "\n\nCheck the startup log file for more information:\n%s"),
+        wxFromString(name), wxFromString(Platform::GetCurrentUserName()), wxFromString(GetLogFolder()),
+        wxFromString(Log::s_GlobalLog->GetFileName()));
+    wxMessageBox(text, wxGetTranslation("Startup Error"), wxOK | wxCENTRE);
+}
+
+int wxTaviroApp::OnRun() {
+    CALL_ENTRY("wxTaviroApp::OnRun");
+    for (;;) {
+        try {
+            return wxAppBase::OnRun();
+        } catch (Exception* e) {
+            const bool goOn = OnException(e);
+            delete e;
+            if (!goOn) return 0;
+        } catch (...) {
+            if (!OnException(nullptr)) return 0;
+        }
+    }
+}
+
+bool wxTaviroApp::OnExceptionInMainLoop() { throw; }
+
+int wxTaviroApp::OnExit() {
+    CALL_ENTRY("wxTaviroApp::OnExit");
+    ExitBegins.Emit();
+    OpenWindows::_this->Clear();
+    int result;
+    {
+        OptionsFile* options = Application::the_Application ? Application::the_Application->GetOptions() : nullptr;
+        OptionsFile::Pause pause(options);
+        Cleanup();
+        result = wxAppBase::OnExit();
+    }
+    {
+        Mutex::Guard g(GetSlotsLock());
+        DisconnectAll(); // no farm signal reaches the application after this
+    }
+    ShutdownComplete.Emit();
+    return result;
+}
+
+int wxTaviroApp::Execute() { return 0; }
+
+bool wxTaviroApp::RequestHasFailed(const String& text) {
+    CALL_ENTRY("wxTaviroApp::RequestHasFailed");
+    const wxString message = "Master reports error:\n" + wxFromString(text);
+    LogInfo(wxToString(message));
+    // Shown on the GUI thread whichever thread reports it.
+    auto show = [message, this] { wxMessageBox(message, wxFromString(GetName()), wxOK | wxCENTRE); };
+    if (wxThread::IsMain()) show();
+    else CallAfter(show);
+    return false;
+}
+
+wxAppTraits* wxTaviroApp::CreateTraits() { return new wxsTraits; }
+
+wxTaviroExecutable* wxTaviroApp::GetExecutable() { return g_Executable; }
+
+// ---- messenger bridge ----
+
+void wxTaviroApp::EnableMessageProcessing() {
+    g_Registered = dynamic_cast<wxTaviroApp*>(Application::the_Application);
+}
+
+void wxTaviroApp::DisableMessageProcessing() { g_Registered = nullptr; }
+
+wxTaviroApp* wxTaviroApp::GetRegistered() { return g_Registered.load(); }
+
+bool wxTaviroApp::IsMessageProcessingEnabled() const {
+    wxTaviroApp* registered = g_Registered.load();
+    // Literal: with nothing registered and no application this also answers true.
+    return static_cast<Application*>(registered ? static_cast<TaviroClientApp*>(registered) : nullptr) ==
+           Application::the_Application;
+}
+
+void wxTaviroApp::ProcessNextMessage() {
+    if (!IsMessageProcessingEnabled()) return;
+    if (wxTaviroApp* app = g_Registered.load()) app->DispatchMessage();
+}
+
+void wxTaviroApp::OnMessage(wxCommandEvent&) { ProcessNextMessage(); }
+
+void wxTaviroApp::_Connect(MessengerConnectedEvt&) {
+    if (wxWindow* top = GetTopWindow()) {
+        LogDebug("... Messenger Connected: translating to wxTAVIRO_CONNECT_EVENT");
+        PostCommand(top, wxTAVIRO_CONNECT_EVENT);
+    } else {
+        LogDebug("... Ignoring MessageConnectedEvt because app has no top window");
+    }
+    if (g_NotifyDialogsConnected) g_NotifyDialogsConnected(true);
+}
+
+void wxTaviroApp::_Disconnect(MessengerDisconnectedEvt&) {
+    if (wxWindow* top = GetTopWindow()) {
+        LogDebug("... Messenger Disconnected: translating to wxTAVIRO_DISCONNECT_EVENT");
+        PostCommand(top, wxTAVIRO_DISCONNECT_EVENT);
+    } else {
+        LogDebug("... Ignoring MessageDisconnectedEvt because app has no top window");
+    }
+    if (g_NotifyDialogsConnected) g_NotifyDialogsConnected(false);
+}
+
+void wxTaviroApp::_CheckReceive(MessageReceivedEvt& e) {
+    wxWindow* top = GetTopWindow();
+    if (!top) {
+        LogDebug("... Ignoring MessageReceivedEvt because app has no top window");
+        e.TakeMessage(); // dropped
+        return;
+    }
+    wxTaviroApp* registered = g_Registered.load();
+    if (ThreadPool::IsReady() && IsMessageProcessingEnabled() && registered) {
+        LogDebug("... Received message: initiating deferred processing");
+        registered->CallMessageHandlers(e.TakeMessage());
+    } else {
+        LogDebug("... Received message: translating to wxTAVIRO_MESSAGE_EVENT");
+        PostCommand(top, wxTAVIRO_MESSAGE_EVENT);
+    }
+}
+
+void wxTaviroApp::OnShutdownMsg(const boost::shared_ptr<ShutdownMsg>&) {
+    LogSystem("Received Shutdown request");
+    if (g_Executable) g_Executable->Signal(0);
+}
+
+// ---- event handlers ----
+
+void wxTaviroApp::_EndSession(wxCloseEvent&) {
+    LogSystem("Notified of user request to log out or shut down the system");
+    if (g_Executable) g_Executable->Signal(0);
+}
+
+void wxTaviroApp::KeyboardHook(wxKeyEvent& e) {
+    if (e.GetKeyCode() == 67 && e.ControlDown() && e.ShiftDown()) {
+        // The recorded window may have gone since; only a live top-level window is used.
+        wxWindow* w = g_ActiveWindow && IsTopLevel(g_ActiveWindow) ? g_ActiveWindow : GetTopWindow();
+        if (w) w->Centre(wxBOTH | wxCENTRE_ON_SCREEN);
+        return;
+    }
+    e.Skip();
+}
+
+void wxTaviroApp::ActivateEvent(wxActivateEvent& e) {
+    e.Skip();
+    wxWindow* w = wxDynamicCast(e.GetEventObject(), wxWindow);
+    if (e.GetActive()) g_ActiveWindow = w;
+    else if (w && w == g_ActiveWindow) g_ActiveWindow = nullptr;
+}
+
+wxWindow* wxTaviroApp::GetActiveWindow() { return g_ActiveWindow; }

@@ -1,0 +1,108 @@
+// The application base of every farm client program, and the bridge from the messenger's
+// threads to the GUI thread.
+//
+// Sections: event types; wxTaviroLog; wxTaviroExecutable; wxsTraits; wxTaviroApp.
+#pragma once
+
+#include <taviro/ClientApp.h>
+
+#include <ostrum/Executable.h>
+
+#include <wx/apptrait.h>
+#include <wx/log.h>
+#include <wx/wx.h>
+
+#include <atomic>
+
+// ---- event types ----
+// Created once at start, in this order; carried by a plain wxCommandEvent with id 0 and no
+// payload (the message itself stays in the farm client's queue).
+extern const wxEventType wxTAVIRO_MESSAGE_EVENT;
+extern const wxEventType wxTAVIRO_CONNECT_EVENT;
+extern const wxEventType wxTAVIRO_DISCONNECT_EVENT;
+
+// Text conversion at the toolkit boundary, through the locale's character conversion (UTF-8
+// when the locale cannot represent the text).
+String wxToString(const wxString& text);
+wxString wxFromString(const String& text);
+
+// Tells every open dialog about a connection change, on the messenger's thread. The dialog
+// registry installs its notifier here; until then nothing is told.
+extern void (*g_NotifyDialogsConnected)(bool connected);
+
+// ---- wxTaviroLog ----
+// Forwards the toolkit's log records into the farm log, prefixed "wxWidgets 3.1.0: ".
+class wxTaviroLog : public wxLog {
+public:
+    // The farm log level for a toolkit level (warnings skip level 2 on purpose).
+    static LogLevel MapLevel(wxLogLevel level);
+
+protected:
+    void DoLogRecord(wxLogLevel level, const wxString& msg, const wxLogRecordInfo& info) override;
+};
+
+// ---- wxTaviroExecutable ----
+// Signal(0) (the end of the desktop session, the farm's shutdown order, SIGINT/SIGTERM) posts
+// a close to the top window, to be carried out later on the GUI thread.
+class wxTaviroExecutable : public Executable {
+public:
+    explicit wxTaviroExecutable(TaviroClientApp* app) : Executable(app) {}
+    int Signal(int sig) override;
+};
+
+// ---- wxsTraits ----
+// Makes the themed renderer the application's renderer.
+class wxsTraits : public wxGUIAppTraits {
+public:
+    wxRendererNative* CreateRenderer() override;
+};
+
+// ---- wxTaviroApp ----
+class wxTaviroApp : public wxApp, public TaviroClientApp {
+public:
+    wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel);
+    ~wxTaviroApp() override;
+
+    virtual int Execute() override;
+    virtual bool RequestHasFailed(const String& text) override;
+
+    bool OnInit() override;
+    int OnRun() override;
+    int OnExit() override;
+    // Rethrows the exception in flight, so that OnRun sees it.
+    bool OnExceptionInMainLoop() override;
+    wxAppTraits* CreateTraits() override;
+
+    // Message processing (the messenger bridge).
+    void EnableMessageProcessing();
+    void DisableMessageProcessing();
+    bool IsMessageProcessingEnabled() const;
+    void ProcessNextMessage();
+    void OnMessage(wxCommandEvent& e);
+
+    // The four slots, run on the messenger's thread.
+    void _Connect(MessengerConnectedEvt& e);
+    void _Disconnect(MessengerDisconnectedEvt& e);
+    void _CheckReceive(MessageReceivedEvt& e);
+    void OnShutdownMsg(const boost::shared_ptr<ShutdownMsg>& msg);
+
+    void _EndSession(wxCloseEvent& e);
+    void KeyboardHook(wxKeyEvent& e);
+    // Keeps the active top-level window; bound by the application and by the window bases.
+    static void ActivateEvent(wxActivateEvent& e);
+    static wxWindow* GetActiveWindow();
+
+    // A derived application that clears this fails silently when start-up fails.
+    void SetShowStartupError(bool show) { m_ShowStartupError = show; }
+    bool GetShowStartupError() const { return m_ShowStartupError; }
+
+    static wxTaviroExecutable* GetExecutable();
+    // The application registered for message processing (null when disabled).
+    static wxTaviroApp* GetRegistered();
+
+private:
+    void _ReportStartupError();
+
+    bool m_ShowStartupError = true;
+    wxDECLARE_EVENT_TABLE();
+};
