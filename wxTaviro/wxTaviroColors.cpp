@@ -1,0 +1,1204 @@
+// The colour palette, colour schemes, colour management, the palette renderer and the themed
+// buttons and toggles.
+//
+// Sections:
+//   palette          slot constants, the four fixed columns, access, colour arithmetic
+//   colour schemes   g_Scheme, SetColors, "Colors.ini" (CustomColors, Load, Save)
+//   wxsColorManaged  roles, inheritance from the parent, RefreshColors
+//   drawing helpers  DrawGradedRectangle, DrawCircle
+//   wxsRenderer      sash, drop button and arrow, check box, radio button
+//   wxsButton        looks, default hand-over on focus, hover, keys, painting
+//   wxsCheckBox      value, click, painting; wxsRadioButton and its group
+//   wrappers         wxsStaticText, wxsPanel, wxsBitmapButton; the shared fonts' clean-up
+#include <wxTaviro/wxTaviroColors.h>
+
+#include <ostrum/CallTrace.h>
+#include <ostrum/Exception.h>
+#include <ostrum/IniFile.h>
+
+#include <wx/dcbuffer.h>
+#include <wx/dcgraph.h>
+#include <wx/dcmemory.h>
+#include <wx/module.h>
+#include <wx/settings.h>
+#include <wx/toplevel.h>
+#include <wx/wupdlock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+// ---- palette ----
+
+const String color_WindowBG = "WindowBG";
+const String color_WindowBGLighter = "WindowBGLighter";
+const String color_WindowBGDarker = "WindowBGDarker";
+const String color_Text = "Text";
+const String color_TextRed = "TextRed";
+const String color_TextOrange = "TextOrange";
+const String color_TextYellow = "TextYellow";
+const String color_TextGreen = "TextGreen";
+const String color_TextCyan = "TextCyan";
+const String color_TextBlue = "TextBlue";
+const String color_TextIndigo = "TextIndigo";
+const String color_TextViolet = "TextViolet";
+const String color_TextDarkRed = "TextDarkRed";
+const String color_TextDarkOrange = "TextDarkOrange";
+const String color_TextDarkYellow = "TextDarkYellow";
+const String color_TextDarkGreen = "TextDarkGreen";
+const String color_TextDarkCyan = "TextDarkCyan";
+const String color_TextDarkBlue = "TextDarkBlue";
+const String color_TextDarkIndigo = "TextDarkIndigo";
+const String color_TextDarkViolet = "TextDarkViolet";
+const String color_TextGrey = "TextGray"; // spelled differently on purpose: the slot is "TextGray"
+const String color_3DLight = "3DLight";
+const String color_3DDark = "3DDark";
+const String color_ButtonFace = "ButtonFace";
+const String color_ButtonText = "ButtonText";
+const String color_Selected = "Selected";
+const String color_Header = "Header";
+
+namespace {
+
+// One row of the fixed schemes: the slot and its colour in Light, Lighter, Dark and Darker.
+struct _SchemeRow {
+    const String* slot;
+    unsigned char rgb[4][3];
+};
+
+// The complete data, applied in this order; rows repeat across columns on purpose.
+const _SchemeRow s_SchemeRows[] = {
+    {&color_WindowBG, {{185, 185, 185}, {233, 233, 233}, {72, 72, 72}, {32, 32, 32}}},
+    {&color_WindowBGLighter, {{210, 210, 210}, {255, 255, 255}, {92, 92, 92}, {58, 58, 58}}},
+    {&color_WindowBGDarker, {{168, 168, 168}, {215, 215, 215}, {56, 56, 56}, {12, 12, 12}}},
+    {&color_Text, {{52, 52, 52}, {10, 10, 10}, {235, 235, 235}, {205, 205, 205}}},
+    {&color_TextRed, {{235, 30, 19}, {245, 25, 12}, {255, 60, 33}, {235, 40, 23}}},
+    {&color_TextOrange, {{184, 99, 0}, {191, 80, 0}, {255, 136, 0}, {235, 156, 0}}},
+    {&color_TextYellow, {{97, 90, 16}, {242, 227, 19}, {255, 225, 0}, {235, 210, 0}}},
+    {&color_TextGreen, {{0, 115, 0}, {0, 165, 0}, {0, 255, 0}, {0, 235, 0}}},
+    {&color_TextCyan, {{0, 166, 166}, {0, 166, 166}, {0, 255, 255}, {0, 235, 235}}},
+    {&color_TextBlue, {{0, 31, 166}, {0, 31, 166}, {132, 153, 245}, {130, 150, 235}}},
+    {&color_TextIndigo, {{136, 0, 255}, {136, 0, 255}, {147, 46, 255}, {147, 46, 255}}},
+    {&color_TextViolet, {{225, 0, 205}, {225, 0, 205}, {255, 0, 230}, {235, 0, 230}}},
+    {&color_TextDarkRed, {{185, 25, 10}, {185, 25, 10}, {185, 25, 10}, {185, 25, 10}}},
+    {&color_TextDarkOrange, {{152, 82, 0}, {132, 68, 0}, {200, 127, 42}, {200, 127, 42}}},
+    {&color_TextDarkYellow, {{190, 180, 55}, {190, 180, 55}, {190, 180, 55}, {190, 180, 55}}},
+    {&color_TextDarkGreen, {{31, 166, 0}, {31, 166, 0}, {80, 190, 55}, {80, 190, 55}}},
+    {&color_TextDarkCyan, {{40, 180, 180}, {40, 180, 180}, {40, 180, 180}, {40, 180, 180}}},
+    {&color_TextDarkBlue, {{0, 0, 165}, {0, 0, 165}, {0, 0, 165}, {0, 0, 165}}},
+    {&color_TextDarkIndigo, {{108, 52, 148}, {108, 52, 148}, {123, 92, 156}, {123, 92, 156}}},
+    {&color_TextDarkViolet, {{145, 26, 116}, {145, 26, 116}, {214, 9, 135}, {214, 9, 135}}},
+    {&color_TextGrey, {{85, 90, 105}, {85, 90, 105}, {160, 170, 190}, {160, 170, 190}}},
+    {&color_3DLight, {{165, 165, 165}, {205, 205, 205}, {165, 165, 165}, {145, 145, 145}}},
+    {&color_3DDark, {{69, 69, 69}, {55, 55, 55}, {69, 69, 69}, {49, 49, 49}}},
+    {&color_ButtonFace, {{155, 155, 155}, {200, 200, 200}, {108, 108, 108}, {75, 75, 75}}},
+    {&color_ButtonText, {{0, 0, 0}, {0, 0, 0}, {255, 255, 255}, {235, 235, 235}}},
+    {&color_Selected, {{222, 163, 62}, {250, 169, 35}, {230, 163, 48}, {199, 129, 16}}},
+    {&color_Header, {{168, 168, 168}, {211, 211, 211}, {115, 115, 115}, {55, 55, 55}}},
+};
+
+enum _Column { k_LightColumn, k_LighterColumn, k_DarkColumn, k_DarkerColumn };
+
+// Created on first use, so that code running before this library's static initialisation
+// still finds a palette.
+std::map<String, wxColour>& _Palette() {
+    static std::map<String, wxColour> palette;
+    return palette;
+}
+
+void _ApplyColumn(_Column column) {
+    for (const _SchemeRow& row : s_SchemeRows) {
+        const unsigned char* c = row.rgb[column];
+        wxsSetColor(*row.slot, wxColour(c[0], c[1], c[2], wxALPHA_OPAQUE));
+    }
+}
+
+int _Clamp(int v) {
+    return std::min(255, std::max(0, v));
+}
+
+// trunc(a * wa + b * wb) per channel, opaque; unset when either is.
+wxColour _Weighted(const wxColour& a, double wa, const wxColour& b, double wb) {
+    if (!a.IsOk() || !b.IsOk()) return wxColour();
+    auto mix = [&](int ca, int cb) { return _Clamp(int(ca * wa + cb * wb)); };
+    return wxColour(mix(a.Red(), b.Red()), mix(a.Green(), b.Green()), mix(a.Blue(), b.Blue()),
+                    wxALPHA_OPAQUE);
+}
+
+wxColour _HalfAndHalf(const wxColour& a, const wxColour& b) {
+    return _Weighted(a, 0.5, b, 0.5);
+}
+
+// An unset colour paints nothing.
+wxBrush _Brush(const wxColour& c) {
+    return c.IsOk() ? wxBrush(c) : *wxTRANSPARENT_BRUSH;
+}
+
+void _Fill(wxDC& dc, const wxRect& rect, const wxColour& c) {
+    dc.SetBrush(_Brush(c));
+    dc.DrawRectangle(rect);
+}
+
+// Restores the dc's pen and brush when drawing is done.
+class _KeepPenAndBrush {
+public:
+    explicit _KeepPenAndBrush(wxDC& dc) : m_DC(dc), m_Pen(dc.GetPen()), m_Brush(dc.GetBrush()) {}
+    ~_KeepPenAndBrush() {
+        m_DC.SetPen(m_Pen);
+        m_DC.SetBrush(m_Brush);
+    }
+
+private:
+    wxDC& m_DC;
+    wxPen m_Pen;
+    wxBrush m_Brush;
+};
+
+} // namespace
+
+wxColour wxsGetColor(const String& name) {
+    CALL_ENTRY("wxsGetColor");
+    return _Palette()[name]; // an unknown name is added, unset
+}
+
+void wxsSetColor(const String& name, const wxColour& colour) {
+    CALL_ENTRY("wxsSetColor");
+    _Palette()[name] = colour;
+}
+
+wxColour OffsetColor(const wxColour& colour, int red, int green, int blue) {
+    CALL_ENTRY("OffsetColor");
+    if (!colour.IsOk()) return wxColour();
+    return wxColour(_Clamp(colour.Red() + red), _Clamp(colour.Green() + green),
+                    _Clamp(colour.Blue() + blue), wxALPHA_OPAQUE);
+}
+
+wxColour OffsetColor(const wxColour& colour, const wxColour& delta) {
+    CALL_ENTRY("OffsetColor");
+    if (!colour.IsOk() || !delta.IsOk()) return wxColour();
+    return wxColour(_Clamp(colour.Red() + delta.Red()), _Clamp(colour.Green() + delta.Green()),
+                    _Clamp(colour.Blue() + delta.Blue()), wxALPHA_OPAQUE);
+}
+
+wxColour Disabled(const wxColour& colour) {
+    CALL_ENTRY("Disabled");
+    return _Weighted(colour, 0.7, *wxLIGHT_GREY, 0.3);
+}
+
+wxColour Hilight(const wxColour& colour) {
+    CALL_ENTRY("Hilight");
+    return OffsetColor(colour, 25, 25, 25);
+}
+
+void Light() {
+    CALL_ENTRY("Light");
+    _ApplyColumn(k_LightColumn);
+}
+
+void Lighter() {
+    CALL_ENTRY("Lighter");
+    _ApplyColumn(k_LighterColumn);
+}
+
+void Dark() {
+    CALL_ENTRY("Dark");
+    _ApplyColumn(k_DarkColumn);
+}
+
+void Darker() {
+    CALL_ENTRY("Darker");
+    _ApplyColumn(k_DarkerColumn);
+}
+
+// ---- colour schemes ----
+
+int g_Scheme = -1;
+
+namespace {
+
+// The colour keys of "Colors.ini", in reading order.
+const String* const s_CustomSlots[] = {
+    &color_WindowBG,     &color_WindowBGLighter, &color_WindowBGDarker, &color_Text,
+    &color_TextRed,      &color_TextOrange,      &color_TextYellow,     &color_TextGreen,
+    &color_TextCyan,     &color_TextBlue,        &color_TextIndigo,     &color_TextViolet,
+    &color_TextDarkRed,  &color_TextDarkOrange,  &color_TextDarkYellow, &color_TextDarkGreen,
+    &color_TextDarkCyan, &color_TextDarkBlue,    &color_TextDarkIndigo, &color_TextDarkViolet,
+    &color_TextGrey,     &color_3DLight,         &color_3DDark,         &color_ButtonText,
+    &color_ButtonFace,   &color_Selected,        &color_Header,
+};
+
+// Built afresh on every use: the user folder may change (tests, a changed HOME). Throws
+// Exception* when there is no user folder.
+Path _SchemePath() {
+    Path path = Path(File::GetUserDir()).Branch(true, true);
+    path /= "Colors.ini";
+    return path;
+}
+
+} // namespace
+
+void SetColors(int scheme) {
+    CALL_ENTRY("SetColors");
+    switch (scheme) {
+    case 1:
+        Light();
+        break;
+    case 2:
+        Lighter();
+        break;
+    case 4:
+        Darker();
+        break;
+    case 5:
+        CustomColors();
+        break;
+    default: // 3, and every unknown number: Dark is the safe fallback
+        Dark();
+        break;
+    }
+}
+
+void CustomColors() {
+    CALL_ENTRY("CustomColors");
+    Dark(); // the file need hold only the slots the user changes
+    try {
+        IniFile file(_SchemePath());
+        file.Load(true, true);
+        for (const String* slot : s_CustomSlots)
+            GetCustom(file, *slot);
+    } catch (Exception* e) {
+        delete e; // the slots not read keep their Dark values
+    }
+}
+
+void GetCustom(IniFile& file, const String& slot) {
+    CALL_ENTRY("GetCustom");
+    const String text = file.GetValue(String(), slot, String());
+    if (text.empty()) return;
+    // Not checked on purpose: a value that is no colour stores an unset colour, which every
+    // user of the slot treats as unset.
+    wxsSetColor(slot, wxColour(wxString(text.c_str(), wxConvLibc)));
+}
+
+void LoadColorScheme() {
+    CALL_ENTRY("LoadColorScheme");
+    try {
+        IniFile file(_SchemePath());
+        file.Load(true, true);
+        g_Scheme = file.GetValue(String(), "scheme", g_Scheme);
+    } catch (Exception* e) {
+        delete e; // no folder, no file or a bad one: the scheme stays as it was
+    }
+    if (g_Scheme == -1) g_Scheme = 0;
+    SetColors(g_Scheme);
+}
+
+void SaveColorScheme() {
+    CALL_ENTRY("SaveColorScheme");
+    try {
+        IniFile file;
+        const Path path = _SchemePath();
+        if (File::Exists(path)) {
+            // Loaded first so that the user's colour keys and anything else survive.
+            file.SetFilename(path, k_FileRead);
+            try {
+                file.Load(true, true);
+            } catch (Exception* e) {
+                delete e; // save what could be read
+            }
+        }
+        {
+            RWLock::WriteGuard lock(*file.GetRWLock());
+            file.InsertSection(String());
+            file.SetValue("scheme", String::FromInt(g_Scheme));
+        }
+        file.SetFilename(path);
+        file.Save();
+    } catch (Exception* e) {
+        delete e; // the choice holds for this run only
+    }
+}
+
+// ---- wxsColorManaged ----
+
+namespace {
+wxColour _RoleColour(const String& slot, int offset) {
+    return OffsetColor(wxsGetColor(slot), offset, offset, offset);
+}
+} // namespace
+
+wxsColorManaged::wxsColorManaged() {}
+
+wxsColorManaged::wxsColorManaged(wxWindow* window) {
+    Manage(window);
+}
+
+wxsColorManaged::~wxsColorManaged() {
+    // The binding dies with the window, which goes together with this object.
+}
+
+void wxsColorManaged::Manage(wxWindow* window) {
+    CALL_ENTRY("wxsColorManaged::Manage");
+    if (m_Window)
+        m_Window->Unbind(wxEVT_SYS_COLOUR_CHANGED, &wxsColorManaged::wxsHandleSysColorChanged,
+                         this);
+    m_Window = window;
+    if (!m_Window) return;
+    m_Window->Bind(wxEVT_SYS_COLOUR_CHANGED, &wxsColorManaged::wxsHandleSysColorChanged, this);
+
+    // A control takes its container's roles. The dialog base is a wxsColorManaged as well, so
+    // the cross-cast finds it too.
+    const wxsColorManaged* parent = dynamic_cast<const wxsColorManaged*>(m_Window->GetParent());
+    if (parent) {
+        m_EnabledFgSlot = parent->m_EnabledFgSlot;
+        m_EnabledBgSlot = parent->m_EnabledBgSlot;
+        m_DisabledFgSlot = parent->m_DisabledFgSlot;
+        m_DisabledBgSlot = parent->m_DisabledBgSlot;
+        m_EnabledFgOffset = parent->m_EnabledFgOffset;
+        m_EnabledBgOffset = parent->m_EnabledBgOffset;
+        m_DisabledFgOffset = parent->m_DisabledFgOffset;
+        m_DisabledBgOffset = parent->m_DisabledBgOffset;
+    } else {
+        m_EnabledFgSlot = color_Text;
+        m_EnabledBgSlot = color_WindowBG;
+        m_DisabledFgSlot = color_TextGrey;
+        m_DisabledBgSlot = color_WindowBGLighter;
+        m_EnabledFgOffset = 0;
+        m_EnabledBgOffset = 0;
+        m_DisabledFgOffset = 0;
+        m_DisabledBgOffset = 50; // a disabled window shows clearly lighter
+    }
+    RefreshColors();
+}
+
+void wxsColorManaged::RefreshColors() const {
+    CALL_ENTRY("wxsColorManaged::RefreshColors");
+    if (!m_Window) return;
+    const bool enabled = m_Window->IsEnabled();
+    wxWindowUpdateLocker freeze(m_Window);
+    // An unset slot gives an invalid colour, which resets the window to its default.
+    m_Window->SetForegroundColour(enabled ? _RoleColour(m_EnabledFgSlot, m_EnabledFgOffset)
+                                          : _RoleColour(m_DisabledFgSlot, m_DisabledFgOffset));
+    m_Window->SetBackgroundColour(enabled ? _RoleColour(m_EnabledBgSlot, m_EnabledBgOffset)
+                                          : _RoleColour(m_DisabledBgSlot, m_DisabledBgOffset));
+}
+
+void wxsColorManaged::wxsHandleSysColorChanged(wxSysColourChangedEvent& event) {
+    CALL_ENTRY("wxsColorManaged::wxsHandleSysColorChanged");
+    event.Skip(); // the default handling passes it on to the children and repaints
+    RefreshColors();
+}
+
+void wxsColorManaged::SetForegroundSlot(const String& slot, int offset) {
+    CALL_ENTRY("wxsColorManaged::SetForegroundSlot");
+    m_EnabledFgSlot = slot;
+    m_EnabledFgOffset = offset;
+}
+
+void wxsColorManaged::SetBackgroundSlot(const String& slot, int offset) {
+    CALL_ENTRY("wxsColorManaged::SetBackgroundSlot");
+    m_EnabledBgSlot = slot;
+    m_EnabledBgOffset = offset;
+}
+
+void wxsColorManaged::SetDisabledForegroundSlot(const String& slot, int offset) {
+    CALL_ENTRY("wxsColorManaged::SetDisabledForegroundSlot");
+    m_DisabledFgSlot = slot;
+    m_DisabledFgOffset = offset;
+}
+
+void wxsColorManaged::SetDisabledBackgroundSlot(const String& slot, int offset) {
+    CALL_ENTRY("wxsColorManaged::SetDisabledBackgroundSlot");
+    m_DisabledBgSlot = slot;
+    m_DisabledBgOffset = offset;
+}
+
+// ---- drawing helpers ----
+
+void DrawGradedRectangle(wxDC& dc, const wxRect& rect, const wxColour& first,
+                         const wxColour& second, float power, bool gradeBottom, bool gradeTop) {
+    CALL_ENTRY("DrawGradedRectangle");
+    _KeepPenAndBrush keep(dc);
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    int x = rect.x, y = rect.y, w = rect.width, h = rect.height;
+    const int n = (gradeBottom || gradeTop) ? h / 2 : 1;
+    for (int i = 0; i < n; ++i) {
+        float t = 0;
+        if (n != 1) {
+            const float q = float(std::abs(i - n)) / float(n);
+            t = float(std::pow(double(q), double(power)));
+            t = std::min(1.0f, std::max(0.0f, t));
+        }
+        wxColour c;
+        if (first.IsOk() && (second.IsOk() || t == 0)) {
+            const wxColour& s = second.IsOk() ? second : first;
+            auto channel = [t](int a, int b) { return _Clamp(int(b * t + a * (1 - t))); };
+            c = wxColour(channel(first.Red(), s.Red()), channel(first.Green(), s.Green()),
+                         channel(first.Blue(), s.Blue()), wxALPHA_OPAQUE);
+        }
+        _Fill(dc, wxRect(x, y, w, h), c);
+        if (gradeTop) {
+            ++y;
+            --h;
+        }
+        if (gradeBottom) --h;
+    }
+}
+
+void DrawCircle(wxDC& dc, const wxRect& rect, double startAngle, double endAngle) {
+    CALL_ENTRY("DrawCircle");
+    dc.DrawEllipticArc(rect.x, rect.y, rect.width, rect.height, startAngle, endAngle);
+}
+
+// ---- wxsRenderer ----
+
+namespace {
+
+// The pie of DrawCircle in one colour.
+void _Pie(wxDC& dc, const wxRect& rect, double from, double to, const wxColour& c) {
+    dc.SetBrush(_Brush(c));
+    DrawCircle(dc, rect, from, to);
+}
+
+// One ring of the radio button: shade all round, light on the upper-left half, and the two
+// transitions between them in the middle colour.
+void _RadioRing(wxDC& dc, const wxRect& rect, const wxColour& shade, const wxColour& light,
+                const wxColour& middle) {
+    _Pie(dc, rect, 0, 360, shade);
+    _Pie(dc, rect, 35, 215, light);
+    _Pie(dc, rect, 25, 45, middle);
+    _Pie(dc, rect, 205, 225, middle);
+}
+
+void _DrawRadio(wxDC& dc, const wxRect& rect, int flags) {
+    const bool checked = flags & wxCONTROL_CHECKED;
+    wxColour outer = wxsGetColor(color_WindowBGDarker);
+    wxColour face = wxsGetColor(checked ? color_Selected : color_ButtonFace);
+    wxColour shade = wxsGetColor(checked ? color_3DLight : color_3DDark);
+    wxColour light = wxsGetColor(checked ? color_3DDark : color_3DLight);
+    // Independent steps, in this order: a disabled and focused button gets both.
+    if (flags & wxCONTROL_DISABLED) {
+        face = Disabled(face);
+        shade = Disabled(shade);
+        light = Disabled(light);
+        outer = Disabled(outer);
+    }
+    if (flags & wxCONTROL_FOCUSED) {
+        shade = Hilight(shade);
+        light = Hilight(light);
+        outer = wxsGetColor(color_WindowBG);
+    }
+    if (flags & wxCONTROL_CURRENT) {
+        face = Hilight(face);
+        outer = Hilight(outer);
+    }
+    const wxColour middle = _HalfAndHalf(shade, light);
+    auto towardsFace = [&](const wxColour& c, double faceWeight) {
+        return _Weighted(c, 1 - faceWeight, face, faceWeight);
+    };
+
+    _KeepPenAndBrush keep(dc);
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    wxRect r(rect.x, rect.y, rect.width + 1, rect.height + 1);
+    _Pie(dc, r, 0, 360, outer);
+    r.Deflate(1);
+    _RadioRing(dc, r, shade, light, middle);
+    r.Deflate(1);
+    _RadioRing(dc, r, towardsFace(shade, 0.33), towardsFace(light, 0.33),
+               towardsFace(middle, 0.33));
+    r.Deflate(1);
+    _RadioRing(dc, r, _Weighted(shade, 0.33, face, 0.67), _Weighted(light, 0.33, face, 0.67),
+               _Weighted(middle, 0.33, face, 0.67));
+    r.Deflate(1);
+    _Pie(dc, r, 0, 360, face);
+}
+
+} // namespace
+
+wxsRenderer::wxsRenderer(wxRendererNative& delegate) : wxDelegateRendererNative(delegate) {}
+
+void wxsRenderer::DrawSplitterBorder(wxWindow*, wxDC&, const wxRect&, int) {
+    CALL_ENTRY("wxsRenderer::DrawSplitterBorder");
+    // No border: the sash alone separates the panes.
+}
+
+void wxsRenderer::DrawSplitterSash(wxWindow*, wxDC& dc, const wxSize& size, wxCoord, wxOrientation,
+                                   int) {
+    CALL_ENTRY("wxsRenderer::DrawSplitterSash");
+    // The whole client area, whatever the sash position: the panes cover the rest.
+    _KeepPenAndBrush keep(dc);
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    _Fill(dc, wxRect(wxPoint(0, 0), size), wxsGetColor(color_ButtonFace));
+}
+
+void wxsRenderer::DrawComboBoxDropButton(wxWindow* win, wxDC& dc, const wxRect& rect, int flags) {
+    CALL_ENTRY("wxsRenderer::DrawComboBoxDropButton");
+    {
+        _KeepPenAndBrush keep(dc);
+        dc.SetPen(*wxTRANSPARENT_PEN);
+        _Fill(dc, rect, wxsGetColor(color_ButtonFace));
+    }
+    DrawDropArrow(win, dc, rect, flags);
+}
+
+void wxsRenderer::DrawDropArrow(wxWindow*, wxDC& dc, const wxRect& rect, int) {
+    CALL_ENTRY("wxsRenderer::DrawDropArrow");
+    const wxColour c = wxsGetColor(color_ButtonText);
+    if (!c.IsOk()) return;
+    _KeepPenAndBrush keep(dc);
+    wxPen pen(c, 1, wxPENSTYLE_SOLID);
+    pen.SetJoin(wxJOIN_MITER);
+    pen.SetCap(wxCAP_BUTT);
+    dc.SetPen(pen);
+    dc.SetBrush(wxBrush(c));
+    wxRect r = rect;
+    r.Deflate(2, 6);
+    // At the right of the rectangle, not centred.
+    const int right = r.x + r.width, top = r.y, bottom = r.y + r.height - 1;
+    const wxPoint points[3] = {{right - 9, top}, {right - 1, top}, {right - 5, bottom}};
+    dc.DrawPolygon(3, points, 0, 0, wxODDEVEN_RULE);
+}
+
+void wxsRenderer::DrawCheckBox(wxWindow*, wxDC& dc, const wxRect& rect, int flags) {
+    CALL_ENTRY("wxsRenderer::DrawCheckBox");
+    // No tick: a checked box is sunken (edges swapped) with the "Selected" face.
+    const bool checked = flags & wxCONTROL_CHECKED;
+    wxColour border = wxsGetColor(color_WindowBGDarker);
+    wxColour face = wxsGetColor(checked ? color_Selected : color_ButtonFace);
+    wxColour upperLeft = wxsGetColor(checked ? color_3DDark : color_3DLight);
+    wxColour lowerRight = wxsGetColor(checked ? color_3DLight : color_3DDark);
+    wxColour (*shade)(const wxColour&) = nullptr;
+    if (flags & wxCONTROL_DISABLED)
+        shade = &Disabled; // disabled wins over focus and hover
+    else if (flags & (wxCONTROL_FOCUSED | wxCONTROL_CURRENT))
+        shade = &Hilight;
+    if (shade) {
+        border = shade(border);
+        face = shade(face);
+        upperLeft = shade(upperLeft);
+        lowerRight = shade(lowerRight);
+    }
+
+    _KeepPenAndBrush keep(dc);
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    auto edges = [&dc](const wxRect& r, const wxColour& c) {
+        _Fill(dc, wxRect(r.x, r.y, 1, r.height), c);
+        _Fill(dc, wxRect(r.x, r.y, r.width, 1), c);
+    };
+    wxRect r = rect;
+    _Fill(dc, r, border);
+    r.Deflate(1);
+    _Fill(dc, r, lowerRight);
+    edges(r, upperLeft);
+    r.Deflate(1);
+    _Fill(dc, r, _HalfAndHalf(lowerRight, face));
+    edges(r, _HalfAndHalf(upperLeft, face));
+    r.Deflate(1);
+    _Fill(dc, r, face);
+}
+
+void wxsRenderer::DrawChoice(wxWindow* win, wxDC& dc, const wxRect& rect, int flags) {
+    CALL_ENTRY("wxsRenderer::DrawChoice");
+    wxDelegateRendererNative::DrawChoice(win, dc, rect, flags);
+}
+
+void wxsRenderer::DrawRadioBitmap(wxWindow*, wxDC& dc, const wxRect& rect, int flags) {
+    CALL_ENTRY("wxsRenderer::DrawRadioBitmap");
+    // The discs want anti-aliasing. A dc with a graphics context has it already (every dc of
+    // the GTK 3 port); otherwise draw through one made from the window or memory dc.
+#if wxUSE_GRAPHICS_CONTEXT
+    if (!dc.GetGraphicsContext()) {
+        if (wxWindowDC* windowDC = wxDynamicCast(&dc, wxWindowDC)) {
+            wxGCDC gcdc(*windowDC);
+            _DrawRadio(gcdc, rect, flags);
+            return;
+        }
+        if (wxMemoryDC* memoryDC = wxDynamicCast(&dc, wxMemoryDC)) {
+            wxGCDC gcdc(*memoryDC);
+            _DrawRadio(gcdc, rect, flags);
+            return;
+        }
+    }
+#endif
+    _DrawRadio(dc, rect, flags);
+}
+
+wxSplitterRenderParams wxsRenderer::GetSplitterParams(const wxWindow*) {
+    CALL_ENTRY("wxsRenderer::GetSplitterParams");
+    return wxSplitterRenderParams(5, 0, true); // sash 5, no border, lit under the mouse
+}
+
+wxRendererVersion wxsRenderer::GetVersion() const {
+    CALL_ENTRY("wxsRenderer::GetVersion");
+    return wxRendererVersion(wxRendererVersion::Current_Version, wxRendererVersion::Current_Age);
+}
+
+// ---- wxsButton ----
+
+wxFont wxsButton::s_NormalFont;
+wxFont wxsButton::s_DefaultFont;
+
+namespace {
+wxTopLevelWindow* _TopLevelOf(wxWindow* window) {
+    return wxDynamicCast(wxGetTopLevelParent(window), wxTopLevelWindow);
+}
+} // namespace
+
+wxsButton::wxsButton(wxWindow* parent, wxWindowID id, const wxString& label, const wxPoint& pos,
+                     const wxSize& size, long style, const wxValidator& validator,
+                     const wxString& name) {
+    if (!(style & wxBORDER_MASK)) style |= wxBORDER_NONE;
+    SetBackgroundStyle(wxBG_STYLE_PAINT); // Paint covers everything
+    wxControl::Create(parent, id, pos, size, style, validator, name);
+    Manage(this);
+    SetDisabledForegroundSlot(color_TextGrey);
+    RefreshColors();
+    SetDisabledBackgroundSlot(color_WindowBGDarker);
+    RefreshColors();
+    wxControl::SetLabel(label);
+
+    if (!s_NormalFont.IsOk()) {
+        s_NormalFont = GetFont();
+        s_NormalFont.SetPointSize(s_NormalFont.GetPointSize() - 1);
+        s_DefaultFont = s_NormalFont.Bold();
+    }
+    SetNormal();
+
+    // Room for the label in the bold default font, so a button does not grow when it becomes
+    // the default.
+    int labelWidth = 0, labelHeight = 0;
+    {
+        wxMemoryDC dc;
+        dc.SetFont(s_DefaultFont);
+        dc.GetTextExtent(GetLabelText(), &labelWidth, &labelHeight);
+    }
+    const int charWidth = GetCharWidth(), charHeight = GetCharHeight();
+    wxSize minSize;
+    if (style & wxBU_EXACTFIT) {
+        minSize = wxSize(std::max(3 * charWidth / 2, labelWidth), labelHeight);
+    } else {
+        const wxSize def = wxButton::GetDefaultSize();
+        minSize = wxSize(def.x > labelWidth ? def.x : labelWidth, def.y);
+    }
+    minSize.x += charWidth;
+    minSize.y += charHeight / 8;
+    SetMinSize(minSize);
+    wxSize initial = size;
+    initial.SetDefaults(minSize);
+    initial.IncTo(minSize);
+    SetSize(initial);
+
+    Bind(wxEVT_SET_FOCUS, &wxsButton::Focus, this);
+    Bind(wxEVT_KILL_FOCUS, &wxsButton::Focus, this);
+    Bind(wxEVT_ENTER_WINDOW, &wxsButton::Mouse, this);
+    Bind(wxEVT_LEAVE_WINDOW, &wxsButton::Mouse, this);
+    Bind(wxEVT_LEFT_UP, &wxsButton::Click, this);
+    Bind(wxEVT_KEY_UP, &wxsButton::Key, this);
+    Bind(wxEVT_PAINT, &wxsButton::Paint, this);
+    Bind(wxEVT_MOVE, &wxsButton::Move, this);
+    Bind(wxEVT_SIZE, &wxsButton::Size, this);
+}
+
+void wxsButton::_ApplyLook(const wxFont& font, const String& fg, int fgOffset, const String& bg,
+                           int bgOffset) {
+    SetForegroundSlot(fg, fgOffset);
+    SetBackgroundSlot(bg, bgOffset);
+    SetFont(font);
+    if (m_Hovered) { // the shade sits on top of the new look
+        m_Hovered = false;
+        Hilight(true);
+    }
+    RefreshColors();
+    Refresh();
+}
+
+wxWindow* wxsButton::SetDefault() {
+    CALL_ENTRY("wxsButton::SetDefault");
+    wxWindowUpdateLocker freeze(this);
+    wxTopLevelWindow* top = _TopLevelOf(this);
+    if (!top) return nullptr;
+    wxWindow* previous = top->GetDefaultItem();
+    top->SetDefaultItem(this);
+    _ApplyLook(s_DefaultFont, color_3DDark, -20, color_Selected, +20);
+    return previous;
+}
+
+void wxsButton::SetNormal() {
+    CALL_ENTRY("wxsButton::SetNormal");
+    wxWindowUpdateLocker freeze(this);
+    _ApplyLook(s_NormalFont, color_ButtonText, 0, color_ButtonFace, 0);
+}
+
+bool wxsButton::IsDefault() const {
+    CALL_ENTRY("wxsButton::IsDefault");
+    wxTopLevelWindow* top = _TopLevelOf(const_cast<wxsButton*>(this));
+    return top && top->GetDefaultItem() == this;
+}
+
+void wxsButton::Hilight(bool on) {
+    CALL_ENTRY("wxsButton::Hilight");
+    if (m_Hovered == on) return; // a leave without an enter changes nothing
+    m_Hovered = on;
+    const int delta = on ? 25 : -25;
+    m_EnabledBgOffset += delta;
+    m_EnabledFgOffset += delta;
+    RefreshColors();
+    Refresh();
+}
+
+void wxsButton::EmulateClick() {
+    CALL_ENTRY("wxsButton::EmulateClick");
+    // Disabled while the handler runs, so that a second click cannot arrive meanwhile.
+    const bool wasEnabled = IsThisEnabled(), hadFocus = FindFocus() == this;
+    Enable(false);
+    wxWeakRef<wxsButton> self(this); // the handler may destroy the button
+    wxCommandEvent event(wxEVT_BUTTON, GetId());
+    event.SetEventObject(this);
+    GetEventHandler()->ProcessEvent(event);
+    if (!self) return;
+    Enable(wasEnabled);
+    RefreshColors();
+    // Disabling took the keyboard focus away (GTK drops it from an insensitive widget): give
+    // it back unless the handler put it somewhere else, so the keyboard user stays here.
+    wxWindow* focus = FindFocus();
+    if (hadFocus && wasEnabled && (!focus || focus == wxGetTopLevelParent(this))) SetFocus();
+}
+
+bool wxsButton::Enable(bool enable) {
+    CALL_ENTRY("wxsButton::Enable");
+    const bool changed = wxControl::Enable(enable);
+    RefreshColors();
+    Refresh();
+    return changed;
+}
+
+void wxsButton::SetLabel(const wxString& label) {
+    CALL_ENTRY("wxsButton::SetLabel");
+    wxControl::SetLabel(label);
+    Refresh();
+}
+
+wxRect wxsButton::GetLabelRect(const wxSize& clientSize) const {
+    CALL_ENTRY("wxsButton::GetLabelRect");
+    int w = 0, h = 0;
+    GetTextExtent(GetLabelText(), &w, &h);
+    return wxRect((clientSize.x - w) / 2, (clientSize.y - h) / 2, w, h);
+}
+
+void wxsButton::Draw(wxDC& dc) {
+    CALL_ENTRY("wxsButton::Draw");
+    const wxSize size = GetClientSize();
+    // The enabled background role even while disabled, deliberately: a disabled button keeps
+    // its face and shows the grey label.
+    const wxColour face = _RoleColour(m_EnabledBgSlot, m_EnabledBgOffset);
+    {
+        _KeepPenAndBrush keep(dc);
+        dc.SetPen(*wxTRANSPARENT_PEN);
+        _Fill(dc, wxRect(size), face);
+    }
+    dc.SetFont(GetFont());
+    dc.SetTextForeground(GetForegroundColour());
+    dc.DrawText(GetLabelText(), GetLabelRect(size).GetPosition());
+}
+
+void wxsButton::_LoseFocus() {
+    wxWindow* previous = m_PreviousDefault.get();
+    if (previous && previous != this) {
+        // The default goes back to where it was.
+        SetNormal();
+        if (wxsButton* button = dynamic_cast<wxsButton*>(previous)) button->SetDefault();
+    } else if (previous == this) {
+        Hilight(false);
+    }
+    m_PreviousDefault = nullptr;
+}
+
+void wxsButton::Focus(wxFocusEvent& event) {
+    CALL_ENTRY("wxsButton::Focus");
+    event.Skip();
+    if (HasFlag(wxBU_NOTEXT)) return;
+    const bool gained = event.GetEventType() == wxEVT_SET_FOCUS;
+    if (!gained) {
+        _LoseFocus();
+        return;
+    }
+    wxTopLevelWindow* top = _TopLevelOf(this);
+    if (!top || !top->GetDefaultItem()) {
+        // No default to borrow: the focus shows as the hover shade.
+        m_PreviousDefault = this;
+        Hilight(true);
+        return;
+    }
+    wxWindow* previous = SetDefault();
+    m_PreviousDefault = previous;
+    if (previous == this)
+        Hilight(true);
+    else if (wxsButton* button = dynamic_cast<wxsButton*>(previous))
+        button->SetNormal();
+}
+
+void wxsButton::Mouse(wxMouseEvent& event) {
+    CALL_ENTRY("wxsButton::Mouse");
+    event.Skip();
+    if (event.GetEventType() == wxEVT_ENTER_WINDOW)
+        Hilight(true);
+    else if (event.GetEventType() == wxEVT_LEAVE_WINDOW)
+        Hilight(false);
+}
+
+void wxsButton::Click(wxMouseEvent& event) {
+    CALL_ENTRY("wxsButton::Click");
+    event.Skip();
+    // A single click, released over the button.
+    if (event.GetClickCount() <= 1 && wxRect(GetClientSize()).Contains(event.GetPosition()))
+        EmulateClick();
+}
+
+void wxsButton::Key(wxKeyEvent& event) {
+    CALL_ENTRY("wxsButton::Key");
+    switch (event.GetKeyCode()) {
+    case WXK_SPACE:
+    case WXK_NUMPAD_ENTER:
+    case WXK_RETURN:
+        EmulateClick();
+        break;
+    default:
+        event.Skip();
+    }
+}
+
+void wxsButton::Paint(wxPaintEvent&) {
+    CALL_ENTRY("wxsButton::Paint");
+    wxAutoBufferedPaintDC dc(this);
+    Draw(dc);
+}
+
+void wxsButton::Move(wxMoveEvent& event) {
+    CALL_ENTRY("wxsButton::Move");
+    event.Skip();
+    Refresh();
+}
+
+void wxsButton::Size(wxSizeEvent& event) {
+    CALL_ENTRY("wxsButton::Size");
+    event.Skip();
+    Refresh(); // the label stays centred
+}
+
+// ---- wxsCheckBox ----
+
+wxsCheckBox::wxsCheckBox(wxWindow* parent, wxWindowID id, const wxString& label, const wxPoint& pos,
+                         const wxSize& size, long style, const wxValidator& validator,
+                         const wxString& name) {
+    SetBackgroundStyle(wxBG_STYLE_PAINT);
+    wxControl::Create(parent, id, pos, size, style, validator, name);
+    Manage(this);
+    wxControl::SetLabel(label);
+    SetInitialSize(size);
+
+    Bind(wxEVT_PAINT, &wxsCheckBox::Paint, this);
+    Bind(wxEVT_LEFT_UP, &wxsCheckBox::Click, this);
+    Bind(wxEVT_KEY_UP, &wxsCheckBox::Press, this);
+    Bind(wxEVT_ENTER_WINDOW, &wxsCheckBox::Hover, this);
+    Bind(wxEVT_LEAVE_WINDOW, &wxsCheckBox::Hover, this);
+    Bind(wxEVT_SET_FOCUS, &wxsCheckBox::Focus, this);
+    Bind(wxEVT_KILL_FOCUS, &wxsCheckBox::Focus, this);
+    Bind(wxEVT_SIZE, &wxsCheckBox::Size, this);
+}
+
+bool wxsCheckBox::GetValue() const {
+    CALL_ENTRY("wxsCheckBox::GetValue");
+    return m_Value;
+}
+
+void wxsCheckBox::SetValue(bool value) {
+    CALL_ENTRY("wxsCheckBox::SetValue");
+    if (m_Value == value) return;
+    m_Value = value;
+    Refresh();
+}
+
+bool wxsCheckBox::Enable(bool enable) {
+    CALL_ENTRY("wxsCheckBox::Enable");
+    const bool changed = wxCheckBoxBase::Enable(enable);
+    RefreshColors();
+    Refresh();
+    return changed;
+}
+
+void wxsCheckBox::SetLabel(const wxString& label) {
+    CALL_ENTRY("wxsCheckBox::SetLabel");
+    wxCheckBoxBase::SetLabel(label);
+    InvalidateBestSize();
+    Refresh();
+}
+
+wxsCheckBox::Geometry wxsCheckBox::GetGeometry(const wxSize& clientSize) const {
+    CALL_ENTRY("wxsCheckBox::GetGeometry");
+    const int w = clientSize.x, h = clientSize.y;
+    Geometry g;
+    g.box = wxRect(0, 0, h, h).Deflate(2);
+    g.label = wxRect(h + 2, 0, std::max(0, w - h - 6), h);
+    int textWidth = 0, textHeight = 0;
+    GetTextExtent(GetLabelText(), &textWidth, &textHeight);
+    g.focus = wxRect(g.label.x - 1, 0, std::min(textWidth, g.label.width) + 2, h);
+    return g;
+}
+
+int wxsCheckBox::GetRenderFlags() const {
+    CALL_ENTRY("wxsCheckBox::GetRenderFlags");
+    int flags = 0;
+    if (GetValue()) flags |= wxCONTROL_CHECKED;
+    if (!IsEnabled()) flags |= wxCONTROL_DISABLED;
+    if (HasFocus()) flags |= wxCONTROL_FOCUSED;
+    if (m_Hovered) flags |= wxCONTROL_CURRENT;
+    return flags;
+}
+
+void wxsCheckBox::Draw(wxDC& dc) {
+    CALL_ENTRY("wxsCheckBox::Draw");
+    const wxSize size = GetClientSize();
+    const Geometry g = GetGeometry(size);
+    {
+        _KeepPenAndBrush keep(dc);
+        dc.SetPen(*wxTRANSPARENT_PEN);
+        _Fill(dc, wxRect(size), GetBackgroundColour());
+    }
+    DrawButton(dc, g.box, GetRenderFlags());
+
+    wxColour text = wxsGetColor(m_Hovered ? color_TextOrange : color_Text);
+    if (!text.IsOk()) text = GetForegroundColour();
+    dc.SetFont(GetFont());
+    dc.SetTextForeground(text);
+    dc.SetTextBackground(GetBackgroundColour());
+    {
+        wxDCClipper clip(dc, g.label);
+        dc.DrawText(GetLabelText(), g.label.GetPosition());
+    }
+    const wxColour mark = wxsGetColor(color_3DLight);
+    if (HasFocus() && mark.IsOk()) {
+        _KeepPenAndBrush keep(dc);
+        wxPen pen(mark, 1, wxPENSTYLE_DOT);
+        pen.SetJoin(wxJOIN_MITER);
+        pen.SetCap(wxCAP_BUTT);
+        dc.SetPen(pen);
+        dc.SetBrush(*wxTRANSPARENT_BRUSH);
+        dc.DrawRectangle(g.focus);
+    }
+}
+
+wxEventType wxsCheckBox::ClickEventType() const {
+    CALL_ENTRY("wxsCheckBox::ClickEventType");
+    return wxEVT_CHECKBOX;
+}
+
+void wxsCheckBox::HandleClick() {
+    CALL_ENTRY("wxsCheckBox::HandleClick");
+    SetValue(!GetValue());
+}
+
+void wxsCheckBox::DrawButton(wxDC& dc, const wxRect& rect, int flags) {
+    CALL_ENTRY("wxsCheckBox::DrawButton");
+    wxRendererNative::Get().DrawCheckBox(this, dc, rect, flags);
+}
+
+void wxsCheckBox::_Clicked() {
+    HandleClick();
+    wxCommandEvent event(ClickEventType(), GetId());
+    event.SetEventObject(this);
+    event.SetInt(GetValue() ? 1 : 0);
+    GetEventHandler()->ProcessEvent(event);
+}
+
+void wxsCheckBox::Paint(wxPaintEvent&) {
+    CALL_ENTRY("wxsCheckBox::Paint");
+    wxAutoBufferedPaintDC dc(this);
+    Draw(dc);
+}
+
+void wxsCheckBox::Click(wxMouseEvent& event) {
+    CALL_ENTRY("wxsCheckBox::Click");
+    event.Skip();
+    if (event.GetClickCount() <= 1 && wxRect(GetClientSize()).Contains(event.GetPosition()))
+        _Clicked();
+}
+
+void wxsCheckBox::Press(wxKeyEvent& event) {
+    CALL_ENTRY("wxsCheckBox::Press");
+    if (event.GetKeyCode() == WXK_SPACE)
+        _Clicked();
+    else
+        event.Skip();
+}
+
+void wxsCheckBox::Hover(wxMouseEvent& event) {
+    CALL_ENTRY("wxsCheckBox::Hover");
+    event.Skip();
+    m_Hovered = event.GetEventType() == wxEVT_ENTER_WINDOW;
+    Refresh();
+}
+
+void wxsCheckBox::Focus(wxFocusEvent& event) {
+    CALL_ENTRY("wxsCheckBox::Focus");
+    event.Skip();
+    Refresh();
+}
+
+void wxsCheckBox::Size(wxSizeEvent& event) {
+    CALL_ENTRY("wxsCheckBox::Size");
+    event.Skip();
+    Refresh();
+}
+
+wxSize wxsCheckBox::DoGetBestClientSize() const {
+    int textWidth = 0, textHeight = 0;
+    GetTextExtent(GetLabelText(), &textWidth, &textHeight);
+    // The box is a square of the client height; the label area is the width less that
+    // square and 6 pixels, and the focus mark wants 2 more.
+    const int h = std::max(textHeight, GetCharHeight()) + FromDIP(2);
+    return wxSize(h + 6 + textWidth + 2, h);
+}
+
+void wxsCheckBox::DoSet3StateValue(wxCheckBoxState state) {
+    SetValue(state == wxCHK_CHECKED);
+}
+
+wxCheckBoxState wxsCheckBox::DoGet3StateValue() const {
+    return m_Value ? wxCHK_CHECKED : wxCHK_UNCHECKED;
+}
+
+// ---- wxsRadioButton ----
+
+wxsRadioButton::wxsRadioButton(wxWindow* parent, wxWindowID id, const wxString& label,
+                               const wxPoint& pos, const wxSize& size, long style,
+                               const wxValidator& validator, const wxString& name)
+    : wxsCheckBox(parent, id, label, pos, size, style, validator, name) {
+    // As in the toolkit: the first button of a group starts set.
+    if (!GetPreviousInGroup()) m_Value = true;
+    Bind(wxEVT_KEY_DOWN, &wxsRadioButton::Arrow, this);
+}
+
+void wxsRadioButton::SetValue(bool value) {
+    CALL_ENTRY("wxsRadioButton::SetValue");
+    if (value)
+        for (wxsRadioButton* other : GetGroup())
+            if (other != this) other->wxsCheckBox::SetValue(false);
+    wxsCheckBox::SetValue(value);
+}
+
+wxEventType wxsRadioButton::ClickEventType() const {
+    CALL_ENTRY("wxsRadioButton::ClickEventType");
+    return wxEVT_RADIOBUTTON;
+}
+
+void wxsRadioButton::HandleClick() {
+    CALL_ENTRY("wxsRadioButton::HandleClick");
+    SetValue(true); // never cleared by a click
+}
+
+void wxsRadioButton::DrawButton(wxDC& dc, const wxRect& rect, int flags) {
+    CALL_ENTRY("wxsRadioButton::DrawButton");
+    wxRendererNative::Get().DrawRadioBitmap(this, dc, rect, flags);
+}
+
+namespace {
+// The nearest radio button sibling before (step -1) or after (step +1), skipping other windows.
+wxsRadioButton* _SiblingRadio(const wxWindow* self, int step) {
+    const wxWindowList& siblings = self->GetParent()->GetChildren();
+    wxWindowList::compatibility_iterator node = siblings.Find(self);
+    if (!node) return nullptr;
+    for (node = step < 0 ? node->GetPrevious() : node->GetNext(); node;
+         node = step < 0 ? node->GetPrevious() : node->GetNext())
+        if (wxsRadioButton* radio = dynamic_cast<wxsRadioButton*>(node->GetData())) return radio;
+    return nullptr;
+}
+} // namespace
+
+wxsRadioButton* wxsRadioButton::GetPreviousInGroup() const {
+    CALL_ENTRY("wxsRadioButton::GetPreviousInGroup");
+    if (HasFlag(wxRB_GROUP) || HasFlag(wxRB_SINGLE) || !GetParent()) return nullptr;
+    wxsRadioButton* previous = _SiblingRadio(this, -1);
+    return previous && !previous->HasFlag(wxRB_SINGLE) ? previous : nullptr;
+}
+
+wxsRadioButton* wxsRadioButton::GetNextInGroup() const {
+    CALL_ENTRY("wxsRadioButton::GetNextInGroup");
+    if (HasFlag(wxRB_SINGLE) || !GetParent()) return nullptr;
+    wxsRadioButton* next = _SiblingRadio(this, +1);
+    return next && !next->HasFlag(wxRB_GROUP) && !next->HasFlag(wxRB_SINGLE) ? next : nullptr;
+}
+
+std::vector<wxsRadioButton*> wxsRadioButton::GetGroup() const {
+    CALL_ENTRY("wxsRadioButton::GetGroup");
+    wxsRadioButton* first = const_cast<wxsRadioButton*>(this);
+    while (wxsRadioButton* previous = first->GetPreviousInGroup())
+        first = previous;
+    std::vector<wxsRadioButton*> group;
+    for (wxsRadioButton* b = first; b; b = b->GetNextInGroup())
+        group.push_back(b);
+    return group;
+}
+
+void wxsRadioButton::Arrow(wxKeyEvent& event) {
+    CALL_ENTRY("wxsRadioButton::Arrow");
+    // The arrow keys select the neighbour in the group and move the focus there, skipping
+    // disabled buttons.
+    int step = 0;
+    switch (event.GetKeyCode()) {
+    case WXK_LEFT:
+    case WXK_UP:
+        step = -1;
+        break;
+    case WXK_RIGHT:
+    case WXK_DOWN:
+        step = +1;
+        break;
+    default:
+        event.Skip();
+        return;
+    }
+    wxsRadioButton* target = this;
+    do
+        target = step < 0 ? target->GetPreviousInGroup() : target->GetNextInGroup();
+    while (target && !target->IsEnabled());
+    if (!target) return;
+    target->SetFocus();
+    target->_Clicked();
+}
+
+// ---- wrappers ----
+
+wxsStaticText::wxsStaticText(wxWindow* parent, wxWindowID id, const wxString& label,
+                             const wxPoint& pos, const wxSize& size, long style,
+                             const wxString& name)
+    : wxStaticText(parent, id, label, pos, size, style, name) {
+    Manage(this);
+}
+
+wxsPanel::wxsPanel(wxWindow* parent, wxWindowID id, const wxPoint& pos, const wxSize& size,
+                   long style, const wxString& name)
+    : wxPanel(parent, id, pos, size, style, name) {
+    Manage(this);
+}
+
+wxsBitmapButton::wxsBitmapButton(wxWindow* parent, wxWindowID id, const wxBitmap& bitmap,
+                                 const wxPoint& pos, const wxSize& size, long style,
+                                 const wxValidator& validator, const wxString& name)
+    : wxBitmapButton(parent, id, bitmap, pos, size, style, validator, name) {
+    Manage(this);
+}
+
+// The shared button fonts are released with the toolkit, not at library unload, when it is
+// too late for font objects.
+class _ButtonFontsModule : public wxModule {
+public:
+    bool OnInit() override { return true; }
+    void OnExit() override {
+        wxsButton::s_NormalFont = wxNullFont;
+        wxsButton::s_DefaultFont = wxNullFont;
+    }
+
+private:
+    wxDECLARE_DYNAMIC_CLASS(_ButtonFontsModule);
+};
+wxIMPLEMENT_DYNAMIC_CLASS(_ButtonFontsModule, wxModule);

@@ -1,0 +1,349 @@
+// The colour palette, the five colour schemes and "Colors.ini", colour management of windows,
+// the palette renderer and the themed buttons and toggles.
+//
+// Sections: palette; colour schemes; wxsColorManaged; drawing helpers; wxsRenderer; wxsButton;
+// wxsCheckBox and wxsRadioButton; thin themed wrappers.
+//
+// Everything here is for the GUI thread only. Windows store slot names, never colour values, and
+// read the palette when they paint or when a system-colour-changed event reaches them.
+#pragma once
+
+#include <ostrum/String.h>
+
+#include <wx/bmpbuttn.h>
+#include <wx/button.h>
+#include <wx/checkbox.h>
+#include <wx/control.h>
+#include <wx/panel.h>
+#include <wx/radiobut.h>
+#include <wx/renderer.h>
+#include <wx/stattext.h>
+#include <wx/weakref.h>
+
+#include <vector>
+
+class IniFile;
+
+// ---- palette ----
+
+// The 27 slot names. Client code uses these, never literal text. (The grey text constant is
+// spelled "Grey" but holds the slot name "TextGray", which is also its key in "Colors.ini".)
+extern const String color_WindowBG;
+extern const String color_WindowBGLighter;
+extern const String color_WindowBGDarker;
+extern const String color_Text;
+extern const String color_TextRed;
+extern const String color_TextOrange;
+extern const String color_TextYellow;
+extern const String color_TextGreen;
+extern const String color_TextCyan;
+extern const String color_TextBlue;
+extern const String color_TextIndigo;
+extern const String color_TextViolet;
+extern const String color_TextDarkRed;
+extern const String color_TextDarkOrange;
+extern const String color_TextDarkYellow;
+extern const String color_TextDarkGreen;
+extern const String color_TextDarkCyan;
+extern const String color_TextDarkBlue;
+extern const String color_TextDarkIndigo;
+extern const String color_TextDarkViolet;
+extern const String color_TextGrey;
+extern const String color_3DLight;
+extern const String color_3DDark;
+extern const String color_ButtonFace;
+extern const String color_ButtonText;
+extern const String color_Selected;
+extern const String color_Header;
+
+// The colour stored under the slot name. An unknown name is added with an unset (invalid)
+// colour, which is returned: callers test IsOk() where an unset slot matters.
+wxColour wxsGetColor(const String& name);
+// Stores the colour under the name (any name, any colour, invalid ones included).
+void wxsSetColor(const String& name, const wxColour& colour);
+
+// Colour arithmetic. Each returns a fresh opaque colour; an unset (invalid) colour stays unset.
+// Adds signed deltas per channel, each result clamped to 0..255.
+wxColour OffsetColor(const wxColour& colour, int red, int green, int blue);
+// Adds the second colour's channels to the first's, each capped at 255.
+wxColour OffsetColor(const wxColour& colour, const wxColour& delta);
+// The shade of a disabled control: 70% of the colour and 30% of the stock light grey.
+wxColour Disabled(const wxColour& colour);
+// The hover shade: 25 lighter per channel, capped at 255.
+wxColour Hilight(const wxColour& colour);
+
+// Store one fixed scheme's 27 colours into the palette; other slots are left alone.
+void Light();
+void Lighter();
+void Dark();
+void Darker();
+
+// ---- colour schemes ----
+
+// The scheme in force: 1 Light, 2 Lighter, 3 Dark, 4 Darker, 5 Custom; any other number shows
+// Dark but is kept (and saved) as it is. -1 until the first LoadColorScheme. Library-internal:
+// the frame base sets it when the user picks a scheme.
+extern int g_Scheme;
+
+// Applies a scheme number to the palette (Dark for unknown numbers). Leaves g_Scheme alone.
+void SetColors(int scheme);
+// The Dark colours, then every colour key of "Colors.ini" over them.
+void CustomColors();
+// Reads one colour key of the file's unnamed section into the palette; an empty or missing
+// value leaves the slot alone, a value that is no colour stores an unset colour.
+void GetCustom(IniFile& file, const String& slot);
+// Reads "scheme" from "Colors.ini" into g_Scheme (0 when there was never one) and applies it.
+void LoadColorScheme();
+// Writes g_Scheme as "scheme" into "Colors.ini", keeping every other key of the file.
+void SaveColorScheme();
+// None of the four scheme functions throws: a missing user folder or a bad file leaves the
+// palette filled (at worst with Dark) and the choice valid for this run only.
+
+// ---- wxsColorManaged ----
+
+// Carried by every themed window (as a second base): the palette slots of its foreground and
+// background, enabled and disabled, each with an offset added to every channel. Re-reads them
+// when a system-colour-changed event reaches the window. Not copyable: the window's event
+// binding points at this object.
+class wxsColorManaged {
+public:
+    wxsColorManaged();
+    explicit wxsColorManaged(wxWindow* window);
+    ~wxsColorManaged();
+    wxsColorManaged(const wxsColorManaged&) = delete;
+    wxsColorManaged& operator=(const wxsColorManaged&) = delete;
+
+    // Binds the window and applies its colours. The roles come from the parent when the
+    // parent is managed too (a dialog base carries one), otherwise the defaults: "Text" on
+    // "WindowBG", disabled "TextGray" on "WindowBGLighter" + 50.
+    void Manage(wxWindow* window);
+    // Re-reads the palette and sets the window's foreground and background colours.
+    void RefreshColors() const;
+    // The bound system-colour-changed handler (skips the event so it reaches the children).
+    void wxsHandleSysColorChanged(wxSysColourChangedEvent& event);
+
+    // Roles. Setting one does not recolour: call RefreshColors() after.
+    void SetForegroundSlot(const String& slot, int offset = 0);
+    void SetBackgroundSlot(const String& slot, int offset = 0);
+    void SetDisabledForegroundSlot(const String& slot, int offset = 0);
+    void SetDisabledBackgroundSlot(const String& slot, int offset = 0);
+    const String& GetForegroundSlot() const { return m_EnabledFgSlot; }
+    const String& GetBackgroundSlot() const { return m_EnabledBgSlot; }
+    const String& GetDisabledForegroundSlot() const { return m_DisabledFgSlot; }
+    const String& GetDisabledBackgroundSlot() const { return m_DisabledBgSlot; }
+    int GetForegroundOffset() const { return m_EnabledFgOffset; }
+    int GetBackgroundOffset() const { return m_EnabledBgOffset; }
+    int GetDisabledForegroundOffset() const { return m_DisabledFgOffset; }
+    int GetDisabledBackgroundOffset() const { return m_DisabledBgOffset; }
+    wxWindow* GetManagedWindow() const { return m_Window; }
+
+protected:
+    String m_EnabledFgSlot;
+    String m_EnabledBgSlot;
+    String m_DisabledFgSlot;
+    String m_DisabledBgSlot;
+    int m_EnabledFgOffset = 0;
+    int m_EnabledBgOffset = 0;
+    int m_DisabledFgOffset = 0;
+    int m_DisabledBgOffset = 0;
+    wxWindow* m_Window = nullptr;
+};
+
+// ---- drawing helpers ----
+
+// Fills rect with a shading from `second` at the graded edge(s) towards `first`: one row
+// shorter per step at the bottom (gradeBottom), the top (gradeTop) or both, h / 2 steps, the
+// colour curve shaped by `power` (1 linear; larger keeps the edge band narrow). With neither
+// flag the rectangle is filled flat in `first`.
+void DrawGradedRectangle(wxDC& dc, const wxRect& rect, const wxColour& first,
+                         const wxColour& second, float power, bool gradeBottom, bool gradeTop);
+// A filled pie inscribed in rect with the current brush and pen, angles in degrees
+// counter-clockwise from three o'clock; 0 to 360 is a whole disc.
+void DrawCircle(wxDC& dc, const wxRect& rect, double startAngle, double endAngle);
+
+// ---- wxsRenderer ----
+
+// The application's renderer: check boxes, radio buttons, combo drop buttons and splitter
+// sashes in palette colours; everything else goes to the delegate unchanged. Holds no state
+// and reads the palette on every call.
+//
+// Created by the application traits: `return new wxsRenderer(wxRendererNative::GetGeneric());`
+// (the generic renderer, so themed drawing looks alike on every platform); wx owns it then.
+class wxsRenderer : public wxDelegateRendererNative {
+public:
+    explicit wxsRenderer(wxRendererNative& delegate = wxRendererNative::GetGeneric());
+
+    void DrawSplitterBorder(wxWindow* win, wxDC& dc, const wxRect& rect, int flags = 0) override;
+    void DrawSplitterSash(wxWindow* win, wxDC& dc, const wxSize& size, wxCoord position,
+                          wxOrientation orient, int flags = 0) override;
+    void DrawComboBoxDropButton(wxWindow* win, wxDC& dc, const wxRect& rect,
+                                int flags = 0) override;
+    void DrawDropArrow(wxWindow* win, wxDC& dc, const wxRect& rect, int flags = 0) override;
+    void DrawCheckBox(wxWindow* win, wxDC& dc, const wxRect& rect, int flags = 0) override;
+    void DrawChoice(wxWindow* win, wxDC& dc, const wxRect& rect, int flags = 0) override;
+    void DrawRadioBitmap(wxWindow* win, wxDC& dc, const wxRect& rect, int flags = 0) override;
+    wxSplitterRenderParams GetSplitterParams(const wxWindow* win) override;
+    wxRendererVersion GetVersion() const override;
+};
+
+// ---- wxsButton ----
+
+// A push button painted in palette colours. Normal, default (the top-level window's default
+// item) or, while it has the focus, temporarily default; hovering lightens whichever look is
+// current. Space, Return and keypad Enter click it.
+class wxsButton : public wxControl, public wxsColorManaged {
+public:
+    wxsButton(wxWindow* parent, wxWindowID id, const wxString& label = wxEmptyString,
+              const wxPoint& pos = wxDefaultPosition, const wxSize& size = wxDefaultSize,
+              long style = 0, const wxValidator& validator = wxDefaultValidator,
+              const wxString& name = wxASCII_STR(wxButtonNameStr));
+
+    // Makes this the top-level window's default item with the default look; returns the
+    // window that was default before (none without a top-level parent or default item).
+    wxWindow* SetDefault();
+    // The normal look (the default item of the top-level window is not changed).
+    void SetNormal();
+    bool IsDefault() const;
+    // Applies or removes the hover shade (+25 on both enabled offsets); idempotent.
+    void Hilight(bool on);
+    bool IsHilighted() const { return m_Hovered; }
+    // Sends the button event as if clicked (disabled meanwhile, so no second click arrives).
+    void EmulateClick();
+
+    bool Enable(bool enable = true) override;
+    void SetLabel(const wxString& label) override;
+
+    // Paints the whole button into dc: the paint handler's body.
+    void Draw(wxDC& dc);
+    // Where the label goes inside a client area of the given size (paint and tests share it).
+    wxRect GetLabelRect(const wxSize& clientSize) const;
+
+    // Event handlers.
+    void Focus(wxFocusEvent& event);
+    void Mouse(wxMouseEvent& event);
+    void Click(wxMouseEvent& event);
+    void Key(wxKeyEvent& event);
+    void Paint(wxPaintEvent& event);
+    void Move(wxMoveEvent& event);
+    void Size(wxSizeEvent& event);
+
+    // The fonts shared by all buttons (valid after the first button is made).
+    static const wxFont& GetNormalFont() { return s_NormalFont; }
+    static const wxFont& GetDefaultFont() { return s_DefaultFont; }
+
+private:
+    friend class _ButtonFontsModule;
+    void _LoseFocus();
+    void _ApplyLook(const wxFont& font, const String& fg, int fgOffset, const String& bg,
+                    int bgOffset);
+
+    wxWeakRef<wxWindow> m_PreviousDefault; // weak: that window may go away meanwhile
+    bool m_Hovered = false;
+
+    static wxFont s_NormalFont;
+    static wxFont s_DefaultFont;
+};
+
+// ---- wxsCheckBox and wxsRadioButton ----
+
+// A check box painted by the application renderer (a bevelled box, sunken and "Selected" when
+// checked) with the label at its right. A click or the space key toggles it and sends
+// wxEVT_CHECKBOX.
+class wxsCheckBox : public wxCheckBoxBase, public wxsColorManaged {
+public:
+    wxsCheckBox(wxWindow* parent, wxWindowID id, const wxString& label = wxEmptyString,
+                const wxPoint& pos = wxDefaultPosition, const wxSize& size = wxDefaultSize,
+                long style = 0, const wxValidator& validator = wxDefaultValidator,
+                const wxString& name = wxASCII_STR(wxCheckBoxNameStr));
+
+    bool GetValue() const override;
+    // Repaints when the value changes; sends no event (like the toolkit's).
+    void SetValue(bool value) override;
+    bool Enable(bool enable = true) override;
+    void SetLabel(const wxString& label) override;
+    bool HasTransparentBackground() override { return false; }
+    bool IsHovered() const { return m_Hovered; }
+
+    // Where the parts go in a client area of the given size; paint and hit-testing share it.
+    struct Geometry {
+        wxRect box;   // the square handed to DrawButton
+        wxRect label; // the label's area
+        wxRect focus; // the dotted focus mark around the label text
+    };
+    Geometry GetGeometry(const wxSize& clientSize) const;
+    // The renderer flags of the current state.
+    int GetRenderFlags() const;
+    // Paints the whole control into dc: the paint handler's body.
+    void Draw(wxDC& dc);
+
+    virtual wxEventType ClickEventType() const;
+    // Changes the value as a click does (toggles it).
+    virtual void HandleClick();
+    virtual void DrawButton(wxDC& dc, const wxRect& rect, int flags);
+
+    // Event handlers.
+    void Paint(wxPaintEvent& event);
+    void Click(wxMouseEvent& event);
+    void Press(wxKeyEvent& event);
+    void Hover(wxMouseEvent& event);
+    void Focus(wxFocusEvent& event);
+    void Size(wxSizeEvent& event);
+
+protected:
+    wxSize DoGetBestClientSize() const override;
+    void DoSet3StateValue(wxCheckBoxState state) override;
+    wxCheckBoxState DoGet3StateValue() const override;
+    // A click's whole effect: HandleClick, then the click event with the new value.
+    void _Clicked();
+
+    bool m_Value = false;
+    bool m_Hovered = false;
+};
+
+// A radio button: a click sets it (never clears it) and still sends wxEVT_RADIOBUTTON when it
+// was set already. Setting one clears the others of its group: the radio button siblings from
+// the one with wxRB_GROUP up to the next one with wxRB_GROUP (wxRB_SINGLE stands alone). The
+// arrow keys move the selection within the group.
+class wxsRadioButton : public wxsCheckBox {
+public:
+    wxsRadioButton(wxWindow* parent, wxWindowID id, const wxString& label = wxEmptyString,
+                   const wxPoint& pos = wxDefaultPosition, const wxSize& size = wxDefaultSize,
+                   long style = 0, const wxValidator& validator = wxDefaultValidator,
+                   const wxString& name = wxASCII_STR(wxRadioButtonNameStr));
+
+    void SetValue(bool value) override;
+    wxEventType ClickEventType() const override;
+    void HandleClick() override;
+    void DrawButton(wxDC& dc, const wxRect& rect, int flags) override;
+
+    // The group this button belongs to, in sibling order.
+    std::vector<wxsRadioButton*> GetGroup() const;
+    wxsRadioButton* GetPreviousInGroup() const;
+    wxsRadioButton* GetNextInGroup() const;
+
+    void Arrow(wxKeyEvent& event);
+};
+
+// ---- thin themed wrappers ----
+
+class wxsStaticText : public wxStaticText, public wxsColorManaged {
+public:
+    wxsStaticText(wxWindow* parent, wxWindowID id, const wxString& label,
+                  const wxPoint& pos = wxDefaultPosition, const wxSize& size = wxDefaultSize,
+                  long style = 0, const wxString& name = wxASCII_STR(wxStaticTextNameStr));
+};
+
+class wxsPanel : public wxPanel, public wxsColorManaged {
+public:
+    wxsPanel(wxWindow* parent, wxWindowID id = wxID_ANY, const wxPoint& pos = wxDefaultPosition,
+             const wxSize& size = wxDefaultSize, long style = wxTAB_TRAVERSAL | wxNO_BORDER,
+             const wxString& name = wxASCII_STR(wxPanelNameStr));
+};
+
+class wxsBitmapButton : public wxBitmapButton, public wxsColorManaged {
+public:
+    wxsBitmapButton(wxWindow* parent, wxWindowID id, const wxBitmap& bitmap,
+                    const wxPoint& pos = wxDefaultPosition, const wxSize& size = wxDefaultSize,
+                    long style = 0, const wxValidator& validator = wxDefaultValidator,
+                    const wxString& name = wxASCII_STR(wxButtonNameStr));
+};
