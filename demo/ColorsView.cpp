@@ -1,0 +1,306 @@
+// The demo's colours page. Everything on it reads the palette when it paints or when the
+// colour-change event reaches it, so a scheme picked here recolours the page at once.
+#include "ColorsView.h"
+
+#include <wxTaviro/wxTaviroColors.h>
+
+#include <wx/dcbuffer.h>
+#include <wx/sizer.h>
+#include <wx/splitter.h>
+#include <wx/wx.h>
+
+#include <iterator>
+#include <vector>
+
+namespace {
+
+const char* const k_SchemeNames[] = {"Light", "Lighter", "Dark", "Darker", "Custom"};
+
+const String* const k_Slots[] = {
+    &color_WindowBG,     &color_WindowBGLighter, &color_WindowBGDarker, &color_Text,
+    &color_TextRed,      &color_TextOrange,      &color_TextYellow,     &color_TextGreen,
+    &color_TextCyan,     &color_TextBlue,        &color_TextIndigo,     &color_TextViolet,
+    &color_TextDarkRed,  &color_TextDarkOrange,  &color_TextDarkYellow, &color_TextDarkGreen,
+    &color_TextDarkCyan, &color_TextDarkBlue,    &color_TextDarkIndigo, &color_TextDarkViolet,
+    &color_TextGrey,     &color_3DLight,         &color_3DDark,         &color_ButtonFace,
+    &color_ButtonText,   &color_Selected,        &color_Header,
+};
+const int k_SlotCount = int(std::size(k_Slots));
+
+wxString ToWx(const String& s) {
+    return wxString::FromUTF8(s.c_str());
+}
+
+// The 27 palette slots as swatches with their names; the tooltip tells the values.
+class _PaletteSwatches : public wxWindow, public wxsColorManaged {
+public:
+    explicit _PaletteSwatches(wxWindow* parent) : wxWindow(parent, wxID_ANY) {
+        SetBackgroundStyle(wxBG_STYLE_PAINT);
+        Manage(this);
+        Bind(wxEVT_PAINT, &_PaletteSwatches::OnPaint, this);
+        Bind(wxEVT_MOTION, &_PaletteSwatches::OnMotion, this);
+        Bind(wxEVT_SIZE, [this](wxSizeEvent& e) {
+            Refresh();
+            e.Skip();
+        });
+    }
+
+    // The one geometry: cell i of the grid in a client area of the given width.
+    wxRect CellRect(int i, int clientWidth) const {
+        const int columns = Columns(clientWidth);
+        const wxSize cell = CellSize();
+        return wxRect((i % columns) * cell.x, (i / columns) * cell.y, cell.x, cell.y);
+    }
+    int HitTest(const wxPoint& p) const {
+        for (int i = 0; i < k_SlotCount; ++i)
+            if (CellRect(i, GetClientSize().x).Contains(p)) return i;
+        return -1;
+    }
+
+protected:
+    wxSize DoGetBestClientSize() const override {
+        const wxSize cell = CellSize();
+        return wxSize(cell.x * 3, cell.y * ((k_SlotCount + 2) / 3));
+    }
+
+private:
+    wxSize CellSize() const { return FromDIP(wxSize(190, 22)); }
+    int Columns(int clientWidth) const { return std::max(1, clientWidth / CellSize().x); }
+
+    void OnPaint(wxPaintEvent&) {
+        wxAutoBufferedPaintDC dc(this);
+        dc.SetBackground(wxBrush(GetBackgroundColour()));
+        dc.Clear();
+        dc.SetFont(GetFont());
+        dc.SetTextForeground(GetForegroundColour());
+        const int pad = FromDIP(3);
+        for (int i = 0; i < k_SlotCount; ++i) {
+            const wxRect cell = CellRect(i, GetClientSize().x);
+            const wxRect swatch(cell.x + pad, cell.y + pad, cell.height * 2, cell.height - 2 * pad);
+            const wxColour c = wxsGetColor(*k_Slots[i]);
+            dc.SetPen(wxPen(GetForegroundColour()));
+            dc.SetBrush(c.IsOk() ? wxBrush(c) : *wxTRANSPARENT_BRUSH);
+            dc.DrawRectangle(swatch);
+            const wxString name = ToWx(*k_Slots[i]);
+            const int textY = cell.y + (cell.height - dc.GetTextExtent(name).y) / 2;
+            dc.DrawText(name, swatch.GetRight() + 2 * pad, textY);
+        }
+    }
+
+    void OnMotion(wxMouseEvent& e) {
+        e.Skip();
+        const int i = HitTest(e.GetPosition());
+        if (i == m_Tip) return;
+        m_Tip = i;
+        if (i < 0) {
+            UnsetToolTip();
+            return;
+        }
+        const wxColour c = wxsGetColor(*k_Slots[i]);
+        SetToolTip(c.IsOk() ? wxString::Format("%s: %d, %d, %d", ToWx(*k_Slots[i]), c.Red(),
+                                               c.Green(), c.Blue())
+                            : ToWx(*k_Slots[i]) + ": unset");
+    }
+
+    int m_Tip = -1;
+};
+
+// What the renderer and the gradient draw for other controls: check boxes and radio buttons
+// in each state, a combo drop button, and graded bands as headers and tabs use them.
+class _RendererSamples : public wxWindow, public wxsColorManaged {
+public:
+    explicit _RendererSamples(wxWindow* parent) : wxWindow(parent, wxID_ANY) {
+        SetBackgroundStyle(wxBG_STYLE_PAINT);
+        Manage(this);
+        Bind(wxEVT_PAINT, &_RendererSamples::OnPaint, this);
+    }
+
+protected:
+    wxSize DoGetBestClientSize() const override { return FromDIP(wxSize(720, 112)); }
+
+private:
+    void OnPaint(wxPaintEvent&) {
+        wxAutoBufferedPaintDC dc(this);
+        dc.SetBackground(wxBrush(GetBackgroundColour()));
+        dc.Clear();
+        dc.SetFont(GetFont());
+        dc.SetTextForeground(GetForegroundColour());
+        wxRendererNative& renderer = wxRendererNative::Get();
+        const struct {
+            const char* label;
+            int flags;
+        } states[] = {{"normal", 0},
+                      {"checked", wxCONTROL_CHECKED},
+                      {"hovered", wxCONTROL_CURRENT},
+                      {"focused", wxCONTROL_FOCUSED},
+                      {"disabled", wxCONTROL_DISABLED},
+                      {"disabled, checked", wxCONTROL_DISABLED | wxCONTROL_CHECKED}};
+        const int box = FromDIP(13), step = FromDIP(112), gap = FromDIP(6);
+        int x = gap;
+        for (const auto& s : states) {
+            renderer.DrawCheckBox(this, dc, wxRect(x, gap, box, box), s.flags);
+            renderer.DrawRadioBitmap(this, dc, wxRect(x + box + gap, gap, box, box), s.flags);
+            dc.DrawText(s.label, x, gap + box + gap / 2);
+            x += step;
+        }
+        // A drop button, and bands graded as the list header and the tabs are.
+        const int row = FromDIP(52), h = FromDIP(24), w = FromDIP(140);
+        const int columns[] = {gap, FromDIP(110), FromDIP(270), FromDIP(430)};
+        renderer.DrawComboBoxDropButton(this, dc, wxRect(columns[0], row, FromDIP(40), h), 0);
+        const wxColour header = wxsGetColor(color_Header), selected = wxsGetColor(color_Selected);
+        DrawGradedRectangle(dc, wxRect(columns[1], row, w, h), header,
+                            OffsetColor(header, 30, 30, 30), 1.7f, true, true);
+        DrawGradedRectangle(dc, wxRect(columns[2], row, w, h), selected,
+                            selected.ChangeLightness(60), 2.75f, true, false);
+        DrawGradedRectangle(dc, wxRect(columns[3], row, w, h), wxsGetColor(color_WindowBG),
+                            wxsGetColor(color_WindowBGLighter), 1.4f, false, true);
+        const char* labels[] = {"drop button", "header", "active tab", "tab strip"};
+        for (int i = 0; i < 4; ++i)
+            dc.DrawText(labels[i], columns[i], row + h + gap / 2);
+    }
+};
+
+// The page itself.
+class _ColorsView : public wxsPanel {
+public:
+    explicit _ColorsView(wxWindow* parent) : wxsPanel(parent, wxID_ANY) {
+        auto* page = new wxBoxSizer(wxVERTICAL);
+        const int border = FromDIP(8);
+
+        page->Add(Heading("Colour scheme"), 0, wxLEFT | wxRIGHT | wxTOP, border);
+        auto* schemes = new wxBoxSizer(wxHORIZONTAL);
+        const int current = g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme : 3; // others show Dark
+        for (int i = 0; i < 5; ++i) {
+            auto* radio = new wxsRadioButton(this, wxID_ANY, k_SchemeNames[i], wxDefaultPosition,
+                                             wxDefaultSize, i == 0 ? wxRB_GROUP : 0);
+            radio->SetValue(i + 1 == current);
+            radio->Bind(wxEVT_RADIOBUTTON, [this, i](wxCommandEvent&) {
+                ApplyColorScheme(wxGetTopLevelParent(this), i + 1);
+            });
+            schemes->Add(radio, 0, wxRIGHT, border * 2);
+            m_Schemes.push_back(radio);
+        }
+        // A scheme applied elsewhere (a menu, another program) shows here too.
+        Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& e) {
+            e.Skip();
+            const int scheme = g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme : 3;
+            m_Schemes[scheme - 1]->SetValue(true);
+        });
+        page->Add(schemes, 0, wxALL, border);
+
+        page->Add(Heading("Buttons"), 0, wxLEFT | wxRIGHT, border);
+        auto* buttons = new wxBoxSizer(wxHORIZONTAL);
+        auto* normal = new wxsButton(this, wxID_ANY, "Normal");
+        auto* def = new wxsButton(this, wxID_ANY, "Default");
+        auto* disabled = new wxsButton(this, wxID_ANY, "Disabled");
+        auto* fit = new wxsButton(this, wxID_ANY, "Exact fit", wxDefaultPosition, wxDefaultSize,
+                                  wxBU_EXACTFIT);
+        disabled->Enable(false);
+        for (wxsButton* b : {normal, def, disabled, fit})
+            buttons->Add(b, 0, wxRIGHT | wxALIGN_CENTER_VERTICAL, border);
+        m_Clicked =
+            new wxsStaticText(this, wxID_ANY, "Click a button, or tab to one and press Space");
+        m_Clicked->SetForegroundSlot(color_TextGrey);
+        m_Clicked->RefreshColors();
+        buttons->Add(m_Clicked, 0, wxLEFT | wxALIGN_CENTER_VERTICAL, border);
+        page->Add(buttons, 0, wxALL, border);
+        Bind(wxEVT_BUTTON, [this](wxCommandEvent& e) {
+            auto* b = dynamic_cast<wxsButton*>(e.GetEventObject());
+            m_Clicked->SetLabel(wxString::Format("Clicked \"%s\"", b ? b->GetLabel() : ""));
+        });
+
+        page->Add(Heading("Check boxes"), 0, wxLEFT | wxRIGHT, border);
+        auto* checks = new wxBoxSizer(wxHORIZONTAL);
+        const struct {
+            const char* label;
+            bool value, enabled;
+        } checkCases[] = {{"Unchecked", false, true},
+                          {"Checked", true, true},
+                          {"Disabled", false, false},
+                          {"Disabled, checked", true, false}};
+        for (const auto& c : checkCases) {
+            auto* check = new wxsCheckBox(this, wxID_ANY, c.label);
+            check->SetValue(c.value);
+            check->Enable(c.enabled);
+            checks->Add(check, 0, wxRIGHT, border * 2);
+        }
+        page->Add(checks, 0, wxALL, border);
+
+        page->Add(Heading("Radio buttons"), 0, wxLEFT | wxRIGHT, border);
+        auto* radios = new wxBoxSizer(wxHORIZONTAL);
+        const char* priorities[] = {"Low", "Normal", "High", "Urgent (disabled)"};
+        for (int i = 0; i < 4; ++i) {
+            auto* radio = new wxsRadioButton(this, wxID_ANY, priorities[i], wxDefaultPosition,
+                                             wxDefaultSize, i == 0 ? wxRB_GROUP : 0);
+            if (i == 1) radio->SetValue(true);
+            if (i == 3) radio->Enable(false);
+            radios->Add(radio, 0, wxRIGHT, border * 2);
+        }
+        page->Add(radios, 0, wxALL, border);
+
+        page->Add(Heading("Renderer and gradients"), 0, wxLEFT | wxRIGHT, border);
+        page->Add(new _RendererSamples(this), 0, wxALL, border);
+
+        page->Add(Heading("Splitter"), 0, wxLEFT | wxRIGHT, border);
+        auto* splitter = new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition,
+                                              FromDIP(wxSize(680, 50)), wxSP_LIVE_UPDATE);
+        auto* left = new wxsPanel(splitter);
+        auto* right = new wxsPanel(splitter);
+        left->SetBackgroundSlot(color_WindowBGLighter);
+        left->RefreshColors();
+        right->SetBackgroundSlot(color_WindowBGDarker);
+        right->RefreshColors();
+        new wxsStaticText(left, wxID_ANY, " Drag the sash", wxPoint(FromDIP(4), FromDIP(4)));
+        splitter->SplitVertically(left, right, FromDIP(200));
+        page->Add(splitter, 0, wxALL, border);
+
+        page->Add(Heading("Palette"), 0, wxLEFT | wxRIGHT, border);
+        page->Add(new _PaletteSwatches(this), 0, wxALL | wxEXPAND, border);
+
+        SetSizer(page);
+        def->SetDefault();
+    }
+
+private:
+    wxsStaticText* Heading(const char* text) {
+        auto* heading = new wxsStaticText(this, wxID_ANY, text);
+        heading->SetFont(heading->GetFont().Bold());
+        heading->SetForegroundSlot(color_Text);
+        heading->RefreshColors();
+        return heading;
+    }
+
+    wxsStaticText* m_Clicked = nullptr;
+    std::vector<wxsRadioButton*> m_Schemes;
+};
+
+} // namespace
+
+void InstallColorsRenderer() {
+    // Get() first: its first call lets the application traits install their renderer, which
+    // would replace one set before it.
+    if (!dynamic_cast<wxsRenderer*>(&wxRendererNative::Get()))
+        delete wxRendererNative::Set(new wxsRenderer(wxRendererNative::GetGeneric()));
+}
+
+wxWindow* CreateColorsView(wxWindow* parent) {
+    if (g_Scheme == -1) LoadColorScheme(); // the frame base does this once it is there
+    InstallColorsRenderer();
+    return new _ColorsView(parent);
+}
+
+void ApplyColorScheme(wxWindow* top, int scheme) {
+    g_Scheme = scheme;
+    SetColors(scheme);
+    // The default handling passes the event on to every child that is not a top-level window,
+    // so each top-level window gets its own.
+    auto notify = [](wxWindow* w) {
+        wxSysColourChangedEvent event;
+        event.SetEventObject(w);
+        w->GetEventHandler()->ProcessEvent(event);
+        w->Refresh(); // custom-drawn windows read the palette when they paint
+    };
+    if (top) notify(top);
+    for (wxWindow* w : wxTopLevelWindows)
+        if (w != top) notify(w);
+}
