@@ -1,122 +1,187 @@
-// The demo client: a farm program on the embedded simulated master. It shows the connection
-// state, the live number of jobs by status and the latest messages, with plain wx controls
-// (the library's own controls replace them as they arrive).
+// The demo client: a farm program built on the library, running on the embedded simulated
+// master. Its main window shows the connection state, the live number of jobs by status and
+// the latest messages; the View menu opens secondary windows that the Window menu lists,
+// collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 //
-// Threads: the messenger's signals arrive on its thread; the bridge below only posts wx
-// events to the frame. Messages are dispatched one per event on the GUI thread.
-#include <taviro/ClientApp.h>
+// Threads: the library's bridge turns the messenger's signals into events for the main window
+// and dispatches one farm message per event on the GUI thread.
+#include <wxTaviro/wxTaviro.h>
+#include <wxTaviro/wxTaviroApp.h>
+
 #include <taviro/JobFactory.h>
 #include <taviro/SimulatedMaster.h>
 
-#include <ostrum/Ostrum.h>
-
 #include <wx/dcscreen.h>
 #include <wx/listctrl.h>
-#include <wx/wx.h>
 
 #include <deque>
 
 namespace {
 
-wxDEFINE_EVENT(EVT_FARM_CONNECTED, wxThreadEvent);
-wxDEFINE_EVENT(EVT_FARM_DISCONNECTED, wxThreadEvent);
-wxDEFINE_EVENT(EVT_FARM_MESSAGE, wxThreadEvent);
-wxDEFINE_EVENT(EVT_FARM_SHUTDOWN, wxThreadEvent);
-
-wxString ToWx(const String& s) {
-    return wxString(s.c_str(), wxConvUTF8);
-}
-
-class _DemoFrame;
-
-// Messenger thread -> wx event queue; nothing else.
-class _Bridge : public HasSlots {
-public:
-    explicit _Bridge(wxEvtHandler* target) : m_Target(target) {
-        MessengerConnectedEvt::s_Signal.Connect(this, &_Bridge::OnConnected);
-        MessengerDisconnectedEvt::s_Signal.Connect(this, &_Bridge::OnDisconnected);
-        MessageReceivedEvt::s_Signal.Connect(this, &_Bridge::OnMessage);
-        ShutdownMsg::s_Signal.Connect(this, &_Bridge::OnShutdown);
-    }
-    ~_Bridge() override { DisconnectAll(); }
-
-private:
-    void Post(wxEventType type, const String& text = String()) {
-        auto* e = new wxThreadEvent(type);
-        e->SetString(ToWx(text));
-        m_Target->QueueEvent(e);
-    }
-    void OnConnected(MessengerConnectedEvt& e) { Post(EVT_FARM_CONNECTED, e.GetMaster()); }
-    void OnDisconnected(MessengerDisconnectedEvt& e) { Post(EVT_FARM_DISCONNECTED, e.GetReason()); }
-    void OnMessage(MessageReceivedEvt&) { Post(EVT_FARM_MESSAGE); } // the message stays queued
-    void OnShutdown(const boost::shared_ptr<ShutdownMsg>&) { Post(EVT_FARM_SHUTDOWN); }
-    wxEvtHandler* m_Target;
+enum {
+    ID_LINK = wxID_HIGHEST + 1,
+    ID_SHUTDOWN,
+    ID_OPEN_JOBS,
+    ID_OPEN_LOG,
+    ID_OPEN_LOAD,
 };
 
-class _DemoFrame : public wxFrame {
+// ---- secondary windows ----
+
+// A window that remembers its place under its own section and registers with the window menu.
+class _UserWindow : public wxFrame {
 public:
-    explicit _DemoFrame(TaviroClientApp* farm)
-        : wxFrame(nullptr, wxID_ANY, "Taviro demo", wxDefaultPosition, wxSize(980, 640)),
-          m_Farm(farm), m_Bridge(this) {
-        BuildControls();
-        Bind(EVT_FARM_CONNECTED, [this](wxThreadEvent& e) { ShowConnection(true, e.GetString()); });
-        Bind(EVT_FARM_DISCONNECTED,
-             [this](wxThreadEvent& e) { ShowConnection(false, e.GetString()); });
-        Bind(EVT_FARM_MESSAGE, [this](wxThreadEvent&) { m_Farm->DispatchMessage(); });
-        Bind(EVT_FARM_SHUTDOWN, [this](wxThreadEvent&) {
-            AddLine("The master ordered a shutdown: closing");
-            Close(false);
+    _UserWindow(wxWindow* parent, const wxString& title, const String& section, const String& group)
+        : wxFrame(parent, wxID_ANY, title, wxDefaultPosition, wxSize(460, 320)), m_Section(section) {
+        static int s_Cascade = 0;
+        wxSetWindowPos(this, section, 20 * (s_Cascade++ % 8));
+        Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& e) {
+            wxSaveWindowPos(this, m_Section);
+            e.Skip();
         });
-        m_Farm->AddMessageHandler([this](const Message& m) { OnFarmMessage(m); }, &m_Bridge);
-        m_Refresh.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshCounts(); });
-        m_Refresh.Start(250);
-        m_State->SetLabel("Connecting...");
+        wxOpenUserWindow(this, group);
     }
-    ~_DemoFrame() override { m_Bridge.DisconnectAll(); }
 
 private:
+    String m_Section;
+};
+
+class _JobsWindow : public _UserWindow {
+public:
+    _JobsWindow(wxWindow* parent, TaviroApp* farm) : _UserWindow(parent, "Jobs", "Jobs Window", "Jobs") {
+        auto* list = new wxListCtrl(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxLC_REPORT);
+        list->AppendColumn("Job", wxLIST_FORMAT_LEFT, FromDIP(200));
+        list->AppendColumn("Status", wxLIST_FORMAT_LEFT, FromDIP(100));
+        list->AppendColumn("Progress", wxLIST_FORMAT_RIGHT, FromDIP(80));
+        // A snapshot of the first jobs; the library's virtual list takes over this role.
+        auto jobs = farm->GetAllJobs();
+        std::sort(jobs.begin(), jobs.end(), [](const JobPtr& a, const JobPtr& b) { return a->Name() < b->Name(); });
+        for (size_t i = 0; i < jobs.size() && i < 500; ++i) {
+            const long row = list->InsertItem((long)i, wxFromString(jobs[i]->Name()));
+            list->SetItem(row, 1, JobStatusName(jobs[i]->GetStatus()));
+            list->SetItem(row, 2, wxFromString(jobs[i]->GetParameter(p_Progress)) + "%");
+        }
+        SendSizeEvent(); // placed before its contents existed
+    }
+};
+
+// Follows a growing list of lines (kept by the main window, which outlives it).
+class _TextWindow : public _UserWindow {
+public:
+    _TextWindow(wxWindow* parent, const wxString& title, const String& section, const String& group,
+                const std::deque<wxString>& lines, const size_t& total)
+        : _UserWindow(parent, title, section, group), m_Lines(lines), m_Total(total) {
+        m_Text = new wxTextCtrl(this, wxID_ANY, "", wxDefaultPosition, wxDefaultSize,
+                                wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP);
+        m_Seen = m_Total - std::min(m_Total, m_Lines.size());
+        Follow();
+        m_Timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Follow(); });
+        m_Timer.Start(500);
+        SendSizeEvent(); // placed before its contents existed
+    }
+
+private:
+    void Follow() {
+        if (m_Seen == m_Total) return;
+        const size_t first = m_Total - m_Lines.size(); // number of the oldest line still kept
+        wxString add;
+        for (size_t n = std::max(m_Seen, first); n < m_Total; ++n) add << m_Lines[n - first] << "\n";
+        m_Seen = m_Total;
+        m_Text->AppendText(add);
+    }
+    const std::deque<wxString>& m_Lines;
+    const size_t& m_Total;
+    size_t m_Seen = 0;
+    wxTextCtrl* m_Text;
+    wxTimer m_Timer;
+};
+
+// ---- the main window ----
+
+class _MainFrame : public wxFrame {
+public:
+    explicit _MainFrame(wxTaviroApp* app)
+        : wxFrame(nullptr, wxID_ANY, "Taviro demo", wxDefaultPosition, wxSize(980, 640)), m_App(app) {
+        BuildMenus();
+        BuildControls();
+        Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_CONNECT_EVENT), [this](wxCommandEvent&) { ShowConnection(true); });
+        Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_DISCONNECT_EVENT), [this](wxCommandEvent&) { ShowConnection(false); });
+        Bind(wxEVT_CLOSE_WINDOW, &_MainFrame::OnClose, this);
+        Bind(wxEVT_MENU_OPEN, [this](wxMenuEvent& e) {
+            if (e.GetMenu() == m_WindowMenu) wxGetOpenWindowMenu(); // refilled on each opening
+            e.Skip();
+        });
+        m_Refresh.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshView(); });
+        m_Refresh.Start(250);
+    }
+
+    // Called once the farm client has started (its handlers exist from then on).
+    void Attach() {
+        m_App->AddMessageHandler([this](const Message& m) { OnFarmMessage(m); });
+    }
+
+private:
+    void BuildMenus() {
+        auto* farm = new wxMenu;
+        farm->Append(ID_LINK, "&Disconnect\tCtrl+D");
+        farm->Append(ID_SHUTDOWN, "Order &shutdown");
+        farm->AppendSeparator();
+        farm->Append(wxID_EXIT, "&Quit\tCtrl+Q");
+        auto* view = new wxMenu;
+        view->Append(ID_OPEN_JOBS, "&Jobs\tCtrl+J");
+        view->Append(ID_OPEN_LOG, "Farm &log\tCtrl+L");
+        view->Append(ID_OPEN_LOAD, "Engine load &history");
+        auto* bar = new wxMenuBar;
+        bar->Append(farm, "&Farm");
+        bar->Append(view, "&View");
+        m_WindowMenu = wxGetOpenWindowMenu();
+        bar->Append(m_WindowMenu, "&Window");
+        SetMenuBar(bar);
+        Bind(wxEVT_MENU, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
+        Bind(wxEVT_MENU, [this](wxCommandEvent&) {
+            if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
+        }, ID_SHUTDOWN);
+        Bind(wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, wxID_EXIT);
+        Bind(wxEVT_MENU, [this](wxCommandEvent&) { (new _JobsWindow(this, m_App))->Show(); }, ID_OPEN_JOBS);
+        Bind(wxEVT_MENU, [this](wxCommandEvent&) {
+            (new _TextWindow(this, "Farm log", "Log Window", "Logs", m_Lines, m_LinesTotal))->Show();
+        }, ID_OPEN_LOG);
+        Bind(wxEVT_MENU, [this](wxCommandEvent&) {
+            (new _TextWindow(this, "Engine load history", "Load Window", "Monitors", m_LoadHistory, m_LoadTotal))
+                ->Show();
+        }, ID_OPEN_LOAD);
+    }
+
     void BuildControls() {
         auto* panel = new wxPanel(this);
         const int gap = FromDIP(8);
         auto* top = new wxBoxSizer(wxHORIZONTAL);
-        m_State = new wxStaticText(panel, wxID_ANY, "", wxDefaultPosition, wxDefaultSize,
-                                   wxST_NO_AUTORESIZE);
+        m_State = new wxStaticText(panel, wxID_ANY, "Connecting...");
         m_State->SetFont(m_State->GetFont().Bold().Scaled(1.3f));
         top->Add(m_State, 1, wxALIGN_CENTER_VERTICAL | wxALL, gap);
-        auto* link = new wxButton(panel, wxID_ANY, "&Disconnect");
-        auto* shutdown = new wxButton(panel, wxID_ANY, "Order &shutdown");
-        top->Add(link, 0, wxALL, gap);
-        top->Add(shutdown, 0, wxALL, gap);
-        link->Bind(wxEVT_BUTTON, [this, link](wxCommandEvent&) {
-            if (auto* master = m_Farm->GetSimulatedMaster()) {
-                if (master->IsConnected())
-                    master->Disconnect();
-                else
-                    master->Reconnect();
-            }
-        });
-        shutdown->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
-            if (auto* master = m_Farm->GetSimulatedMaster()) master->OrderShutdown();
-        });
-        m_LinkButton = link;
+        m_LinkButton = new wxButton(panel, ID_LINK, "&Disconnect");
+        top->Add(m_LinkButton, 0, wxALL, gap);
+        top->Add(new wxButton(panel, ID_SHUTDOWN, "Order &shutdown"), 0, wxALL, gap);
+        panel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
+        panel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+            if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
+        }, ID_SHUTDOWN);
 
         auto* body = new wxBoxSizer(wxHORIZONTAL);
         m_Counts = new wxListCtrl(panel, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(260, -1)),
                                   wxLC_REPORT | wxLC_SINGLE_SEL);
         m_Counts->AppendColumn("Status", wxLIST_FORMAT_LEFT, FromDIP(140));
         m_Counts->AppendColumn("Jobs", wxLIST_FORMAT_RIGHT, FromDIP(100));
-        for (int s = k_JobWaiting; s <= k_JobArchived; ++s) {
-            m_Counts->InsertItem(s - k_JobWaiting, JobStatusName(s));
+        for (int s = k_JobWaiting; s <= k_JobArchived + 1; ++s) {
+            m_Counts->InsertItem(s - k_JobWaiting, s <= k_JobArchived ? JobStatusName(s) : "All");
             m_Counts->SetItem(s - k_JobWaiting, 1, "0");
         }
-        m_Counts->InsertItem(k_JobArchived, "All");
-        m_Counts->SetItem(k_JobArchived, 1, "0");
         body->Add(m_Counts, 0, wxEXPAND | wxLEFT | wxBOTTOM, gap);
-        m_Lines = new wxListBox(panel, wxID_ANY);
-        body->Add(m_Lines, 1, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, gap);
+        m_List = new wxListBox(panel, wxID_ANY);
+        body->Add(m_List, 1, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, gap);
 
         auto* outer = new wxBoxSizer(wxVERTICAL);
         outer->Add(top, 0, wxEXPAND);
@@ -125,47 +190,54 @@ private:
         CreateStatusBar(2);
     }
 
-    void ShowConnection(bool connected, const wxString& detail) {
-        m_State->SetLabel(connected ? "Connected to the " + detail + " master"
-                                    : "Disconnected (" + detail + ")");
+    void ToggleLink() {
+        if (auto* master = m_App->GetSimulatedMaster()) {
+            if (master->IsConnected()) master->Disconnect();
+            else master->Reconnect();
+        }
+    }
+
+    void ShowConnection(bool connected) {
+        const String master = m_App->GetMessenger() ? m_App->GetMessenger()->GetMasterName() : String("no");
+        m_State->SetLabel(connected ? "Connected to the " + wxFromString(master) + " master" : wxString("Disconnected"));
         m_State->SetForegroundColour(connected ? wxColour(0, 130, 60) : wxColour(190, 40, 30));
         m_LinkButton->SetLabel(connected ? "&Disconnect" : "&Reconnect");
-        AddLine(connected ? "Connected" : "Disconnected: " + detail);
-        Layout();
+        GetMenuBar()->SetLabel(ID_LINK, connected ? "&Disconnect\tCtrl+D" : "&Reconnect\tCtrl+D");
+        AddLine(connected ? "Connected" : "Disconnected");
+        m_State->GetParent()->Layout();
     }
 
     void OnFarmMessage(const Message& m) {
         ++m_Messages;
         switch (m.GetType()) {
-        case k_MsgLogLine:
-            AddLine(ToWx(m.Get("Text")));
-            break;
-        case k_MsgJobRemoved:
-            AddLine("Removed job " + ToWx(m.GetJob().ToString()));
-            break;
-        case k_MsgJobBatch:
-            AddLine(wxString::Format("Received %zu jobs", m.m_Batch.size()));
-            break;
+        case k_MsgLogLine: AddLine(wxFromString(m.Get("Text"))); break;
+        case k_MsgJobRemoved: AddLine("Removed job " + wxFromString(m.GetJob().ToString())); break;
+        case k_MsgJobBatch: AddLine(wxString::Format("Received %zu jobs", m.m_Batch.size())); break;
         case k_MsgEngineLoad:
-            m_Load = ToWx(m.Get("Load"));
+            m_Load = wxFromString(m.Get("Load"));
+            m_LoadHistory.push_back(wxDateTime::Now().FormatISOTime() + "  " + m_Load + "%");
+            ++m_LoadTotal;
+            if (m_LoadHistory.size() > 500) m_LoadHistory.pop_front();
             break;
         case k_MsgJobChanged:
             if (m.m_Params.count(p_Status))
-                if (JobPtr job = m_Farm->FindJob(m.GetJob()))
-                    AddLine(ToWx(job->Name()) + " is now " + JobStatusName(job->GetStatus()));
+                if (JobPtr job = m_App->FindJob(m.GetJob()))
+                    AddLine(wxFromString(job->Name()) + " is now " + JobStatusName(job->GetStatus()));
             break;
-        default:
-            break;
+        default: break;
         }
     }
 
     void AddLine(const wxString& line) {
-        m_Pending.push_back(line);
-        if (m_Pending.size() > 200) m_Pending.pop_front();
+        m_Lines.push_back(wxDateTime::Now().FormatISOTime() + "  " + line);
+        ++m_LinesTotal;
+        if (m_Lines.size() > 1000) m_Lines.pop_front();
+        ++m_NewLines;
     }
 
-    void RefreshCounts() {
-        const auto counts = m_Farm->CountByStatus();
+    // Paced: the view follows the farm four times a second, however busy it is.
+    void RefreshView() {
+        const auto counts = m_App->CountByStatus();
         size_t all = 0;
         for (int s = k_JobWaiting; s <= k_JobArchived; ++s) {
             auto it = counts.find(s);
@@ -174,97 +246,117 @@ private:
             m_Counts->SetItem(s - k_JobWaiting, 1, wxString::Format("%zu", n));
         }
         m_Counts->SetItem(k_JobArchived, 1, wxString::Format("%zu", all));
-        if (!m_Pending.empty()) {
-            m_Lines->Freeze();
-            for (auto& l : m_Pending)
-                m_Lines->Append(l);
-            m_Pending.clear();
-            while (m_Lines->GetCount() > 200)
-                m_Lines->Delete(0);
-            m_Lines->EnsureVisible(m_Lines->GetCount() - 1);
-            m_Lines->Thaw();
+        if (m_NewLines > 0) {
+            m_List->Freeze();
+            const size_t from = m_Lines.size() - std::min(m_NewLines, m_Lines.size());
+            for (size_t i = from; i < m_Lines.size(); ++i) m_List->Append(m_Lines[i]);
+            while (m_List->GetCount() > 200) m_List->Delete(0);
+            m_List->EnsureVisible(m_List->GetCount() - 1);
+            m_List->Thaw();
+            m_NewLines = 0;
         }
-        SetStatusText(wxString::Format("%zu jobs, %llu messages handled", all,
-                                       (unsigned long long)m_Messages),
-                      0);
+        SetStatusText(wxString::Format("%zu jobs, %llu messages handled, %zu open windows", all, m_Messages,
+                                       OpenWindows::_this->GetEntries().size()), 0);
         SetStatusText("Engine load: " + (m_Load.empty() ? wxString("-") : m_Load + "%"), 1);
     }
 
-    TaviroClientApp* m_Farm;
-    _Bridge m_Bridge;
+    void OnClose(wxCloseEvent& e) {
+        wxSaveWindowPos(this, "Window");
+        // The secondary windows close first, each saving its own place.
+        wxCommandEvent closeAll(wxEVT_MENU, wxID_OPENWIN_CLOSEALL);
+        OpenWindows::_this->OnCommand(closeAll);
+        // The registry owns the window menu; take it back from the menu bar before it goes.
+        if (wxMenuBar* bar = GetMenuBar()) {
+            const int index = bar->FindMenu("Window");
+            if (index != wxNOT_FOUND) bar->Remove((size_t)index);
+        }
+        m_Refresh.Stop();
+        e.Skip();
+    }
+
+    wxTaviroApp* m_App;
     wxStaticText* m_State = nullptr;
     wxButton* m_LinkButton = nullptr;
     wxListCtrl* m_Counts = nullptr;
-    wxListBox* m_Lines = nullptr;
-    std::deque<wxString> m_Pending;
+    wxListBox* m_List = nullptr;
+    wxMenu* m_WindowMenu = nullptr;
+    std::deque<wxString> m_Lines, m_LoadHistory;
+    size_t m_LinesTotal = 0, m_LoadTotal = 0;
+    size_t m_NewLines = 0;
     unsigned long long m_Messages = 0;
     wxString m_Load;
     wxTimer m_Refresh;
 };
 
-class _DemoApp : public wxApp {
+// ---- the application ----
+
+class _DemoApp : public wxTaviroApp {
 public:
+    _DemoApp() : wxTaviroApp(LL_Info, LL_Warning) {}
+
     bool OnInit() override {
-        // The farm core reads the command line; only the demo's own two options are ours.
-        std::vector<String> args = {String(argv[0].utf8_str().data())};
-        for (int i = 1; i < argc; ++i) {
-            const String a = argv[i].utf8_str().data();
-            if ((a == "--screenshot" || a == "--exit-after") && i + 1 < argc) {
-                const String v = argv[++i].utf8_str().data();
-                if (a == "--screenshot")
-                    m_Screenshot = ToWx(v);
-                else
-                    m_ExitAfter = v.ToInt(0);
-            } else {
-                args.push_back(a);
-            }
-        }
-        bool hasModules = false;
-        for (auto& a : args)
-            hasModules = hasModules || a.StartsWith("--modules");
-        if (!hasModules) {
-            args.push_back("--modules");
-            args.push_back(DEMO_MODULES);
-        }
+        TakeDemoOptions();
         wxInitAllImageHandlers();
-        m_Farm.reset(new TaviroClientApp(LL_Info, LL_Warning));
-        // The frame's bridge must listen before the messenger starts, or its first signals
-        // (the connection, the snapshot) would reach no one.
-        auto* frame = new _DemoFrame(m_Farm.get());
-        CommandLine commandLine(args);
-        if (!m_Farm->Startup(commandLine)) {
-            frame->Destroy();
-            wxMessageBox("The farm client failed to start:\n\n" + ToWx(m_Farm->GetStartupError()),
-                         "Startup Error", wxOK | wxCENTRE);
-            m_Farm->Cleanup();
+        // The main window must exist before the farm client starts: the bridge hands connection
+        // changes and messages only to a top window.
+        m_Frame = new _MainFrame(this);
+        SetTopWindow(m_Frame);
+        if (!wxTaviroApp::OnInit()) {
+            m_Frame->Destroy();
             return false;
         }
-        frame->Show();
-        m_Farm->StartupComplete.Emit();
+        m_Frame->Attach();
+        m_Frame->Show();
+        // After showing: GTK places a new frame itself when it first appears.
+        wxSetWindowPos(m_Frame, "Window", 0);
+        if (m_OpenWindows) {
+            for (int id : {ID_OPEN_JOBS, ID_OPEN_LOG})
+                m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, id));
+        }
         if (!m_Screenshot.empty()) {
-            m_ShotTimer.Bind(wxEVT_TIMER, [this, frame](wxTimerEvent&) { TakeShot(frame); });
+            m_ShotTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { TakeShot(); });
             m_ShotTimer.StartOnce(2500);
         }
         if (m_ExitAfter > 0) {
-            m_ExitTimer.Bind(wxEVT_TIMER, [frame](wxTimerEvent&) { frame->Close(true); });
+            m_ExitTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { m_Frame->Close(true); });
             m_ExitTimer.StartOnce(m_ExitAfter * 1000);
         }
         return true;
     }
-    int OnExit() override {
-        if (m_Farm) {
-            m_Farm->ExitBegins.Emit();
-            m_Farm->Cleanup();
-            m_Farm->ShutdownComplete.Emit();
-            m_Farm.reset();
-        }
-        return wxApp::OnExit();
-    }
 
 private:
-    void TakeShot(wxFrame* frame) {
-        frame->Update();
-        const wxRect r = frame->GetScreenRect();
+    // Takes the demo's own options out of argv; the rest goes to the farm client.
+    void TakeDemoOptions() {
+        std::vector<std::string> args = {argv[0].utf8_str().data()};
+        bool hasModules = false;
+        for (int i = 1; i < argc; ++i) {
+            const wxString a = argv[i];
+            if ((a == "--screenshot" || a == "--exit-after") && i + 1 < argc) {
+                const wxString v = argv[++i];
+                if (a == "--screenshot") m_Screenshot = v;
+                else m_ExitAfter = wxAtoi(v);
+            } else if (a == "--open-windows") {
+                m_OpenWindows = true;
+            } else {
+                hasModules = hasModules || a.StartsWith("--modules");
+                args.push_back(a.utf8_str().data());
+            }
+        }
+        if (!hasModules) {
+            args.push_back("--modules");
+            args.push_back(DEMO_MODULES);
+        }
+        m_Args = args;
+        m_ArgPtrs.clear();
+        for (auto& s : m_Args) m_ArgPtrs.push_back(&s[0]);
+        m_ArgPtrs.push_back(nullptr);
+        argc = (int)m_Args.size();
+        argv.Init(argc, m_ArgPtrs.data());
+    }
+
+    void TakeShot() {
+        m_Frame->Update();
+        const wxRect r = m_Frame->GetScreenRect();
         wxBitmap bmp(r.width, r.height, 24);
         {
             wxScreenDC screen;
@@ -275,10 +367,13 @@ private:
             wxLogError("Cannot save the screenshot to %s", m_Screenshot);
     }
 
-    std::unique_ptr<TaviroClientApp> m_Farm;
+    _MainFrame* m_Frame = nullptr;
     wxString m_Screenshot;
     int m_ExitAfter = 0;
+    bool m_OpenWindows = false;
     wxTimer m_ShotTimer, m_ExitTimer;
+    std::vector<std::string> m_Args;
+    std::vector<char*> m_ArgPtrs;
 };
 
 } // namespace
