@@ -61,7 +61,8 @@ public:
     virtual bool Startup(CommandLine& commandLine);
     // A console program's main routine: handles queued messages until a stop is requested.
     virtual int Execute();
-    // Stops the messenger, the pool and the listener, writes the options file.
+    // Stops the messenger, the pool and the listener, and writes the options file (inside a
+    // pause, the end of the pause writes it).
     virtual void Cleanup();
     // An exception escaped a handler or the main loop: reports it; true if the program may
     // go on (a foundation exception), false otherwise (e is null for other exceptions).

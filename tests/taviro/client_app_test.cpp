@@ -112,11 +112,13 @@ TEST(ClientStartup, ExplicitNameLogAndOptions) {
     EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrRequest);
     EXPECT_FALSE(e->GetDetail().empty());
 
-    // Held back while paused; Cleanup writes it.
+    // Held back while paused, also by Cleanup; the end of the pause writes it.
     app->GetOptions()->PauseAutoWrite(true);
     app->GetOptions()->SetValue("Display", "Rows", "42");
     EXPECT_EQ(File::ReadAll(options).find("Rows"), String::npos);
     app->Cleanup();
+    EXPECT_EQ(File::ReadAll(options).find("Rows"), String::npos);
+    app->GetOptions()->PauseAutoWrite(false);
     const String saved = File::ReadAll(options);
     EXPECT_NE(saved.find("Rows=42"), String::npos) << saved;
     EXPECT_NE(saved.find("Theme=dark"), String::npos) << saved;
