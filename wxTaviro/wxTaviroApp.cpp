@@ -209,10 +209,10 @@ int wxTaviroApp::OnExit() {
         Cleanup();
         result = wxAppBase::OnExit();
     }
-    {
-        Mutex::Guard g(GetSlotsLock());
-        DisconnectAll(); // no farm signal reaches the application after this
-    }
+    // No farm signal reaches the application after this. DisconnectAll holds the slots lock
+    // only while it takes the list of signals: holding it across the disconnects would take
+    // the locks in the opposite order to Connect and could deadlock with it.
+    DisconnectAll();
     ShutdownComplete.Emit();
     return result;
 }
