@@ -19,6 +19,7 @@ public:
     // The executable's start does nothing; each test starts the application itself.
     bool OnInit() override { return true; }
     bool RealOnInit(const std::vector<String>& args) {
+        delete wxLog::SetActiveTarget(nullptr); // see AppTest::SetUp
         m_Args.assign(args.begin(), args.end());
         m_ArgPtrs.clear();
         for (auto& a : m_Args) m_ArgPtrs.push_back(&a[0]);
@@ -90,10 +91,14 @@ class AppTest : public ::testing::Test {
 protected:
     void SetUp() override {
         m_Dir = taviro_test::MakeTempDir("app");
+        // OnInit leaves the previous log target alone (a program starts once); the tests
+        // start many times, so they clear it themselves.
+        delete wxLog::SetActiveTarget(nullptr);
         ASSERT_TRUE(Start({})) << App().GetStartupError();
     }
     void TearDown() override {
         if (m_Started) App().OnExit();
+        delete wxLog::SetActiveTarget(nullptr);
         App().m_AfterStartup = nullptr;
         App().m_OnException = nullptr;
         App().m_ExceptionsRecoverable = true;
