@@ -3,19 +3,24 @@
 // the latest messages; the View menu opens secondary windows that the Window menu lists,
 // collects and closes; every window comes back where it was left.
 //
-//   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS]
+//   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
+//               [--page farm|colours] [--open-windows]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 //
 // Threads: the library's bridge turns the messenger's signals into events for the main window
 // and dispatches one farm message per event on the GUI thread.
+#include "demo/ColorsView.h"
+
 #include <wxTaviro/wxTaviro.h>
 #include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroColors.h>
 
 #include <taviro/JobFactory.h>
 #include <taviro/SimulatedMaster.h>
 
 #include <wx/dcscreen.h>
 #include <wx/listctrl.h>
+#include <wx/notebook.h>
 
 #include <deque>
 
@@ -27,7 +32,9 @@ enum {
     ID_OPEN_JOBS,
     ID_OPEN_LOG,
     ID_OPEN_LOAD,
+    ID_SCHEME_FIRST, // five scheme items follow
 };
+const char* const k_SchemeNames[] = {"&Light", "L&ighter", "&Dark", "D&arker", "&Custom (Colors.ini)"};
 
 // ---- secondary windows ----
 
@@ -107,6 +114,8 @@ public:
         : wxFrame(nullptr, wxID_ANY, "Taviro demo", wxDefaultPosition, wxSize(980, 640)), m_App(app) {
         BuildMenus();
         BuildControls();
+        // The scheme loaded from Colors.ini; any number but 1 to 5 shows Dark.
+        GetMenuBar()->Check(ID_SCHEME_FIRST + (g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme - 1 : 2), true);
         Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_CONNECT_EVENT), [this](wxCommandEvent&) { ShowConnection(true); });
         Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_DISCONNECT_EVENT), [this](wxCommandEvent&) { ShowConnection(false); });
         Bind(wxEVT_CLOSE_WINDOW, &_MainFrame::OnClose, this);
@@ -116,6 +125,16 @@ public:
         });
         m_Refresh.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshView(); });
         m_Refresh.Start(250);
+    }
+
+    // Applies one of the five colour schemes (1 to 5) to every window, live.
+    void SetScheme(int scheme) {
+        if (scheme >= 1 && scheme <= 5) GetMenuBar()->Check(ID_SCHEME_FIRST + scheme - 1, true);
+        ApplyColorScheme(this, scheme);
+    }
+    void ShowPage(const wxString& name) {
+        for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
+            if (m_Book->GetPageText(i).Lower() == name.Lower()) m_Book->SetSelection(i);
     }
 
     // Called once the farm client has started (its handlers exist from then on).
@@ -134,9 +153,12 @@ private:
         view->Append(ID_OPEN_JOBS, "&Jobs\tCtrl+J");
         view->Append(ID_OPEN_LOG, "Farm &log\tCtrl+L");
         view->Append(ID_OPEN_LOAD, "Engine load &history");
+        auto* colours = new wxMenu;
+        for (int i = 0; i < 5; ++i) colours->AppendRadioItem(ID_SCHEME_FIRST + i, k_SchemeNames[i]);
         auto* bar = new wxMenuBar;
         bar->Append(farm, "&Farm");
         bar->Append(view, "&View");
+        bar->Append(colours, "&Colours");
         m_WindowMenu = wxGetOpenWindowMenu();
         bar->Append(m_WindowMenu, "&Window");
         SetMenuBar(bar);
@@ -145,6 +167,8 @@ private:
             if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
         }, ID_SHUTDOWN);
         Bind(wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, wxID_EXIT);
+        Bind(wxEVT_MENU, [this](wxCommandEvent& e) { SetScheme(e.GetId() - ID_SCHEME_FIRST + 1); },
+             ID_SCHEME_FIRST, ID_SCHEME_FIRST + 4);
         Bind(wxEVT_MENU, [this](wxCommandEvent&) { (new _JobsWindow(this, m_App))->Show(); }, ID_OPEN_JOBS);
         Bind(wxEVT_MENU, [this](wxCommandEvent&) {
             (new _TextWindow(this, "Farm log", "Log Window", "Logs", m_Lines, m_LinesTotal))->Show();
@@ -156,7 +180,10 @@ private:
     }
 
     void BuildControls() {
-        auto* panel = new wxPanel(this);
+        m_Book = new wxNotebook(this, wxID_ANY);
+        auto* panel = new wxPanel(m_Book);
+        m_Book->AddPage(panel, "Farm");
+        m_Book->AddPage(CreateColorsView(m_Book), "Colours");
         const int gap = FromDIP(8);
         auto* top = new wxBoxSizer(wxHORIZONTAL);
         m_State = new wxStaticText(panel, wxID_ANY, "Connecting...");
@@ -275,6 +302,7 @@ private:
     }
 
     wxTaviroApp* m_App;
+    wxNotebook* m_Book = nullptr;
     wxStaticText* m_State = nullptr;
     wxButton* m_LinkButton = nullptr;
     wxListCtrl* m_Counts = nullptr;
@@ -306,6 +334,8 @@ public:
             return false;
         }
         m_Frame->Attach();
+        if (m_Scheme > 0) m_Frame->SetScheme(m_Scheme);
+        if (!m_Page.empty()) m_Frame->ShowPage(m_Page);
         m_Frame->Show();
         // After showing: GTK places a new frame itself when it first appears.
         wxSetWindowPos(m_Frame, "Window", 0);
@@ -335,6 +365,9 @@ private:
                 const wxString v = argv[++i];
                 if (a == "--screenshot") m_Screenshot = v;
                 else m_ExitAfter = wxAtoi(v);
+            } else if ((a == "--scheme" || a == "--page") && i + 1 < argc) {
+                if (a == "--scheme") m_Scheme = wxAtoi(argv[++i]);
+                else m_Page = argv[++i];
             } else if (a == "--open-windows") {
                 m_OpenWindows = true;
             } else {
@@ -371,6 +404,8 @@ private:
     wxString m_Screenshot;
     int m_ExitAfter = 0;
     bool m_OpenWindows = false;
+    int m_Scheme = 0;
+    wxString m_Page;
     wxTimer m_ShotTimer, m_ExitTimer;
     std::vector<std::string> m_Args;
     std::vector<char*> m_ArgPtrs;
