@@ -7,3 +7,5 @@ target_compile_definitions(taviro_wx INTERFACE ${wxWidgets_DEFINITIONS})
 separate_arguments(_wx_cxx_flags UNIX_COMMAND "${wxWidgets_CXX_FLAGS}")
 target_compile_options(taviro_wx INTERFACE ${_wx_cxx_flags})
 target_link_libraries(taviro_wx INTERFACE ${wxWidgets_LIBRARIES})
+# Exported with the libraries, so a client of an installed copy gets wx's flags too.
+install(TARGETS taviro_wx EXPORT wxTaviroTargets)

@@ -11,5 +11,5 @@ cmake --build "$work/consumer" >/dev/null
 LD_LIBRARY_PATH="$work/prefix/lib:${LD_LIBRARY_PATH:-}" "$work/consumer/consumer"
 libdir=$(ls -d "$work"/prefix/lib*/pkgconfig | head -1)
 flags=$(PKG_CONFIG_PATH="$libdir" pkg-config --cflags --libs wxTaviro)
-g++ "$src/consumer/main.cpp" $flags -o "$work/consumer-pc"
+g++ "$src/consumer/main.cpp" $flags $(wx-config --cxxflags --libs) -o "$work/consumer-pc"
 LD_LIBRARY_PATH="$work/prefix/lib:${LD_LIBRARY_PATH:-}" "$work/consumer-pc"
