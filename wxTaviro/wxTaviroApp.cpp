@@ -4,6 +4,7 @@
 // wxTaviroApp: construction, start, run, exit; messenger bridge; event handlers.
 #include <wxTaviro/wxTaviro.h>
 #include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroColors.h>
 
 #include <ostrum/CallTrace.h>
 #include <ostrum/Log.h>
@@ -13,10 +14,6 @@
 #include <wx/sysopt.h>
 #include <wx/tooltip.h>
 
-#if __has_include(<wxTaviro/wxTaviroColors.h>)
-#include <wxTaviro/wxTaviroColors.h>
-#define WXTAVIRO_HAVE_RENDERER 1
-#endif
 
 // ---- event types and helpers ----
 
@@ -98,12 +95,8 @@ int wxTaviroExecutable::Signal(int sig) {
 // ---- wxsTraits ----
 
 wxRendererNative* wxsTraits::CreateRenderer() {
-#ifdef WXTAVIRO_HAVE_RENDERER
     // The generic renderer, not the native one, so themed drawing looks alike everywhere.
     return new wxsRenderer(wxRendererNative::GetGeneric());
-#else
-    return nullptr;
-#endif
 }
 
 // ---- wxTaviroApp: construction, start, run, exit ----

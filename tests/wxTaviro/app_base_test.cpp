@@ -3,6 +3,8 @@
 // the end of the session and process signals.
 #include "tests/wxTaviro/AppFixture.h"
 
+#include <wxTaviro/wxTaviroColors.h>
+
 #include <ostrum/Log.h>
 #include <taviro/ThreadPool.h>
 
@@ -118,6 +120,8 @@ TEST_F(AppTest, SuccessfulStartAnnouncesItself) {
     const SlotId c = App().ShutdownComplete.Connect([&] { ++shutdowns; });
     ASSERT_TRUE(Start({}));
     EXPECT_EQ(started, 1);
+    wxOpenUserWindow(new wxFrame(nullptr, wxID_ANY, "registered"), "group");
+    ASSERT_EQ(OpenWindows::_this->GetEntries().size(), 1u);
     EXPECT_EQ(App().GetName(), "apptest");
     EXPECT_EQ(wxLog::GetActiveTarget() != nullptr &&
                   dynamic_cast<wxTaviroLog*>(wxLog::GetActiveTarget()) != nullptr,
@@ -126,6 +130,7 @@ TEST_F(AppTest, SuccessfulStartAnnouncesItself) {
     m_Started = false;
     EXPECT_EQ(exits, 1);
     EXPECT_EQ(shutdowns, 1);
+    EXPECT_TRUE(OpenWindows::_this->GetEntries().empty()); // the registry was cleared
     // OnExit dropped every connection of the application, the test's ones included.
     EXPECT_EQ(App().ConnectedSignalCount(), 0u);
     EXPECT_EQ(MessengerConnectedEvt::s_Signal.ConnectionCount(), 0u);
@@ -133,6 +138,13 @@ TEST_F(AppTest, SuccessfulStartAnnouncesItself) {
     App().StartupComplete.Disconnect(a);
     App().ExitBegins.Disconnect(b);
     App().ShutdownComplete.Disconnect(c);
+}
+
+TEST(AppTraits, CreateTheThemedRendererOverTheGenericOne) {
+    std::unique_ptr<wxAppTraits> traits(App().CreateTraits());
+    ASSERT_TRUE(dynamic_cast<wxsTraits*>(traits.get()));
+    std::unique_ptr<wxRendererNative> renderer(traits->CreateRenderer());
+    EXPECT_TRUE(dynamic_cast<wxsRenderer*>(renderer.get()));
 }
 
 TEST_F(AppTest, MainLoopRestartsAfterARecoverableException) {
