@@ -327,9 +327,12 @@ wxColour _RoleColour(const String& slot, int offset) {
 }
 } // namespace
 
-wxsColorManaged::wxsColorManaged() {}
+wxsColorManaged::wxsColorManaged() {
+    CALL_ENTRY("wxsColorManaged::wxsColorManaged");
+}
 
 wxsColorManaged::wxsColorManaged(wxWindow* window) {
+    CALL_ENTRY("wxsColorManaged::wxsColorManaged");
     Manage(window);
 }
 
@@ -411,6 +414,51 @@ void wxsColorManaged::SetDisabledBackgroundSlot(const String& slot, int offset) 
     CALL_ENTRY("wxsColorManaged::SetDisabledBackgroundSlot");
     m_DisabledBgSlot = slot;
     m_DisabledBgOffset = offset;
+}
+
+const String& wxsColorManaged::GetForegroundSlot() const {
+    CALL_ENTRY("wxsColorManaged::GetForegroundSlot");
+    return m_EnabledFgSlot;
+}
+
+const String& wxsColorManaged::GetBackgroundSlot() const {
+    CALL_ENTRY("wxsColorManaged::GetBackgroundSlot");
+    return m_EnabledBgSlot;
+}
+
+const String& wxsColorManaged::GetDisabledForegroundSlot() const {
+    CALL_ENTRY("wxsColorManaged::GetDisabledForegroundSlot");
+    return m_DisabledFgSlot;
+}
+
+const String& wxsColorManaged::GetDisabledBackgroundSlot() const {
+    CALL_ENTRY("wxsColorManaged::GetDisabledBackgroundSlot");
+    return m_DisabledBgSlot;
+}
+
+int wxsColorManaged::GetForegroundOffset() const {
+    CALL_ENTRY("wxsColorManaged::GetForegroundOffset");
+    return m_EnabledFgOffset;
+}
+
+int wxsColorManaged::GetBackgroundOffset() const {
+    CALL_ENTRY("wxsColorManaged::GetBackgroundOffset");
+    return m_EnabledBgOffset;
+}
+
+int wxsColorManaged::GetDisabledForegroundOffset() const {
+    CALL_ENTRY("wxsColorManaged::GetDisabledForegroundOffset");
+    return m_DisabledFgOffset;
+}
+
+int wxsColorManaged::GetDisabledBackgroundOffset() const {
+    CALL_ENTRY("wxsColorManaged::GetDisabledBackgroundOffset");
+    return m_DisabledBgOffset;
+}
+
+wxWindow* wxsColorManaged::GetManagedWindow() const {
+    CALL_ENTRY("wxsColorManaged::GetManagedWindow");
+    return m_Window;
 }
 
 // ---- drawing helpers ----
@@ -515,7 +563,9 @@ void _DrawRadio(wxDC& dc, const wxRect& rect, int flags) {
 
 } // namespace
 
-wxsRenderer::wxsRenderer(wxRendererNative& delegate) : wxDelegateRendererNative(delegate) {}
+wxsRenderer::wxsRenderer(wxRendererNative& delegate) : wxDelegateRendererNative(delegate) {
+    CALL_ENTRY("wxsRenderer::wxsRenderer");
+}
 
 void wxsRenderer::DrawSplitterBorder(wxWindow*, wxDC&, const wxRect&, int) {
     CALL_ENTRY("wxsRenderer::DrawSplitterBorder");
@@ -647,6 +697,7 @@ wxTopLevelWindow* _TopLevelOf(wxWindow* window) {
 wxsButton::wxsButton(wxWindow* parent, wxWindowID id, const wxString& label, const wxPoint& pos,
                      const wxSize& size, long style, const wxValidator& validator,
                      const wxString& name) {
+    CALL_ENTRY("wxsButton::wxsButton");
     if (!(style & wxBORDER_MASK)) style |= wxBORDER_NONE;
     SetBackgroundStyle(wxBG_STYLE_PAINT); // Paint covers everything
     wxControl::Create(parent, id, pos, size, style, validator, name);
@@ -885,11 +936,27 @@ void wxsButton::Size(wxSizeEvent& event) {
     Refresh(); // the label stays centred
 }
 
+bool wxsButton::IsHilighted() const {
+    CALL_ENTRY("wxsButton::IsHilighted");
+    return m_Hovered;
+}
+
+const wxFont& wxsButton::GetNormalFont() {
+    CALL_ENTRY("wxsButton::GetNormalFont");
+    return s_NormalFont;
+}
+
+const wxFont& wxsButton::GetDefaultFont() {
+    CALL_ENTRY("wxsButton::GetDefaultFont");
+    return s_DefaultFont;
+}
+
 // ---- wxsCheckBox ----
 
 wxsCheckBox::wxsCheckBox(wxWindow* parent, wxWindowID id, const wxString& label, const wxPoint& pos,
                          const wxSize& size, long style, const wxValidator& validator,
                          const wxString& name) {
+    CALL_ENTRY("wxsCheckBox::wxsCheckBox");
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     wxControl::Create(parent, id, pos, size, style, validator, name);
     Manage(this);
@@ -1067,12 +1134,23 @@ wxCheckBoxState wxsCheckBox::DoGet3StateValue() const {
     return m_Value ? wxCHK_CHECKED : wxCHK_UNCHECKED;
 }
 
+bool wxsCheckBox::HasTransparentBackground() {
+    CALL_ENTRY("wxsCheckBox::HasTransparentBackground");
+    return false;
+}
+
+bool wxsCheckBox::IsHovered() const {
+    CALL_ENTRY("wxsCheckBox::IsHovered");
+    return m_Hovered;
+}
+
 // ---- wxsRadioButton ----
 
 wxsRadioButton::wxsRadioButton(wxWindow* parent, wxWindowID id, const wxString& label,
                                const wxPoint& pos, const wxSize& size, long style,
                                const wxValidator& validator, const wxString& name)
     : wxsCheckBox(parent, id, label, pos, size, style, validator, name) {
+    CALL_ENTRY("wxsRadioButton::wxsRadioButton");
     // As in the toolkit: the first button of a group starts set.
     if (!GetPreviousInGroup()) m_Value = true;
     Bind(wxEVT_KEY_DOWN, &wxsRadioButton::Arrow, this);
@@ -1172,12 +1250,14 @@ wxsStaticText::wxsStaticText(wxWindow* parent, wxWindowID id, const wxString& la
                              const wxPoint& pos, const wxSize& size, long style,
                              const wxString& name)
     : wxStaticText(parent, id, label, pos, size, style, name) {
+    CALL_ENTRY("wxsStaticText::wxsStaticText");
     Manage(this);
 }
 
 wxsPanel::wxsPanel(wxWindow* parent, wxWindowID id, const wxPoint& pos, const wxSize& size,
                    long style, const wxString& name)
     : wxPanel(parent, id, pos, size, style, name) {
+    CALL_ENTRY("wxsPanel::wxsPanel");
     Manage(this);
 }
 
@@ -1185,6 +1265,7 @@ wxsBitmapButton::wxsBitmapButton(wxWindow* parent, wxWindowID id, const wxBitmap
                                  const wxPoint& pos, const wxSize& size, long style,
                                  const wxValidator& validator, const wxString& name)
     : wxBitmapButton(parent, id, bitmap, pos, size, style, validator, name) {
+    CALL_ENTRY("wxsBitmapButton::wxsBitmapButton");
     Manage(this);
 }
 

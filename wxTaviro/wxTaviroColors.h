@@ -127,15 +127,15 @@ public:
     void SetBackgroundSlot(const String& slot, int offset = 0);
     void SetDisabledForegroundSlot(const String& slot, int offset = 0);
     void SetDisabledBackgroundSlot(const String& slot, int offset = 0);
-    const String& GetForegroundSlot() const { return m_EnabledFgSlot; }
-    const String& GetBackgroundSlot() const { return m_EnabledBgSlot; }
-    const String& GetDisabledForegroundSlot() const { return m_DisabledFgSlot; }
-    const String& GetDisabledBackgroundSlot() const { return m_DisabledBgSlot; }
-    int GetForegroundOffset() const { return m_EnabledFgOffset; }
-    int GetBackgroundOffset() const { return m_EnabledBgOffset; }
-    int GetDisabledForegroundOffset() const { return m_DisabledFgOffset; }
-    int GetDisabledBackgroundOffset() const { return m_DisabledBgOffset; }
-    wxWindow* GetManagedWindow() const { return m_Window; }
+    const String& GetForegroundSlot() const;
+    const String& GetBackgroundSlot() const;
+    const String& GetDisabledForegroundSlot() const;
+    const String& GetDisabledBackgroundSlot() const;
+    int GetForegroundOffset() const;
+    int GetBackgroundOffset() const;
+    int GetDisabledForegroundOffset() const;
+    int GetDisabledBackgroundOffset() const;
+    wxWindow* GetManagedWindow() const;
 
 protected:
     String m_EnabledFgSlot;
@@ -206,7 +206,7 @@ public:
     bool IsDefault() const;
     // Applies or removes the hover shade (+25 on both enabled offsets); idempotent.
     void Hilight(bool on);
-    bool IsHilighted() const { return m_Hovered; }
+    bool IsHilighted() const;
     // Sends the button event as if clicked (disabled meanwhile, so no second click arrives).
     void EmulateClick();
 
@@ -228,8 +228,8 @@ public:
     void Size(wxSizeEvent& event);
 
     // The fonts shared by all buttons (valid after the first button is made).
-    static const wxFont& GetNormalFont() { return s_NormalFont; }
-    static const wxFont& GetDefaultFont() { return s_DefaultFont; }
+    static const wxFont& GetNormalFont();
+    static const wxFont& GetDefaultFont();
 
 private:
     friend class _ButtonFontsModule;
@@ -261,8 +261,8 @@ public:
     void SetValue(bool value) override;
     bool Enable(bool enable = true) override;
     void SetLabel(const wxString& label) override;
-    bool HasTransparentBackground() override { return false; }
-    bool IsHovered() const { return m_Hovered; }
+    bool HasTransparentBackground() override;
+    bool IsHovered() const;
 
     // Where the parts go in a client area of the given size; paint and hit-testing share it.
     struct Geometry {

@@ -45,13 +45,18 @@ TEST(ColorsPaletteFresh, TextIsUnsetBeforeAnySchemeIsApplied) {
 using ColorsPalette = ColorsFixture;
 
 TEST_F(ColorsPalette, UnknownNamesAreStoredUnsetAndNamesAreCaseSensitive) {
-    EXPECT_FALSE(wxsGetColor("NoSuchSlot").IsOk());
-    wxsSetColor("NoSuchSlot", Rgb(1, 2, 3));
-    EXPECT_COLOUR(wxsGetColor("NoSuchSlot"), Rgb(1, 2, 3));
+    // The palette outlives the test (and repeats of it): use names never used before.
+    static int s_Run = 0;
+    const String unknown = "NoSuchSlot" + String::FromInt(++s_Run);
+    EXPECT_FALSE(wxsGetColor(unknown).IsOk());
+    EXPECT_FALSE(wxsGetColor(unknown).IsOk()); // stored unset, still unset
+    wxsSetColor(unknown, Rgb(1, 2, 3));
+    EXPECT_COLOUR(wxsGetColor(unknown), Rgb(1, 2, 3));
 
     EXPECT_TRUE(wxsGetColor("Text").IsOk());
-    EXPECT_FALSE(wxsGetColor("text").IsOk()); // another slot, never set
-    wxsSetColor("text", Rgb(9, 9, 9));
+    const String lower = "text" + String::FromInt(s_Run); // another slot than "Text..."
+    wxsSetColor("Text" + String::FromInt(s_Run), Rgb(9, 9, 9));
+    EXPECT_FALSE(wxsGetColor(lower).IsOk());
     EXPECT_COLOUR(wxsGetColor("Text"), Rgb(235, 235, 235));
 
     // An invalid colour is stored as it is.
