@@ -118,12 +118,18 @@ TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
         }
     });
 
+    // At least 1,000,000 emissions; more if the churn has not yet overlapped them enough
+    // (a busy machine may run the emitters faster than the churn threads start).
+    std::atomic<long> emitted{0};
     std::vector<std::thread> emitters;
     for (int t = 0; t < kEmitters; ++t)
         emitters.emplace_back([&, t] {
-            for (long i = 0; i < kPerEmitter; ++i) {
+            for (long i = 0; i < kPerEmitter || churned.load() < 100; ++i) {
+                // The signal's mutex is not fair: leave the churn threads room to run.
+                if (i % 256 == 0 && churned.load() < 100) std::this_thread::yield();
                 if (i % 4 == 0) pingSignal.Emit();
                 valueSignal.Emit(t);
+                emitted.fetch_add(1, std::memory_order_relaxed);
             }
         });
     for (auto& e : emitters)
@@ -133,19 +139,20 @@ TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
     disconnector.join();
     allDropper.join();
 
-    EXPECT_EQ(permanentRecord.calls.load(), kEmitters * kPerEmitter);
+    EXPECT_GE(emitted.load(), kEmitters * kPerEmitter);
+    EXPECT_EQ(permanentRecord.calls.load(), emitted.load());
     long late = 0, churnCalls = 0;
     for (auto& r : records) {
         late += r->lateCalls.load();
         churnCalls += r->calls.load();
     }
     EXPECT_EQ(late, 0) << "a slot ran after its disconnect or its owner's destruction returned";
-    EXPECT_GT(churned.load(), 100); // the churn really overlapped the emissions
+    EXPECT_GE(churned.load(), 100); // the churn really overlapped the emissions
     EXPECT_GT(churnCalls, 0);
     EXPECT_EQ(valueSignal.ConnectionCount(), 1u); // only the permanent owner remains
     EXPECT_EQ(pingSignal.ConnectionCount(), 0u);
-    printf("signal stress: %ld emissions, %ld churn cycles, %ld churn-slot calls\n",
-           kEmitters * kPerEmitter, churned.load(), churnCalls);
+    printf("signal stress: %ld emissions, %ld churn cycles, %ld churn-slot calls\n", emitted.load(),
+           churned.load(), churnCalls);
 }
 
 // A dying signal and a dying owner on two threads: there is only one lock order, so no
