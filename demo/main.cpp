@@ -34,7 +34,8 @@ enum {
     ID_OPEN_LOAD,
     ID_SCHEME_FIRST, // five scheme items follow
 };
-const char* const k_SchemeNames[] = {"&Light", "L&ighter", "&Dark", "D&arker", "&Custom (Colors.ini)"};
+const char* const k_SchemeNames[] = {"&Light", "L&ighter", "&Dark", "D&arker",
+                                     "&Custom (Colors.ini)"};
 
 // ---- secondary windows ----
 
@@ -42,7 +43,8 @@ const char* const k_SchemeNames[] = {"&Light", "L&ighter", "&Dark", "D&arker", "
 class _UserWindow : public wxFrame {
 public:
     _UserWindow(wxWindow* parent, const wxString& title, const String& section, const String& group)
-        : wxFrame(parent, wxID_ANY, title, wxDefaultPosition, wxSize(460, 320)), m_Section(section) {
+        : wxFrame(parent, wxID_ANY, title, wxDefaultPosition, wxSize(460, 320)),
+          m_Section(section) {
         static int s_Cascade = 0;
         wxSetWindowPos(this, section, 20 * (s_Cascade++ % 8));
         Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& e) {
@@ -58,14 +60,16 @@ private:
 
 class _JobsWindow : public _UserWindow {
 public:
-    _JobsWindow(wxWindow* parent, TaviroApp* farm) : _UserWindow(parent, "Jobs", "Jobs Window", "Jobs") {
+    _JobsWindow(wxWindow* parent, TaviroApp* farm)
+        : _UserWindow(parent, "Jobs", "Jobs Window", "Jobs") {
         auto* list = new wxListCtrl(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxLC_REPORT);
         list->AppendColumn("Job", wxLIST_FORMAT_LEFT, FromDIP(200));
         list->AppendColumn("Status", wxLIST_FORMAT_LEFT, FromDIP(100));
         list->AppendColumn("Progress", wxLIST_FORMAT_RIGHT, FromDIP(80));
         // A snapshot of the first jobs; the library's virtual list takes over this role.
         auto jobs = farm->GetAllJobs();
-        std::sort(jobs.begin(), jobs.end(), [](const JobPtr& a, const JobPtr& b) { return a->Name() < b->Name(); });
+        std::sort(jobs.begin(), jobs.end(),
+                  [](const JobPtr& a, const JobPtr& b) { return a->Name() < b->Name(); });
         for (size_t i = 0; i < jobs.size() && i < 500; ++i) {
             const long row = list->InsertItem((long)i, wxFromString(jobs[i]->Name()));
             list->SetItem(row, 1, JobStatusName(jobs[i]->GetStatus()));
@@ -95,7 +99,8 @@ private:
         if (m_Seen == m_Total) return;
         const size_t first = m_Total - m_Lines.size(); // number of the oldest line still kept
         wxString add;
-        for (size_t n = std::max(m_Seen, first); n < m_Total; ++n) add << m_Lines[n - first] << "\n";
+        for (size_t n = std::max(m_Seen, first); n < m_Total; ++n)
+            add << m_Lines[n - first] << "\n";
         m_Seen = m_Total;
         m_Text->AppendText(add);
     }
@@ -111,13 +116,17 @@ private:
 class _MainFrame : public wxFrame {
 public:
     explicit _MainFrame(wxTaviroApp* app)
-        : wxFrame(nullptr, wxID_ANY, "Taviro demo", wxDefaultPosition, wxSize(980, 640)), m_App(app) {
+        : wxFrame(nullptr, wxID_ANY, "Taviro demo", wxDefaultPosition, wxSize(980, 640)),
+          m_App(app) {
         BuildMenus();
         BuildControls();
         // The scheme loaded from Colors.ini; any number but 1 to 5 shows Dark.
-        GetMenuBar()->Check(ID_SCHEME_FIRST + (g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme - 1 : 2), true);
-        Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_CONNECT_EVENT), [this](wxCommandEvent&) { ShowConnection(true); });
-        Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_DISCONNECT_EVENT), [this](wxCommandEvent&) { ShowConnection(false); });
+        GetMenuBar()->Check(ID_SCHEME_FIRST + (g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme - 1 : 2),
+                            true);
+        Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_CONNECT_EVENT),
+             [this](wxCommandEvent&) { ShowConnection(true); });
+        Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_DISCONNECT_EVENT),
+             [this](wxCommandEvent&) { ShowConnection(false); });
         Bind(wxEVT_CLOSE_WINDOW, &_MainFrame::OnClose, this);
         Bind(wxEVT_MENU_OPEN, [this](wxMenuEvent& e) {
             if (e.GetMenu() == m_WindowMenu) wxGetOpenWindowMenu(); // refilled on each opening
@@ -154,7 +163,8 @@ private:
         view->Append(ID_OPEN_LOG, "Farm &log\tCtrl+L");
         view->Append(ID_OPEN_LOAD, "Engine load &history");
         auto* colours = new wxMenu;
-        for (int i = 0; i < 5; ++i) colours->AppendRadioItem(ID_SCHEME_FIRST + i, k_SchemeNames[i]);
+        for (int i = 0; i < 5; ++i)
+            colours->AppendRadioItem(ID_SCHEME_FIRST + i, k_SchemeNames[i]);
         auto* bar = new wxMenuBar;
         bar->Append(farm, "&Farm");
         bar->Append(view, "&View");
@@ -162,21 +172,37 @@ private:
         m_WindowMenu = wxGetOpenWindowMenu();
         bar->Append(m_WindowMenu, "&Window");
         SetMenuBar(bar);
-        Bind(wxEVT_MENU, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
-        Bind(wxEVT_MENU, [this](wxCommandEvent&) {
-            if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
-        }, ID_SHUTDOWN);
-        Bind(wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, wxID_EXIT);
-        Bind(wxEVT_MENU, [this](wxCommandEvent& e) { SetScheme(e.GetId() - ID_SCHEME_FIRST + 1); },
-             ID_SCHEME_FIRST, ID_SCHEME_FIRST + 4);
-        Bind(wxEVT_MENU, [this](wxCommandEvent&) { (new _JobsWindow(this, m_App))->Show(); }, ID_OPEN_JOBS);
-        Bind(wxEVT_MENU, [this](wxCommandEvent&) {
-            (new _TextWindow(this, "Farm log", "Log Window", "Logs", m_Lines, m_LinesTotal))->Show();
-        }, ID_OPEN_LOG);
-        Bind(wxEVT_MENU, [this](wxCommandEvent&) {
-            (new _TextWindow(this, "Engine load history", "Load Window", "Monitors", m_LoadHistory, m_LoadTotal))
-                ->Show();
-        }, ID_OPEN_LOAD);
+        Bind(
+            wxEVT_MENU, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
+        Bind(
+            wxEVT_MENU,
+            [this](wxCommandEvent&) {
+                if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
+            },
+            ID_SHUTDOWN);
+        Bind(
+            wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, wxID_EXIT);
+        Bind(
+            wxEVT_MENU, [this](wxCommandEvent& e) { SetScheme(e.GetId() - ID_SCHEME_FIRST + 1); },
+            ID_SCHEME_FIRST, ID_SCHEME_FIRST + 4);
+        Bind(
+            wxEVT_MENU, [this](wxCommandEvent&) { (new _JobsWindow(this, m_App))->Show(); },
+            ID_OPEN_JOBS);
+        Bind(
+            wxEVT_MENU,
+            [this](wxCommandEvent&) {
+                (new _TextWindow(this, "Farm log", "Log Window", "Logs", m_Lines, m_LinesTotal))
+                    ->Show();
+            },
+            ID_OPEN_LOG);
+        Bind(
+            wxEVT_MENU,
+            [this](wxCommandEvent&) {
+                (new _TextWindow(this, "Engine load history", "Load Window", "Monitors",
+                                 m_LoadHistory, m_LoadTotal))
+                    ->Show();
+            },
+            ID_OPEN_LOAD);
     }
 
     void BuildControls() {
@@ -192,10 +218,14 @@ private:
         m_LinkButton = new wxButton(panel, ID_LINK, "&Disconnect");
         top->Add(m_LinkButton, 0, wxALL, gap);
         top->Add(new wxButton(panel, ID_SHUTDOWN, "Order &shutdown"), 0, wxALL, gap);
-        panel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
-        panel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
-            if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
-        }, ID_SHUTDOWN);
+        panel->Bind(
+            wxEVT_BUTTON, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
+        panel->Bind(
+            wxEVT_BUTTON,
+            [this](wxCommandEvent&) {
+                if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
+            },
+            ID_SHUTDOWN);
 
         auto* body = new wxBoxSizer(wxHORIZONTAL);
         m_Counts = new wxListCtrl(panel, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(260, -1)),
@@ -219,14 +249,18 @@ private:
 
     void ToggleLink() {
         if (auto* master = m_App->GetSimulatedMaster()) {
-            if (master->IsConnected()) master->Disconnect();
-            else master->Reconnect();
+            if (master->IsConnected())
+                master->Disconnect();
+            else
+                master->Reconnect();
         }
     }
 
     void ShowConnection(bool connected) {
-        const String master = m_App->GetMessenger() ? m_App->GetMessenger()->GetMasterName() : String("no");
-        m_State->SetLabel(connected ? "Connected to the " + wxFromString(master) + " master" : wxString("Disconnected"));
+        const String master =
+            m_App->GetMessenger() ? m_App->GetMessenger()->GetMasterName() : String("no");
+        m_State->SetLabel(connected ? "Connected to the " + wxFromString(master) + " master"
+                                    : wxString("Disconnected"));
         m_State->SetForegroundColour(connected ? wxColour(0, 130, 60) : wxColour(190, 40, 30));
         m_LinkButton->SetLabel(connected ? "&Disconnect" : "&Reconnect");
         GetMenuBar()->SetLabel(ID_LINK, connected ? "&Disconnect\tCtrl+D" : "&Reconnect\tCtrl+D");
@@ -237,9 +271,15 @@ private:
     void OnFarmMessage(const Message& m) {
         ++m_Messages;
         switch (m.GetType()) {
-        case k_MsgLogLine: AddLine(wxFromString(m.Get("Text"))); break;
-        case k_MsgJobRemoved: AddLine("Removed job " + wxFromString(m.GetJob().ToString())); break;
-        case k_MsgJobBatch: AddLine(wxString::Format("Received %zu jobs", m.m_Batch.size())); break;
+        case k_MsgLogLine:
+            AddLine(wxFromString(m.Get("Text")));
+            break;
+        case k_MsgJobRemoved:
+            AddLine("Removed job " + wxFromString(m.GetJob().ToString()));
+            break;
+        case k_MsgJobBatch:
+            AddLine(wxString::Format("Received %zu jobs", m.m_Batch.size()));
+            break;
         case k_MsgEngineLoad:
             m_Load = wxFromString(m.Get("Load"));
             m_LoadHistory.push_back(wxDateTime::Now().FormatISOTime() + "  " + m_Load + "%");
@@ -249,9 +289,11 @@ private:
         case k_MsgJobChanged:
             if (m.m_Params.count(p_Status))
                 if (JobPtr job = m_App->FindJob(m.GetJob()))
-                    AddLine(wxFromString(job->Name()) + " is now " + JobStatusName(job->GetStatus()));
+                    AddLine(wxFromString(job->Name()) + " is now " +
+                            JobStatusName(job->GetStatus()));
             break;
-        default: break;
+        default:
+            break;
         }
     }
 
@@ -276,14 +318,17 @@ private:
         if (m_NewLines > 0) {
             m_List->Freeze();
             const size_t from = m_Lines.size() - std::min(m_NewLines, m_Lines.size());
-            for (size_t i = from; i < m_Lines.size(); ++i) m_List->Append(m_Lines[i]);
-            while (m_List->GetCount() > 200) m_List->Delete(0);
+            for (size_t i = from; i < m_Lines.size(); ++i)
+                m_List->Append(m_Lines[i]);
+            while (m_List->GetCount() > 200)
+                m_List->Delete(0);
             m_List->EnsureVisible(m_List->GetCount() - 1);
             m_List->Thaw();
             m_NewLines = 0;
         }
-        SetStatusText(wxString::Format("%zu jobs, %llu messages handled, %zu open windows", all, m_Messages,
-                                       OpenWindows::_this->GetEntries().size()), 0);
+        SetStatusText(wxString::Format("%zu jobs, %llu messages handled, %zu open windows", all,
+                                       m_Messages, OpenWindows::_this->GetEntries().size()),
+                      0);
         SetStatusText("Engine load: " + (m_Load.empty() ? wxString("-") : m_Load + "%"), 1);
     }
 
@@ -363,11 +408,15 @@ private:
             const wxString a = argv[i];
             if ((a == "--screenshot" || a == "--exit-after") && i + 1 < argc) {
                 const wxString v = argv[++i];
-                if (a == "--screenshot") m_Screenshot = v;
-                else m_ExitAfter = wxAtoi(v);
+                if (a == "--screenshot")
+                    m_Screenshot = v;
+                else
+                    m_ExitAfter = wxAtoi(v);
             } else if ((a == "--scheme" || a == "--page") && i + 1 < argc) {
-                if (a == "--scheme") m_Scheme = wxAtoi(argv[++i]);
-                else m_Page = argv[++i];
+                if (a == "--scheme")
+                    m_Scheme = wxAtoi(argv[++i]);
+                else
+                    m_Page = argv[++i];
             } else if (a == "--open-windows") {
                 m_OpenWindows = true;
             } else {
@@ -381,7 +430,8 @@ private:
         }
         m_Args = args;
         m_ArgPtrs.clear();
-        for (auto& s : m_Args) m_ArgPtrs.push_back(&s[0]);
+        for (auto& s : m_Args)
+            m_ArgPtrs.push_back(&s[0]);
         m_ArgPtrs.push_back(nullptr);
         argc = (int)m_Args.size();
         argv.Init(argc, m_ArgPtrs.data());

@@ -85,8 +85,10 @@ void Log::Write(LogLevel level, const String& text) {
     line.push_back('\n');
 
     std::lock_guard<std::mutex> l(m_Mutex);
-    if (toFile && m_Fd >= 0) WriteAll(m_Fd, line.data(), line.size());
-    else if (toFile && !m_EverOpened && m_Early.size() < 256 * 1024) m_Early += line;
+    if (toFile && m_Fd >= 0)
+        WriteAll(m_Fd, line.data(), line.size());
+    else if (toFile && !m_EverOpened && m_Early.size() < 256 * 1024)
+        m_Early += line;
     if (toEcho) WriteAll(2, line.data(), line.size());
 }
 

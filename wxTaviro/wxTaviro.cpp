@@ -31,9 +31,11 @@ wxMenu* OpenWindows::GetMenu() {
     if (!m_Menu) {
         m_Menu = new wxMenu;
         if (wxWindow* top = wxTheApp ? wxTheApp->GetTopWindow() : nullptr)
-            top->Bind(wxEVT_MENU, &OpenWindows::OnCommand, this, wxID_OPENWIN_MAIN, wxID_OPENWIN_COLLECTALL);
+            top->Bind(wxEVT_MENU, &OpenWindows::OnCommand, this, wxID_OPENWIN_MAIN,
+                      wxID_OPENWIN_COLLECTALL);
     } else {
-        while (m_Menu->GetMenuItemCount() > 0) m_Menu->Destroy(m_Menu->FindItemByPosition(0));
+        while (m_Menu->GetMenuItemCount() > 0)
+            m_Menu->Destroy(m_Menu->FindItemByPosition(0));
     }
     if (m_Entries.empty()) {
         m_Menu->Append(wxID_ANY, "No open windows")->Enable(false);
@@ -50,10 +52,12 @@ wxMenu* OpenWindows::GetMenu() {
     for (const auto& g : groups) {
         m_Menu->AppendSeparator();
         if (!g.first.empty()) m_Menu->Append(wxID_ANY, wxString::FromUTF8(g.first))->Enable(false);
-        for (const auto& item : g.second) m_Menu->Append(item.first, item.second->GetTitle());
+        for (const auto& item : g.second)
+            m_Menu->Append(item.first, item.second->GetTitle());
     }
     m_Menu->AppendSeparator();
-    m_Menu->Append(wxID_OPENWIN_COLLECTALL, "Collect All", "Center all open windows over the main window");
+    m_Menu->Append(wxID_OPENWIN_COLLECTALL, "Collect All",
+                   "Center all open windows over the main window");
     m_Menu->Append(wxID_OPENWIN_CLOSEALL, "Close All");
     return m_Menu;
 }
@@ -74,7 +78,8 @@ void OpenWindows::OnClose(wxCloseEvent& e) {
 
 void OpenWindows::RecheckClosed(wxTopLevelWindow* window, size_t index, Datum datum) {
     bool alive = false;
-    for (wxWindow* t : wxTopLevelWindows) alive = alive || t == window; // no use of a dead pointer
+    for (wxWindow* t : wxTopLevelWindows)
+        alive = alive || t == window; // no use of a dead pointer
     if (!alive || window->IsBeingDeleted() || wxPendingDelete.Member(window)) return;
     for (const Datum& d : m_Entries)
         if (d.window == window) return;
@@ -89,10 +94,12 @@ void OpenWindows::OnCommand(wxCommandEvent& e) {
         if (top) top->Raise();
     } else if (id == wxID_OPENWIN_COLLECTALL) {
         const std::vector<Datum> snapshot = m_Entries;
-        for (const Datum& d : snapshot) CenterOnDisplay(top, d.window);
+        for (const Datum& d : snapshot)
+            CenterOnDisplay(top, d.window);
     } else if (id == wxID_OPENWIN_CLOSEALL) {
         const std::vector<Datum> snapshot = m_Entries;
-        for (const Datum& d : snapshot) d.window->Close(false);
+        for (const Datum& d : snapshot)
+            d.window->Close(false);
     } else if (id >= wxID_OPENWIN_FIRST && id < wxID_OPENWIN_FIRST + (int)m_Entries.size()) {
         m_Entries[(size_t)(id - wxID_OPENWIN_FIRST)].window->Raise();
     }
@@ -115,14 +122,18 @@ void OpenWindows::CenterOnDisplay(wxWindow* reference, wxWindow* window) {
     window->Thaw();
 }
 
-void OpenWindows::Clear() { m_Entries.clear(); }
+void OpenWindows::Clear() {
+    m_Entries.clear();
+}
 
 void wxOpenUserWindow(wxTopLevelWindow* window, const String& group) {
     CALL_ENTRY("wxOpenUserWindow");
     OpenWindows::_this->AddWindow(window, group);
 }
 
-wxMenu* wxGetOpenWindowMenu() { return OpenWindows::_this->GetMenu(); }
+wxMenu* wxGetOpenWindowMenu() {
+    return OpenWindows::_this->GetMenu();
+}
 
 // ---- window placement ----
 
@@ -166,9 +177,11 @@ void wxSetWindowPos(wxWindow* window, const String& section, int offset) {
         StringTokenizer tokens(text, ",", false, '"', '\\');
         long v[4];
         int n = 0;
-        while (n < 4 && tokens.HasMoreTokens()) v[n++] = strtol(tokens.NextToken().c_str(), nullptr, 10);
+        while (n < 4 && tokens.HasMoreTokens())
+            v[n++] = strtol(tokens.NextToken().c_str(), nullptr, 10);
         if (n == 4) {
-            window->SetSize((int)v[0] + offset, (int)v[1] + offset, (int)v[2], (int)v[3], wxSIZE_AUTO);
+            window->SetSize((int)v[0] + offset, (int)v[1] + offset, (int)v[2], (int)v[3],
+                            wxSIZE_AUTO);
             placed = !window->IsShown() || _DisplayOf(window) != wxNOT_FOUND;
         }
     }

@@ -14,7 +14,6 @@
 #include <wx/sysopt.h>
 #include <wx/tooltip.h>
 
-
 // ---- event types and helpers ----
 
 // In this order, once.
@@ -60,15 +59,24 @@ wxString wxFromString(const String& text) {
 
 LogLevel wxTaviroLog::MapLevel(wxLogLevel level) {
     switch (level) {
-    case wxLOG_FatalError: return (LogLevel)0;
-    case wxLOG_Error: return (LogLevel)1;
-    case wxLOG_Warning: return (LogLevel)3;
-    case wxLOG_Message: return (LogLevel)4;
-    case wxLOG_Status: return (LogLevel)4;
-    case wxLOG_Info: return (LogLevel)5;
-    case wxLOG_Debug: return (LogLevel)6;
-    case wxLOG_Trace: return (LogLevel)6;
-    default: return (LogLevel)5;
+    case wxLOG_FatalError:
+        return (LogLevel)0;
+    case wxLOG_Error:
+        return (LogLevel)1;
+    case wxLOG_Warning:
+        return (LogLevel)3;
+    case wxLOG_Message:
+        return (LogLevel)4;
+    case wxLOG_Status:
+        return (LogLevel)4;
+    case wxLOG_Info:
+        return (LogLevel)5;
+    case wxLOG_Debug:
+        return (LogLevel)6;
+    case wxLOG_Trace:
+        return (LogLevel)6;
+    default:
+        return (LogLevel)5;
     }
 }
 
@@ -103,11 +111,11 @@ wxRendererNative* wxsTraits::CreateRenderer() {
 
 wxBEGIN_EVENT_TABLE(wxTaviroApp, wxApp)
     EVT_COMMAND(wxID_ANY, wxTAVIRO_MESSAGE_EVENT, wxTaviroApp::OnMessage)
-    EVT_QUERY_END_SESSION(wxTaviroApp::_EndSession)
-    EVT_CHAR_HOOK(wxTaviroApp::KeyboardHook)
-wxEND_EVENT_TABLE()
+        EVT_QUERY_END_SESSION(wxTaviroApp::_EndSession) EVT_CHAR_HOOK(wxTaviroApp::KeyboardHook)
+            wxEND_EVENT_TABLE()
 
-wxTaviroApp::wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel) : TaviroClientApp(fileLevel, echoLevel) {
+                wxTaviroApp::wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel)
+    : TaviroClientApp(fileLevel, echoLevel) {
     CALL_ENTRY("wxTaviroApp::wxTaviroApp");
     // A static member function cannot sit in the event table; bound here instead.
     Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
@@ -139,10 +147,12 @@ bool wxTaviroApp::OnInit() {
     wxSystemOptions::SetOption("msw.notebook.themed-background", 0);
 
     std::vector<String> args;
-    for (int i = 0; i < argc; ++i) args.push_back(wxToString(argv[i]));
+    for (int i = 0; i < argc; ++i)
+        args.push_back(wxToString(argv[i]));
     CommandLine commandLine(args);
 
-    OptionsFile* options = Application::the_Application ? Application::the_Application->GetOptions() : nullptr;
+    OptionsFile* options =
+        Application::the_Application ? Application::the_Application->GetOptions() : nullptr;
     bool started;
     {
         OptionsFile::Pause pause(options); // one write at the end, success or not
@@ -165,12 +175,13 @@ bool wxTaviroApp::OnInit() {
 void wxTaviroApp::_ReportStartupError() {
     const String name = GetName().empty() ? wxToString(argc > 0 ? argv[0] : wxString()) : GetName();
     const wxString text = wxString::Format(
-        wxGetTranslation("%s failed to start:\n\nPlease check the following:\n1. Taviro is correctly "
-                         "installed and all libraries and modules are accessible\n\n2. The current "
-                         "user '%s' has permission to create and delete log files in the folder:\n%s"
-                         "\n\nCheck the startup log file for more information:\n%s"),
-        wxFromString(name), wxFromString(Platform::GetCurrentUserName()), wxFromString(GetLogFolder()),
-        wxFromString(Log::s_GlobalLog->GetFileName()));
+        wxGetTranslation(
+            "%s failed to start:\n\nPlease check the following:\n1. Taviro is correctly "
+            "installed and all libraries and modules are accessible\n\n2. The current "
+            "user '%s' has permission to create and delete log files in the folder:\n%s"
+            "\n\nCheck the startup log file for more information:\n%s"),
+        wxFromString(name), wxFromString(Platform::GetCurrentUserName()),
+        wxFromString(GetLogFolder()), wxFromString(Log::s_GlobalLog->GetFileName()));
     wxMessageBox(text, wxGetTranslation("Startup Error"), wxOK | wxCENTRE);
 }
 
@@ -189,7 +200,9 @@ int wxTaviroApp::OnRun() {
     }
 }
 
-bool wxTaviroApp::OnExceptionInMainLoop() { throw; }
+bool wxTaviroApp::OnExceptionInMainLoop() {
+    throw;
+}
 
 int wxTaviroApp::OnExit() {
     CALL_ENTRY("wxTaviroApp::OnExit");
@@ -197,7 +210,8 @@ int wxTaviroApp::OnExit() {
     OpenWindows::_this->Clear();
     int result;
     {
-        OptionsFile* options = Application::the_Application ? Application::the_Application->GetOptions() : nullptr;
+        OptionsFile* options =
+            Application::the_Application ? Application::the_Application->GetOptions() : nullptr;
         OptionsFile::Pause pause(options);
         Cleanup();
         result = wxAppBase::OnExit();
@@ -210,22 +224,32 @@ int wxTaviroApp::OnExit() {
     return result;
 }
 
-int wxTaviroApp::Execute() { return 0; }
+int wxTaviroApp::Execute() {
+    return 0;
+}
 
 bool wxTaviroApp::RequestHasFailed(const String& text) {
     CALL_ENTRY("wxTaviroApp::RequestHasFailed");
     const wxString message = "Master reports error:\n" + wxFromString(text);
     LogInfo(wxToString(message));
     // Shown on the GUI thread whichever thread reports it.
-    auto show = [message, this] { wxMessageBox(message, wxFromString(GetName()), wxOK | wxCENTRE); };
-    if (wxThread::IsMain()) show();
-    else CallAfter(show);
+    auto show = [message, this] {
+        wxMessageBox(message, wxFromString(GetName()), wxOK | wxCENTRE);
+    };
+    if (wxThread::IsMain())
+        show();
+    else
+        CallAfter(show);
     return false;
 }
 
-wxAppTraits* wxTaviroApp::CreateTraits() { return new wxsTraits; }
+wxAppTraits* wxTaviroApp::CreateTraits() {
+    return new wxsTraits;
+}
 
-wxTaviroExecutable* wxTaviroApp::GetExecutable() { return g_Executable; }
+wxTaviroExecutable* wxTaviroApp::GetExecutable() {
+    return g_Executable;
+}
 
 // ---- messenger bridge ----
 
@@ -233,15 +257,19 @@ void wxTaviroApp::EnableMessageProcessing() {
     g_Registered = dynamic_cast<wxTaviroApp*>(Application::the_Application);
 }
 
-void wxTaviroApp::DisableMessageProcessing() { g_Registered = nullptr; }
+void wxTaviroApp::DisableMessageProcessing() {
+    g_Registered = nullptr;
+}
 
-wxTaviroApp* wxTaviroApp::GetRegistered() { return g_Registered.load(); }
+wxTaviroApp* wxTaviroApp::GetRegistered() {
+    return g_Registered.load();
+}
 
 bool wxTaviroApp::IsMessageProcessingEnabled() const {
     wxTaviroApp* registered = g_Registered.load();
     // Literal: with nothing registered and no application this also answers true.
-    return static_cast<Application*>(registered ? static_cast<TaviroClientApp*>(registered) : nullptr) ==
-           Application::the_Application;
+    return static_cast<Application*>(registered ? static_cast<TaviroClientApp*>(registered)
+                                                : nullptr) == Application::the_Application;
 }
 
 void wxTaviroApp::ProcessNextMessage() {
@@ -249,7 +277,9 @@ void wxTaviroApp::ProcessNextMessage() {
     if (wxTaviroApp* app = g_Registered.load()) app->DispatchMessage();
 }
 
-void wxTaviroApp::OnMessage(wxCommandEvent&) { ProcessNextMessage(); }
+void wxTaviroApp::OnMessage(wxCommandEvent&) {
+    ProcessNextMessage();
+}
 
 void wxTaviroApp::_Connect(MessengerConnectedEvt&) {
     if (wxWindow* top = GetTopWindow()) {
@@ -303,7 +333,8 @@ void wxTaviroApp::_EndSession(wxCloseEvent&) {
 void wxTaviroApp::KeyboardHook(wxKeyEvent& e) {
     if (e.GetKeyCode() == 67 && e.ControlDown() && e.ShiftDown()) {
         // The recorded window may have gone since; only a live top-level window is used.
-        wxWindow* w = g_ActiveWindow && IsTopLevel(g_ActiveWindow) ? g_ActiveWindow : GetTopWindow();
+        wxWindow* w =
+            g_ActiveWindow && IsTopLevel(g_ActiveWindow) ? g_ActiveWindow : GetTopWindow();
         if (w) w->Centre(wxBOTH | wxCENTRE_ON_SCREEN);
         return;
     }
@@ -313,8 +344,12 @@ void wxTaviroApp::KeyboardHook(wxKeyEvent& e) {
 void wxTaviroApp::ActivateEvent(wxActivateEvent& e) {
     e.Skip();
     wxWindow* w = wxDynamicCast(e.GetEventObject(), wxWindow);
-    if (e.GetActive()) g_ActiveWindow = w;
-    else if (w && w == g_ActiveWindow) g_ActiveWindow = nullptr;
+    if (e.GetActive())
+        g_ActiveWindow = w;
+    else if (w && w == g_ActiveWindow)
+        g_ActiveWindow = nullptr;
 }
 
-wxWindow* wxTaviroApp::GetActiveWindow() { return g_ActiveWindow; }
+wxWindow* wxTaviroApp::GetActiveWindow() {
+    return g_ActiveWindow;
+}

@@ -43,7 +43,9 @@ class _WindowListener : public ::testing::EmptyTestEventListener {
 
 // A test executable may define its own CreateTestApp (for example to test an application
 // class); this one is used otherwise.
-__attribute__((weak)) wxAppConsole* taviro_test::CreateTestApp() { return new _TestApp; }
+__attribute__((weak)) wxAppConsole* taviro_test::CreateTestApp() {
+    return new _TestApp;
+}
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);

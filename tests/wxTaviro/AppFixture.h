@@ -22,7 +22,8 @@ public:
         delete wxLog::SetActiveTarget(nullptr); // see AppTest::SetUp
         m_Args.assign(args.begin(), args.end());
         m_ArgPtrs.clear();
-        for (auto& a : m_Args) m_ArgPtrs.push_back(&a[0]);
+        for (auto& a : m_Args)
+            m_ArgPtrs.push_back(&a[0]);
         m_ArgPtrs.push_back(nullptr);
         argc = (int)args.size();
         argv.Init(argc, m_ArgPtrs.data());
@@ -59,7 +60,8 @@ private:
 inline TestTaviroApp& App() {
     auto* app = dynamic_cast<TestTaviroApp*>(wxTheApp);
     if (!app) {
-        fprintf(stderr, "the application object is not a TestTaviroApp (CreateTestApp not linked?)\n");
+        fprintf(stderr,
+                "the application object is not a TestTaviroApp (CreateTestApp not linked?)\n");
         abort();
     }
     return *app;
@@ -106,8 +108,15 @@ protected:
         g_NotifyDialogsConnected = nullptr;
     }
     bool Start(const std::vector<String>& extra) {
-        std::vector<String> args = {"/opt/taviro/bin/apptest", "--name", "apptest", "--master", "none",
-                                    "--log-dir", m_Dir + "/logs", "--options", m_Dir + "/apptest.ini"};
+        std::vector<String> args = {"/opt/taviro/bin/apptest",
+                                    "--name",
+                                    "apptest",
+                                    "--master",
+                                    "none",
+                                    "--log-dir",
+                                    m_Dir + "/logs",
+                                    "--options",
+                                    m_Dir + "/apptest.ini"};
         args.insert(args.end(), extra.begin(), extra.end());
         m_Started = App().RealOnInit(args);
         return m_Started;

@@ -150,7 +150,8 @@ TEST(AppTraits, CreateTheThemedRendererOverTheGenericOne) {
 TEST_F(AppTest, MainLoopRestartsAfterARecoverableException) {
     wxWindow* top = TopWindow();
     int afterwards = 0;
-    top->Bind(wxEVT_MENU, [](wxCommandEvent&) { throw new Exception(0x1234, "boom"); }, 7001);
+    top->Bind(
+        wxEVT_MENU, [](wxCommandEvent&) { throw new Exception(0x1234, "boom"); }, 7001);
     // Queued once the exception has been handed over: only a restarted loop can run it.
     App().m_OnException = [&] {
         App().CallAfter([&] {
