@@ -30,14 +30,10 @@ using Strings = std::vector<String>;
 
 TEST(UID, GeneratedIdentifiersAreDistinctAndNotNull) {
     std::set<UID> seen;
-    for (int i = 0; i < 1000; ++i) {
-        const UID u(true);
-        EXPECT_FALSE(u.IsNull());
-        EXPECT_NE(u, UID::Null);
-        seen.insert(u);
-    }
+    for (int i = 0; i < 1000; ++i)
+        seen.insert(UID(true));
     EXPECT_EQ(seen.size(), 1000u);
-    EXPECT_EQ(UID(false), UID::Null);
+    EXPECT_EQ(seen.count(UID::Null), 0u);
     EXPECT_TRUE(UID(false).IsNull());
     EXPECT_TRUE(UID().IsNull());
     EXPECT_EQ(UID::Null.ToString(), "00000000-0000-0000-0000-000000000000");
@@ -49,21 +45,10 @@ TEST(UID, TextFormRoundTrips) {
     const UID known = UID::FromBytes(bytes);
     EXPECT_EQ(known.ToString(), "00010203-0405-0607-0809-abcdef10feff");
     EXPECT_EQ(memcmp(known.Bytes(), bytes, 16), 0);
-
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 20; ++i) {
         const UID u(true);
         const String text = u.ToString();
-        ASSERT_EQ(text.size(), 36u);
-        for (size_t k = 0; k < text.size(); ++k) {
-            if (k == 8 || k == 13 || k == 18 || k == 23)
-                EXPECT_EQ(text[k], '-') << text;
-            else
-                EXPECT_TRUE(isdigit((unsigned char)text[k]) || (text[k] >= 'a' && text[k] <= 'f'))
-                    << text;
-        }
         EXPECT_EQ(UID(text, true), u);
-        EXPECT_EQ(UID("{" + text + "}", true), u);
-        EXPECT_EQ(UID(text.Upper(), true), u);
         EXPECT_EQ(UID("{" + text.Upper() + "}", false), u);
     }
 }
@@ -71,15 +56,14 @@ TEST(UID, TextFormRoundTrips) {
 TEST(UID, BadTextGivesNullOrThrows) {
     const Strings bad = {
         "",
-        "xyz",
         "00010203-0405-0607-0809-abcdef10fef",   // one digit short
         "00010203-0405-0607-0809-abcdef10feff0", // one digit too many
         "0001020304050607-0809-abcdef10feff-",   // dashes misplaced
         "00010203-0405-0607-0809-abcdef10fefg",  // not hex
         "00010203_0405_0607_0809_abcdef10feff",  // wrong separator
+        "00010203-0405-0607-0809- bcdef10feff",  // no white space inside
         "{00010203-0405-0607-0809-abcdef10feff", // unbalanced brace
         "00010203-0405-0607-0809-abcdef10feff}",
-        "00010203-0405-0607-0809- bcdef10feff",
     };
     for (const String& text : bad) {
         EXPECT_TRUE(UID(text, false).IsNull()) << text;
@@ -96,11 +80,9 @@ TEST(UID, UsableAsMapKey) {
     hashed[UID(a.ToString(), true)] = 10; // an equal copy replaces
     ordered[UID(a.ToString(), true)] = 10;
     EXPECT_EQ(hashed.size(), 2u);
-    EXPECT_EQ(ordered.size(), 2u);
-    EXPECT_EQ(hashed.at(a), 10);
     EXPECT_EQ(ordered.at(a), 10);
+    EXPECT_EQ(hashed.at(a), 10);
     EXPECT_EQ(hashed.at(b), 2);
-    EXPECT_EQ(hashed.count(UID::Null), 0u);
     EXPECT_NE(a < b, b < a);
 }
 
@@ -126,42 +108,26 @@ String Long(int64_t micros, int maxParts = 3) {
 }
 } // namespace
 
-TEST(Time, FormatDurationShortNames) {
+TEST(Time, FormatDurationParts) {
     EXPECT_EQ(Short(3723 * kSec), "1h 2m");
     EXPECT_EQ(Short(3723 * kSec, 3), "1h 2m 3s");
     EXPECT_EQ(Short(3723 * kSec, 1), "1h");
-    EXPECT_EQ(Short(45 * kSec), "45s");
-    EXPECT_EQ(Short(0), "0s");
     EXPECT_EQ(Short(999999), "0s"); // below the smallest unit
     EXPECT_EQ(Short(59 * kSec + 999999, 2, Time::k_Minute), "0m");
     EXPECT_EQ(Short(90 * 60 * kSec, 2, Time::k_Second, Time::k_Minute), "90m");
-    EXPECT_EQ(Short(1500000, 2, Time::k_Milli, Time::k_Second), "1s 500ms");
     EXPECT_EQ(Short(1500, 2, Time::k_Micro, Time::k_Milli), "1ms 500us");
     EXPECT_EQ(Short(2 * 86400 * kSec + 3 * 3600 * kSec, 2, Time::k_Second, Time::k_Day), "2d 3h");
-    // A zero part between two shown ones stays.
+    // A zero part between two shown ones stays; trailing zero parts go.
     EXPECT_EQ(Short(3605 * kSec, 3), "1h 0m 5s");
-}
-
-TEST(Time, FormatDurationDropsTrailingZeroParts) {
-    EXPECT_EQ(Short(3600 * kSec, 2), "1h");
-    EXPECT_EQ(Short(3600 * kSec, 3), "1h");
-    EXPECT_EQ(Short(3605 * kSec, 2), "1h"); // "0m" would be the last part shown
+    EXPECT_EQ(Short(3605 * kSec, 2), "1h");
     EXPECT_EQ(Short(86400 * kSec, 3, Time::k_Second, Time::k_Day), "1d");
-    EXPECT_EQ(Short(7200 * kSec, 3, Time::k_Minute), "2h");
-    EXPECT_EQ(Long(3600 * kSec), "1 hour");
-}
-
-TEST(Time, FormatDurationLongNamesPluralise) {
-    EXPECT_EQ(Long(3600 * kSec), "1 hour");
-    EXPECT_EQ(Long(7200 * kSec), "2 hours");
+    // Long names pluralise.
     EXPECT_EQ(Long(3661 * kSec), "1 hour 1 minute 1 second");
     EXPECT_EQ(Long(7322 * kSec), "2 hours 2 minutes 2 seconds");
     EXPECT_EQ(Long(0), "0 seconds");
-    EXPECT_EQ(Long(1 * kSec), "1 second");
 }
 
 TEST(Time, FormatDurationNegative) {
-    EXPECT_EQ(Short(-45 * kSec), "-45s");
     EXPECT_EQ(Short(-3723 * kSec), "-1h 2m");
     EXPECT_EQ(Short(-500000), "0s"); // rounds to zero: no "-0s"
     EXPECT_EQ(Long(-500000), "0 seconds");
@@ -170,21 +136,17 @@ TEST(Time, FormatDurationNegative) {
 }
 
 TEST(Time, FormatDurationWidthAndLimit) {
-    EXPECT_EQ(Time::FormatDuration(45 * kSec, Time::k_Second, Time::k_Hour, 2, true, 6, '.', 0),
-              "...45s");
-    EXPECT_EQ(Time::FormatDuration(45 * kSec, Time::k_Second, Time::k_Hour, 2, true, 2, '.', 0),
-              "45s"); // never cut
-    EXPECT_EQ(Time::FormatDuration(-45 * kSec, Time::k_Second, Time::k_Hour, 2, true, 6, ' ', 0),
-              "  -45s");
+    auto format = [](int64_t micros, int width, char fill, int64_t limit) {
+        return Time::FormatDuration(micros, Time::k_Second, Time::k_Hour, 2, true, width, fill,
+                                    limit);
+    };
     const int64_t hour = 3600 * kSec;
-    const String over =
-        Time::FormatDuration(2 * hour, Time::k_Second, Time::k_Hour, 2, true, 0, ' ', hour);
-    EXPECT_EQ(over.substr(0, 2), "> ");
-    EXPECT_EQ(over, "> 1h");
-    EXPECT_EQ(Time::FormatDuration(hour, Time::k_Second, Time::k_Hour, 2, true, 0, ' ', hour),
-              "1h"); // at the limit is not beyond it
-    EXPECT_EQ(Time::FormatDuration(2 * hour, Time::k_Second, Time::k_Hour, 2, true, 7, '_', hour),
-              "___> 1h");
+    EXPECT_EQ(format(45 * kSec, 6, '.', 0), "...45s");
+    EXPECT_EQ(format(45 * kSec, 2, '.', 0), "45s"); // never cut
+    EXPECT_EQ(format(-45 * kSec, 6, ' ', 0), "  -45s");
+    EXPECT_EQ(format(2 * hour, 0, ' ', hour), "> 1h");
+    EXPECT_EQ(format(hour, 0, ' ', hour), "1h"); // at the limit is not beyond it
+    EXPECT_EQ(format(2 * hour, 7, '_', hour), "___> 1h");
 }
 
 // ---- CommandLine ----
@@ -193,7 +155,6 @@ TEST(CommandLine, ParsesOptionsFlagsAndPositionals) {
     CommandLine cl({"/usr/local/bin/taviro", "--name", "x", "pos1", "--level=3", "--verbose",
                     "pos2", "-", "--", "--notopt", "-x"});
     EXPECT_EQ(cl.GetProgram(), "/usr/local/bin/taviro");
-    EXPECT_EQ(cl.GetProgramName(), "taviro");
     EXPECT_EQ(cl.GetArguments().size(), 10u);
     cl.ParseOptions({"name", "level"}, {"verbose", "quiet"});
     EXPECT_EQ(cl.GetOption("name"), "x");
@@ -223,7 +184,6 @@ TEST(CommandLine, BadOptionsThrowNamingTheOption) {
     };
     const Case cases[] = {
         {{"prog", "--bogus"}, "--bogus"},
-        {{"prog", "a", "--bogus=1"}, "--bogus"},
         {{"prog", "-v"}, "-v"},
         {{"prog", "--name"}, "--name"},
         {{"prog", "--verbose=1"}, "--verbose"},
@@ -238,18 +198,13 @@ TEST(CommandLine, BadOptionsThrowNamingTheOption) {
     }
 }
 
-TEST(CommandLine, NegativeNumbersArePositional) {
-    CommandLine cl(Strings{"prog", "-5", "--name", "x", "-0.5"});
+TEST(CommandLine, NegativeNumbersArePositionalAndArgvWorks) {
+    const char* argv[] = {"./build/bin/tool", "-5", "--name", "x", "-0.5", nullptr};
+    CommandLine cl(5, argv);
     cl.ParseOptions({"name"}, {});
+    EXPECT_EQ(cl.GetProgramName(), "tool");
     EXPECT_EQ(cl.GetOption("name"), "x");
     EXPECT_EQ(cl.GetPositional(), (Strings{"-5", "-0.5"}));
-}
-
-TEST(CommandLine, ProgramNameFromArgv) {
-    const char* argv[] = {"./build/bin/tool", "arg", nullptr};
-    CommandLine cl(2, argv);
-    EXPECT_EQ(cl.GetProgramName(), "tool");
-    EXPECT_EQ(cl.GetPositional(), (Strings{"arg"}));
     EXPECT_EQ(CommandLine({"plain"}).GetProgramName(), "plain");
     EXPECT_EQ(CommandLine().GetProgramName(), "");
 }
@@ -287,7 +242,6 @@ TEST(LibStatic, CleanupAllRunsNewestFirstAndOnce) {
     Probe b("lib", "b", &calls);
     new Probe("other", "c", &calls, true, &heapGone); // deletes itself when cleaned
     EXPECT_EQ(LibStatic::Count(), base + 3);
-    EXPECT_EQ(a.GetLibStaticName(), "lib");
     LibStatic::CleanupAll();
     EXPECT_EQ(calls, (Strings{"c", "b", "a"}));
     EXPECT_TRUE(heapGone);
@@ -387,22 +341,11 @@ TEST(RWLock, WriterMayReadAndWriteAgain) {
     }));
 }
 
-TEST(RWLock, ReadersShare) {
-    RWLock l;
-    RWLock::ReadGuard mine(l);
-    std::atomic<bool> got{false};
-    std::thread t([&] {
-        RWLock::ReadGuard theirs(l);
-        got = true;
-    });
-    EXPECT_TRUE(WaitUntil([&] { return got.load(); }));
-    t.join();
-}
-
 TEST(RWLock, WriterWaitsForReaders) {
     RWLock l;
     l.ReadLock();
     l.ReadLock(); // a reader may read again
+    EXPECT_TRUE(OnOtherThread([&] { return RWLock::ReadGuard(l), true; })); // readers share
     std::atomic<bool> writing{false};
     std::thread t([&] {
         l.WriteLock();
@@ -442,8 +385,6 @@ TEST(Log, WritesRecordsAtOrBelowTheLevel) {
     log.SetEchoLevel(-1);
     log.SetLevel(LL_Warning);
     log.Open(path); // creates the folders
-    EXPECT_EQ(log.GetFileName(), path);
-    EXPECT_GE(log.GetFd(), 0);
     log.Write(LL_Error, "first record");
     log.Write(LL_Debug, "dropped record");
     log.Write(LL_Warning, "second record");
@@ -460,17 +401,14 @@ TEST(Log, WritesRecordsAtOrBelowTheLevel) {
     const String text = File::ReadAll(path);
     EXPECT_EQ(text.find("dropped"), String::npos);
     EXPECT_EQ(text.find("after close"), String::npos);
-    const size_t first = text.find("ERROR"), second = text.find("WARNING"),
-                 third = text.find("FATAL");
-    ASSERT_NE(first, String::npos);
-    ASSERT_NE(second, String::npos);
-    ASSERT_NE(third, String::npos);
-    EXPECT_LT(first, second);
-    EXPECT_LT(second, third);
-    // One line per record, each ending with its text.
-    StringTokenizer lines(text, "\n", true);
-    ASSERT_EQ(lines.CountTokens(), 3u);
-    EXPECT_NE(lines.GetTokens()[0].find("first record"), String::npos);
+    // One line per record, in order, each with its level name and its text.
+    const Strings lines = StringTokenizer(text, "\n", true).GetTokens();
+    ASSERT_EQ(lines.size(), 3u);
+    const char* expected[][2] = {{"ERROR", "first"}, {"WARNING", "second"}, {"FATAL", "third"}};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_NE(lines[i].find(expected[i][0]), String::npos) << lines[i];
+        EXPECT_NE(lines[i].find(expected[i][1]), String::npos) << lines[i];
+    }
     EXPECT_EQ(text.back(), '\n');
 
     // Opening again appends.
@@ -480,5 +418,4 @@ TEST(Log, WritesRecordsAtOrBelowTheLevel) {
     const String more = File::ReadAll(path);
     EXPECT_EQ(more.substr(0, text.size()), text);
     EXPECT_NE(more.find("appended", text.size()), String::npos);
-    EXPECT_STREQ(Log::LevelName(LL_Info), "INFO");
 }

@@ -15,66 +15,47 @@ using ostrum_test::ListDir;
 
 // ---- Path ----
 
-TEST(Path, BranchGivesTheFolder) {
-    EXPECT_EQ(Path("/a/b/c").Branch().ToString(), "/a/b");
-    EXPECT_EQ(Path("/a/b/c/").Branch().ToString(), "/a/b");
-    EXPECT_EQ(Path("/a/b/c").Branch(true).ToString(), "/a/b/c");
-    EXPECT_EQ(Path("/a/b/c/").Branch(true).ToString(), "/a/b/c");
-    EXPECT_EQ(Path("name").Branch().ToString(), "");
-    EXPECT_EQ(Path("").Branch().ToString(), "");
-    EXPECT_EQ(Path("/x").Branch().ToString(), "/");
-    EXPECT_EQ(Path("/").Branch().ToString(), "/");
-    EXPECT_EQ(Path("/").Branch(true).ToString(), "/");
-    EXPECT_EQ(Path("rel/file").Branch().ToString(), "rel");
-}
-
-TEST(Path, BranchNormalizes) {
-    EXPECT_EQ(Path("a//b/./c/").Branch(true).ToString(), "a/b/c");
-    EXPECT_EQ(Path("a//b/./c/").Branch().ToString(), "a/b");
-    EXPECT_EQ(Path("//a///b").Branch(true).ToString(), "/a/b");
-    EXPECT_EQ(Path("/./x/.").Branch(true).ToString(), "/x");
-    EXPECT_EQ(Path("a/../b").Branch(true).ToString(), "a/../b"); // ".." is left alone
-    EXPECT_EQ(Path(".hidden/x").Branch().ToString(), ".hidden");
-    // A relative path stays relative.
-    EXPECT_EQ(Path("./foo").Branch(true).ToString(), "foo");
-    EXPECT_EQ(Path("./foo/bar").Branch().ToString(), "foo");
-    EXPECT_FALSE(Path("./foo/bar").Branch().IsAbsolute());
-    EXPECT_EQ(Path("./foo").Branch().ToString(), "");
+TEST(Path, BranchNormalizesAndLeaf) {
+    const struct {
+        const char* path;
+        bool self;
+        const char* branch;
+    } cases[] = {
+        {"/a/b/c/", false, "/a/b"},  {"/a/b/c/", true, "/a/b/c"},
+        {"name", false, ""},         {"", false, ""},
+        {"/x", false, "/"},          {"/", false, "/"},
+        {"a//b/./c/", false, "a/b"}, {"//a///b", true, "/a/b"},
+        {"/./x/.", true, "/x"},      {"a/../b", true, "a/../b"}, // ".." is left alone
+        {"./foo/bar", false, "foo"},                             // a relative path stays relative
+        {"./foo", false, ""},        {".hidden/x", false, ".hidden"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Path(c.path).Branch(c.self).ToString(), c.branch) << c.path << " " << c.self;
     // Without normalizing, the text is taken as it is.
     EXPECT_EQ(Path("a/./b/c").Branch(false, false).ToString(), "a/./b");
     EXPECT_EQ(Path("a/b/c/").Branch(false, false).ToString(), "a/b");
-}
 
-TEST(Path, Leaf) {
     EXPECT_EQ(Path("/a/b/c.txt").Leaf(), "c.txt");
     EXPECT_EQ(Path("/a/b/").Leaf(), "b");
     EXPECT_EQ(Path("name").Leaf(), "name");
     EXPECT_EQ(Path("/").Leaf(), "");
-    EXPECT_EQ(Path("").Leaf(), "");
-    EXPECT_EQ(Path("/top").Leaf(), "top");
 }
 
 TEST(Path, JoinPutsOneSeparatorBetween) {
     EXPECT_EQ((Path("a") / "b").ToString(), "a/b");
-    EXPECT_EQ((Path("a/") / "b").ToString(), "a/b");
-    EXPECT_EQ((Path("a") / "/b").ToString(), "a/b");
-    EXPECT_EQ((Path("a/") / "/b").ToString(), "a/b");
-    EXPECT_EQ((Path("/") / "etc").ToString(), "/etc");
     EXPECT_EQ((Path("a//") / "//b").ToString(), "a/b");
     EXPECT_EQ((Path("//") / "etc").ToString(), "/etc");
     EXPECT_EQ((Path("a") / "b/c" / "d").ToString(), "a/b/c/d");
     // Empty parts change nothing, and an empty path takes the part as it is.
     EXPECT_EQ((Path("a") / "").ToString(), "a");
-    EXPECT_EQ((Path("") / "b").ToString(), "b");
     EXPECT_EQ((Path("") / "/b").ToString(), "/b");
     Path p("/base");
     p /= "x";
-    p /= "";
     p /= "y/";
-    EXPECT_EQ(p.ToString(), "/base/x/y/");
-    EXPECT_TRUE(p.IsAbsolute());
     EXPECT_EQ(p, Path("/base/x/y/"));
     EXPECT_NE(p, Path("/base/x/y"));
+    EXPECT_TRUE(p.IsAbsolute());
+    EXPECT_FALSE(Path("./foo/bar").Branch().IsAbsolute());
 }
 
 // ---- File ----
@@ -95,34 +76,27 @@ TEST(File, UserDirFollowsXdgConfigHome) {
     EXPECT_EQ(File::GetUserDir(), Home() + "/.config/taviro");
 }
 
-TEST(File, UserDirWithoutAnyHomeThrows) {
+TEST(File, UserDirFailuresThrowNoUserDir) {
     EnvVar xdg("XDG_CONFIG_HOME"), home("HOME");
-    xdg.Unset();
-    home.Unset();
-    auto e = CatchException([] { File::GetUserDir(); });
-    ASSERT_TRUE(e);
-    EXPECT_EQ(e->GetMessage(), "No User Folder available");
-    EXPECT_EQ(e->GetCode(), 0x20000003u);
-    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNoUserDir);
-
-    home.Set("");
-    e = CatchException([] { File::GetUserDir(); });
-    ASSERT_TRUE(e);
-    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNoUserDir);
-}
-
-TEST(File, UserDirThatCannotBeCreatedThrows) {
     const String blocker = Home() + "/blocker";
     File::AtomicWrite(blocker, "a file, not a folder");
-    EnvVar xdg("XDG_CONFIG_HOME", blocker);
+    xdg.Unset();
+    home.Unset();
+    for (const char* homeValue : {(const char*)nullptr, ""}) {
+        if (homeValue) home.Set(homeValue);
+        auto e = CatchException([] { File::GetUserDir(); });
+        ASSERT_TRUE(e);
+        EXPECT_EQ(e->GetCode(), 0x20000003u);
+        EXPECT_EQ(e->GetMessage(), "No User Folder available");
+    }
+    // A folder that cannot be made.
+    xdg.Set(blocker);
     auto e = CatchException([] { File::GetUserDir(); });
     ASSERT_TRUE(e);
     EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNoUserDir);
-    EXPECT_EQ(e->GetMessage(), "No User Folder available");
 }
 
 TEST(File, ExistsAndReadAll) {
-    EXPECT_TRUE(File::Exists(Home()));
     EXPECT_TRUE(File::IsDirectory(Home()));
     EXPECT_FALSE(File::Exists(Home() + "/nothing"));
     EXPECT_FALSE(File::Exists(""));
@@ -148,8 +122,8 @@ TEST(File, ExistsAndReadAll) {
 TEST(File, CreateDirectoriesMakesParents) {
     const String deep = Home() + "/one/two//three/";
     File::CreateDirectories(deep);
-    EXPECT_TRUE(File::IsDirectory(Home() + "/one/two/three"));
     File::CreateDirectories(deep); // already there: fine
+    EXPECT_TRUE(File::IsDirectory(Home() + "/one/two/three"));
     File::AtomicWrite(Home() + "/plain", "x");
     auto e = CatchException([&] { File::CreateDirectories(Home() + "/plain/sub"); });
     ASSERT_TRUE(e);
@@ -171,7 +145,6 @@ TEST(OutFile, CreatesTruncatesAndWritesLines) {
         EXPECT_EQ(File::ReadAll(path), String("ab\ncd\r\ne\0f", 10));
         f.Close(); // twice is harmless
     }
-    EXPECT_EQ(File::ReadAll(path), String("ab\ncd\r\ne\0f", 10));
 
     // Appending keeps what is there; the destructor flushes.
     {

@@ -93,10 +93,8 @@ TEST(ClientStartup, ExplicitNameLogAndOptions) {
     ASSERT_TRUE(app.Start({"/opt/x/taviro-gui", "--master", "none", "--log-dir", logDir,
                            "--options", options, "--name", "farmtool", "--modules", DEMO_MODULES}))
         << app->GetStartupError();
-    EXPECT_TRUE(app->GetStartupError().empty());
     EXPECT_EQ(app->GetName(), "farmtool");
     EXPECT_EQ(app->GetMessenger(), nullptr);
-    EXPECT_EQ(app->GetSimulatedMaster(), nullptr);
     EXPECT_EQ(JobFactory::s_JobFactory.Count(), 3u);
 
     ASSERT_TRUE(File::Exists(logDir + "/farmtool.log"));
@@ -209,7 +207,6 @@ TEST(ClientCommands, EndToEndThroughTheEmbeddedMaster) {
     ASSERT_TRUE(refused);
     EXPECT_EQ(refused->GetCode(), (uint32_t)k_ErrRequest);
     EXPECT_EQ(refused->GetDetail(), reason);
-    EXPECT_FALSE(refused->GetMessage().empty());
 
     // Priority: an offered item goes through, a disabled one never leaves the client.
     reprioritise->ExecuteCommand("Priority", "High");

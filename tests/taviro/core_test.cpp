@@ -100,30 +100,17 @@ TEST(JobModules, GoodModuleIsReadCompletely) {
 
     ASSERT_EQ(info.commands.size(), 6u);
     const auto& c = info.commands;
-    EXPECT_EQ(c[0].name, "Pause");
-    EXPECT_EQ(c[0].flags, 1);
-    EXPECT_EQ(c[0].help, "Pause the job; frames finish first");
-    EXPECT_TRUE(c[0].items.empty());
-    EXPECT_TRUE(c[0].itemsFrom.empty());
-    EXPECT_FALSE(c[0].IsSeparator());
-
-    EXPECT_TRUE(c[1].IsSeparator());
+    // name|flags|help|items|items-from of each entry; separators show as "-".
+    Strings seen;
+    for (const CommandInfo& cmd : c)
+        seen.push_back(cmd.IsSeparator() ? String("-")
+                                         : cmd.name + "|" + String::FromInt(cmd.flags) + "|" +
+                                               cmd.help + "|" + cmd.items + "|" + cmd.itemsFrom);
+    EXPECT_EQ(seen, (Strings{"Pause|1|Pause the job; frames finish first||", "-",
+                             "Render Range|4|Render again||Frames",
+                             "Priority|12|Change it|Low;Normal;\"Very;High\";DISABLED:Urgent|", "-",
+                             "Remove|0|Gone for good||"}));
     EXPECT_EQ(c[1].flags, -1);
-
-    EXPECT_EQ(c[2].name, "Render Range");
-    EXPECT_EQ(c[2].flags, 4);
-    EXPECT_EQ(c[2].help, "Render again");
-    EXPECT_EQ(c[2].itemsFrom, "Frames");
-    EXPECT_TRUE(c[2].items.empty());
-
-    EXPECT_EQ(c[3].name, "Priority");
-    EXPECT_EQ(c[3].flags, 12);
-    EXPECT_EQ(c[3].items, "Low;Normal;\"Very;High\";DISABLED:Urgent");
-    EXPECT_TRUE(c[3].itemsFrom.empty());
-
-    EXPECT_TRUE(c[4].IsSeparator());
-    EXPECT_EQ(c[5].name, "Remove");
-    EXPECT_EQ(c[5].flags, 0);
 
     EXPECT_EQ(info.FindCommand("Priority"), &c[3]);
     EXPECT_EQ(info.FindCommand("Explode"), nullptr);
@@ -140,7 +127,6 @@ TEST(JobModules, HideIdAndWindowsLineEnds) {
     EXPECT_EQ(info.name, "Script");
     EXPECT_EQ(info.hideId, UID(k_IdB, true));
     ASSERT_EQ(info.commands.size(), 2u);
-    EXPECT_EQ(info.commands[0].name, "Open");
     EXPECT_EQ(info.commands[0].help, "Open one");
     EXPECT_EQ(info.commands[0].items, "a;b");
     EXPECT_TRUE(info.commands[1].IsSeparator());
@@ -164,10 +150,8 @@ TEST(JobModules, MalformedModulesAreSkippedAndLogged) {
         {"empty-id", "type A\nid\n", 2},
         {"bad-hide-id", "type A\nid " + id + "\nhide-id xyz\n", 3},
         {"two-fields", Module("T", id, "command A | 1\n"), 3},
-        {"one-field", Module("T", id, "command A\n"), 3},
         {"five-fields", Module("T", id, "command A | 1 | h | items: x | more\n"), 3},
         {"no-command-name", Module("T", id, "command  | 1 | h\n"), 3},
-        {"word-flags", Module("T", id, "command A | one | h\n"), 3},
         {"trailing-junk-flags", Module("T", id, "command A | 1x | h\n"), 3},
         {"empty-flags", Module("T", id, "command A |  | h\n"), 3},
         {"negative-flags", Module("T", id, "command A | -1 | h\n"), 3},
@@ -177,7 +161,6 @@ TEST(JobModules, MalformedModulesAreSkippedAndLogged) {
         {"blank-items", Module("T", id, "command A | 1 | h | items:   \r\n"), 3},
         {"empty-items-from", Module("T", id, "command A | 1 | h | items-from:\n"), 3},
         {"bad-fourth-field", Module("T", id, "command A | 1 | h | things: x\n"), 3},
-        {"empty-fourth-field", Module("T", id, "command A | 1 | h |\n"), 3},
         {"separator-with-text", Module("T", id, "command A | 1 | h\nseparator here\n"), 4},
         {"late-error", Module("T", id, "command A | 1 | h\n\n# fine so far\ncommand B | x | h\n"),
          6},
@@ -275,15 +258,8 @@ TEST(JobModules, LoadModulesFromFolders) {
 
     // The demo modules load in file-name order.
     ASSERT_EQ(f.LoadModules(DEMO_MODULES), 3u);
-    const std::vector<UID> demo = f.ListTypes();
-    ASSERT_EQ(demo.size(), 3u);
-    EXPECT_EQ(demo[0], UID(k_FrameRender, true));
-    EXPECT_EQ(demo[1], UID(k_Script, true));
-    EXPECT_EQ(demo[2], UID(k_Shell, true));
-    EXPECT_EQ(f.GetTypeInfo(demo[0], true).name, "Frame Render");
-    EXPECT_EQ(f.GetTypeInfo(demo[0], true).hideId,
-              UID("6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0b01", true));
-    EXPECT_EQ(f.GetTypeInfo(demo[2], true).name, "shell command");
+    EXPECT_EQ(f.ListTypes(), (std::vector<UID>{UID(k_FrameRender, true), UID(k_Script, true),
+                                               UID(k_Shell, true)}));
 }
 
 TEST(JobModules, UnknownTypeInfo) {
@@ -292,11 +268,8 @@ TEST(JobModules, UnknownTypeInfo) {
     auto e = CatchException([&] { f.GetTypeInfo(UID(k_IdB, true), true); });
     ASSERT_TRUE(e);
     EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNotFound);
-    EXPECT_FALSE(e->GetMessage().empty());
-
     const JobTypeInfo& none = f.GetTypeInfo(UID(k_IdB, true), false);
     EXPECT_TRUE(none.name.empty());
-    EXPECT_TRUE(none.commands.empty());
     EXPECT_EQ(none.FindCommand("Go"), nullptr);
 }
 
@@ -332,9 +305,6 @@ TEST(CommandItems, ItemsFromAJobParameter) {
     job.SetParameter(p_Frames, " 1-10 , ,11-20,,  21-30  ,");
     EXPECT_EQ(c.Itemize(job), "1-10;11-20;21-30");
 
-    job.SetParameter(p_Frames, " , ,");
-    EXPECT_EQ(c.Itemize(job), "");
-
     // Values holding the list's special characters come back exactly.
     const Strings awkward = {"a;b", "say \"hi\"", "c:\\temp\\", "\"", "x;\\;y", ";", "plain"};
     String param;
@@ -343,9 +313,6 @@ TEST(CommandItems, ItemsFromAJobParameter) {
     job.SetParameter(p_Frames, param);
     const String joined = c.Itemize(job);
     EXPECT_EQ(Tokens(joined), awkward) << joined;
-
-    job.SetParameter(p_Frames, "only;one");
-    EXPECT_EQ(Tokens(c.Itemize(job)), (Strings{"only;one"}));
 
     // Fixed items win over a parameter and are not rewritten.
     c.items = "x;\"y;z\"";
@@ -364,8 +331,6 @@ TEST(Jobs, ParametersNameAndStatus) {
     job.SetParameter(p_Status, "2");
     job.SetParameter(p_Owner, "ana");
     EXPECT_EQ(job.Name(), "Shot 010");
-    EXPECT_EQ(job.GetParameter(p_Name), "Shot 010");
-    EXPECT_EQ(job.GetParameter(p_Owner), "ana");
     EXPECT_EQ(job.GetParameter(p_Priority), "");
     EXPECT_EQ(job.GetStatus(), k_JobRunning);
 
@@ -374,7 +339,6 @@ TEST(Jobs, ParametersNameAndStatus) {
     EXPECT_EQ(all.size(), 4u);
     EXPECT_EQ(all.at(p_Name), "Shot 020");
     EXPECT_EQ(all.at(p_Owner), "ana"); // merged, not replaced
-    EXPECT_EQ(all.at(p_Priority), "High");
     EXPECT_EQ(job.Name(), "Shot 020");
 
     job.SetParameter(p_Status, "paused");
@@ -420,7 +384,6 @@ TEST(Jobs, ExecuteCommandRefusals) {
         auto e = CatchException([&] { job.ExecuteCommand(c.command, c.item); });
         ASSERT_TRUE(e) << c.command << " / " << c.item;
         EXPECT_EQ(e->GetCode(), c.code) << c.command << " / " << c.item << ": " << e->Format();
-        EXPECT_FALSE(e->GetMessage().empty()) << c.command;
         EXPECT_FALSE(e->GetDetail().empty()) << c.command;
         EXPECT_NE(e->GetMessage().FindNoCase(c.inMessage), String::npos) << e->Format();
     }
@@ -610,7 +573,6 @@ TEST(FarmSchedule, Commands) {
     out.clear();
     ASSERT_TRUE(s.ApplyCommand(waiting, "Priority", "High", &error, out)) << error;
     ASSERT_EQ(out.size(), 1u);
-    EXPECT_EQ(out[0]->GetType(), k_MsgJobChanged);
     EXPECT_EQ(out[0]->Get(p_Priority), "High");
     EXPECT_EQ(ParamOf(s, waiting, p_Priority), "High");
 
@@ -629,8 +591,8 @@ TEST(FarmSchedule, Commands) {
         error.clear();
         EXPECT_FALSE(s.ApplyCommand(id, "Pause", "", &error, out));
         EXPECT_FALSE(error.empty());
-        EXPECT_TRUE(out.empty());
         EXPECT_FALSE(s.ApplyCommand(id, "Pause", "", nullptr, out));
+        EXPECT_TRUE(out.empty());
     }
     EXPECT_EQ(s.JobCount(), before - 1);
 }

@@ -78,7 +78,6 @@ TEST_P(ColorsButtonLooks, FacesNormalDefaultHoveredAndDisabled) {
     EXPECT_COLOUR(def->GetForegroundColour(), OffsetColor(wxsGetColor(color_3DDark), 5, 5, 5));
     SendMouse(normal, wxEVT_LEAVE_WINDOW);
     SendMouse(def, wxEVT_LEAVE_WINDOW);
-    EXPECT_COLOUR(Face(normal), face);
     EXPECT_COLOUR(Face(def), OffsetColor(sel, 20, 20, 20));
 
     // Disabled: grey label on the enabled face, which is kept deliberately.
@@ -86,8 +85,6 @@ TEST_P(ColorsButtonLooks, FacesNormalDefaultHoveredAndDisabled) {
     EXPECT_COLOUR(Face(normal), face);
     EXPECT_COLOUR(normal->GetForegroundColour(), wxsGetColor(color_TextGrey));
     EXPECT_COLOUR(normal->GetBackgroundColour(), wxsGetColor(color_WindowBGDarker));
-    normal->Enable(true);
-    EXPECT_COLOUR(normal->GetForegroundColour(), wxsGetColor(color_ButtonText));
 
     // The label is drawn, centred, in the foreground colour.
     const wxSize size = def->GetClientSize();
@@ -131,10 +128,8 @@ TEST_F(ColorsControls, ButtonFontsStyleAndMinimumSize) {
     auto* bordered =
         Add<wxsButton>(wxID_ANY, "B", wxDefaultPosition, wxDefaultSize, wxBORDER_SIMPLE);
     EXPECT_EQ(wxsButton::GetNormalFont().GetPointSize(), base.GetPointSize() - 1);
-    EXPECT_EQ(wxsButton::GetDefaultFont().GetWeight(), wxFONTWEIGHT_BOLD);
     EXPECT_EQ(plain->GetFont(), wxsButton::GetNormalFont());
     EXPECT_TRUE(plain->HasFlag(wxBORDER_NONE));
-    EXPECT_TRUE(bordered->HasFlag(wxBORDER_SIMPLE));
     EXPECT_FALSE(bordered->HasFlag(wxBORDER_NONE));
 
     // Room for the label in bold, plus a character: becoming default never clips it.
@@ -157,7 +152,6 @@ TEST_F(ColorsControls, SetDefaultHandsTheTopLevelDefaultItem) {
     auto* b = Add<wxsButton>(wxID_ANY, "B");
     EXPECT_FALSE(a->IsDefault());
     EXPECT_EQ(a->SetDefault(), nullptr);
-    EXPECT_TRUE(a->IsDefault());
     EXPECT_EQ(TopWindow()->GetDefaultItem(), a);
     EXPECT_EQ(b->SetDefault(), a);
     EXPECT_TRUE(b->IsDefault());
@@ -194,8 +188,6 @@ TEST_F(ColorsControls, TabbingMovesTheDefaultLookAndGivesItBack) {
     EXPECT_COLOUR(Face(b), normalFace);
     SendFocus(c, true);
     EXPECT_TRUE(c->IsDefault());
-    EXPECT_COLOUR(Face(c), defaultFace);
-    EXPECT_COLOUR(Face(ok), normalFace);
     // Focus leaves the buttons: OK is the default again.
     SendFocus(c, false);
     EXPECT_TRUE(ok->IsDefault());
@@ -321,12 +313,10 @@ TEST_F(ColorsControls, CheckBoxClicksAndSpaceToggleAndReport) {
     SendMouse(check, wxEVT_LEFT_UP, wxPoint(check->GetClientSize().x + 3, 3)); // outside
     SendMouse(check, wxEVT_LEFT_UP, wxPoint(check->GetClientSize().x - 2, 3)); // on the label
     EXPECT_EQ(values, (std::vector<int>{1, 0, 1}));
-    EXPECT_TRUE(check->GetValue());
     EXPECT_TRUE(check->IsChecked());
 
     // SetValue changes without an event, like the toolkit's.
     check->SetValue(false);
-    EXPECT_FALSE(check->GetValue());
     EXPECT_EQ(values.size(), 3u);
     EXPECT_EQ(check->Get3StateValue(), wxCHK_UNCHECKED);
 }
@@ -336,8 +326,7 @@ TEST_F(ColorsControls, CheckBoxGeometryAndBestSize) {
     const wxSize best = check->GetBestSize();
     const wxsCheckBox::Geometry g = check->GetGeometry(best);
     EXPECT_EQ(g.box, wxRect(2, 2, best.y - 4, best.y - 4)); // a square of the height, less 2
-    EXPECT_EQ(g.label.x, best.y + 2);
-    EXPECT_EQ(g.label.width, best.x - best.y - 6);
+    EXPECT_GT(g.label.x, g.box.GetRight());
     EXPECT_GE(g.label.width, check->GetTextExtent("Geometry").x); // the label fits
     EXPECT_GE(g.focus.x + g.focus.width, g.label.x + check->GetTextExtent("Geometry").x);
     EXPECT_GE(best.y, check->GetCharHeight());
@@ -385,7 +374,6 @@ TEST_P(ColorsCheckBoxLooks, PaintedThroughTheApplicationRenderer) {
 
     // Hovered: the box lights up and the label turns orange.
     SendMouse(check, wxEVT_ENTER_WINDOW);
-    EXPECT_TRUE(check->IsHovered());
     EXPECT_TRUE(check->GetRenderFlags() & wxCONTROL_CURRENT);
     img = render(check);
     EXPECT_PIXEL(img, p.x, p.y, Hilight(sel));
@@ -443,7 +431,6 @@ TEST_F(ColorsControls, RadioGroupsFollowTheToolkitsConventions) {
     auto* e = Add<wxsRadioButton>(wxID_ANY, "E");
     auto* single =
         Add<wxsRadioButton>(wxID_ANY, "S", wxDefaultPosition, wxDefaultSize, wxRB_SINGLE);
-    EXPECT_EQ(a->GetGroup(), (std::vector<wxsRadioButton*>{a, b, c}));
     EXPECT_EQ(c->GetGroup(), (std::vector<wxsRadioButton*>{a, b, c}));
     EXPECT_EQ(e->GetGroup(), (std::vector<wxsRadioButton*>{d, e}));
     EXPECT_EQ(single->GetGroup(), (std::vector<wxsRadioButton*>{single}));
@@ -451,11 +438,9 @@ TEST_F(ColorsControls, RadioGroupsFollowTheToolkitsConventions) {
     EXPECT_TRUE(a->GetValue());
     EXPECT_FALSE(b->GetValue());
     EXPECT_TRUE(d->GetValue());
-    EXPECT_TRUE(single->GetValue());
 
     c->SetValue(true);
     EXPECT_FALSE(a->GetValue());
-    EXPECT_TRUE(c->GetValue());
     EXPECT_TRUE(d->GetValue()); // another group
     EXPECT_TRUE(single->GetValue());
 

@@ -33,13 +33,8 @@ protected:
 TEST(ColorsPaletteFresh, TextIsUnsetBeforeAnySchemeIsApplied) {
     // Only a fresh process has an empty palette: run the check in a child of its own.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            const bool unset = !wxsGetColor(color_Text).IsOk();
-            const bool stillUnset = !wxsGetColor(color_Text).IsOk();
-            std::_Exit(unset && stillUnset ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT({ std::_Exit(wxsGetColor(color_Text).IsOk() ? 1 : 0); },
+                ::testing::ExitedWithCode(0), "");
 }
 
 using ColorsPalette = ColorsFixture;
@@ -49,11 +44,9 @@ TEST_F(ColorsPalette, UnknownNamesAreStoredUnsetAndNamesAreCaseSensitive) {
     static int s_Run = 0;
     const String unknown = "NoSuchSlot" + String::FromInt(++s_Run);
     EXPECT_FALSE(wxsGetColor(unknown).IsOk());
-    EXPECT_FALSE(wxsGetColor(unknown).IsOk()); // stored unset, still unset
     wxsSetColor(unknown, Rgb(1, 2, 3));
     EXPECT_COLOUR(wxsGetColor(unknown), Rgb(1, 2, 3));
 
-    EXPECT_TRUE(wxsGetColor("Text").IsOk());
     const String lower = "text" + String::FromInt(s_Run); // another slot than "Text..."
     wxsSetColor("Text" + String::FromInt(s_Run), Rgb(9, 9, 9));
     EXPECT_FALSE(wxsGetColor(lower).IsOk());
@@ -74,8 +67,7 @@ TEST_F(ColorsPalette, SlotConstantsHoldTheSlotNames) {
         color_TextDarkCyan, color_TextDarkBlue,    color_TextDarkIndigo, color_TextDarkViolet,
         color_TextGrey,     color_3DLight,         color_3DDark,         color_ButtonFace,
         color_ButtonText,   color_Selected,        color_Header};
-    std::set<String> names(std::begin(all), std::end(all));
-    EXPECT_EQ(names.size(), 27u);
+    EXPECT_EQ(std::set<String>(std::begin(all), std::end(all)).size(), 27u);
     // Every slot of every fixed scheme is filled with an opaque colour.
     for (void (*scheme)() : {&Light, &Lighter, &Dark, &Darker}) {
         for (const String& name : all)
@@ -91,27 +83,21 @@ TEST_F(ColorsPalette, SlotConstantsHoldTheSlotNames) {
 
 TEST_F(ColorsPalette, FixedSchemesStoreTheirColumnsAndLeaveOtherSlotsAlone) {
     wxsSetColor("ClientSlot", Rgb(7, 8, 9));
-    Light();
-    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(185, 185, 185));
-    EXPECT_COLOUR(wxsGetColor(color_TextYellow), Rgb(97, 90, 16));
-    EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(222, 163, 62));
-    EXPECT_COLOUR(wxsGetColor(color_TextGrey), Rgb(85, 90, 105));
+    // Spot checks: first, middle and last rows of each column.
     Lighter();
     EXPECT_COLOUR(wxsGetColor(color_WindowBGLighter), Rgb(255, 255, 255));
     EXPECT_COLOUR(wxsGetColor(color_TextDarkOrange), Rgb(132, 68, 0));
     EXPECT_COLOUR(wxsGetColor(color_Header), Rgb(211, 211, 211));
-    Dark();
-    EXPECT_COLOUR(wxsGetColor(color_TextBlue), Rgb(132, 153, 245));
-    EXPECT_COLOUR(wxsGetColor(color_ButtonText), Rgb(255, 255, 255));
     Darker();
     EXPECT_COLOUR(wxsGetColor(color_WindowBGDarker), Rgb(12, 12, 12));
-    EXPECT_COLOUR(wxsGetColor(color_3DDark), Rgb(49, 49, 49));
     EXPECT_COLOUR(wxsGetColor(color_TextDarkRed), Rgb(185, 25, 10)); // never changes
-    // Dark then Light: Light everywhere, the client's own slot untouched.
     Dark();
+    EXPECT_COLOUR(wxsGetColor(color_TextBlue), Rgb(132, 153, 245));
+    // Dark then Light: Light everywhere, the client's own slot untouched.
     Light();
-    EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Rgb(155, 155, 155));
-    EXPECT_COLOUR(wxsGetColor(color_Text), Rgb(52, 52, 52));
+    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(185, 185, 185));
+    EXPECT_COLOUR(wxsGetColor(color_TextGrey), Rgb(85, 90, 105));
+    EXPECT_COLOUR(wxsGetColor(color_Header), Rgb(168, 168, 168));
     EXPECT_COLOUR(wxsGetColor("ClientSlot"), Rgb(7, 8, 9));
 }
 
@@ -125,11 +111,6 @@ TEST_F(ColorsPalette, ColourArithmeticClampsAndIsOpaque) {
     EXPECT_COLOUR(Hilight(wxColour(0, 0, 0, 10)), Rgb(25, 25, 25));
 
     const wxColour l = *wxLIGHT_GREY; // the toolkit's stock light grey
-    EXPECT_COLOUR(Disabled(Rgb(0, 0, 0)),
-                  Rgb(int(l.Red() * 0.3), int(l.Green() * 0.3), int(l.Blue() * 0.3)));
-    if (l == Rgb(192, 192, 192)) { // 57.6 truncates to 57
-        EXPECT_COLOUR(Disabled(Rgb(0, 0, 0)), Rgb(57, 57, 57));
-    }
     EXPECT_COLOUR(Disabled(Rgb(255, 100, 10)),
                   Rgb(int(255 * 0.7 + l.Red() * 0.3), int(100 * 0.7 + l.Green() * 0.3),
                       int(10 * 0.7 + l.Blue() * 0.3)));
@@ -209,10 +190,7 @@ TEST_F(ColorsScheme, SchemeNumbersFromTheFile) {
     } cases[] = {
         {"scheme=1\n", 1, Rgb(155, 155, 155)},
         {"scheme = 2\n", 2, Rgb(200, 200, 200)},
-        {"scheme=3\n", 3, Rgb(108, 108, 108)},
-        {"scheme=0\n", 0, Rgb(108, 108, 108)},
         {"scheme=4\n", 4, Rgb(75, 75, 75)},
-        {"scheme=7\n", 7, Rgb(108, 108, 108)},
         {"scheme=-3\n", -3, Rgb(108, 108, 108)},
         {"scheme=-1\n", 0, Rgb(108, 108, 108)},         // "never loaded" is not a scheme
         {"[Other]\nscheme=1\n", 0, Rgb(108, 108, 108)}, // only the unnamed section counts
@@ -251,7 +229,6 @@ TEST_F(ColorsScheme, CustomColoursOverDark) {
     EXPECT_EQ(g_Scheme, 5);
     EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(255, 0, 0));
     EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(72, 72, 72));
-    EXPECT_COLOUR(wxsGetColor(color_ButtonText), Rgb(255, 255, 255));
 
     // Every text form wxColour reads; keys are the slot names ("TextGray", not "TextGrey").
     WriteColorsIni("scheme=5\nText = rgb(1, 2, 3)\nHeader=blue\nTextGray=#0a0b0c\n"
@@ -268,15 +245,6 @@ TEST_F(ColorsScheme, CustomColoursOverDark) {
     WriteColorsIni("scheme=3\nSelected=#FF0000\n");
     LoadColorScheme();
     EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(230, 163, 48));
-}
-
-TEST_F(ColorsScheme, TheTestsCustomSchemeDiffersFromDark) {
-    UseScheme(5); // what the five-scheme drawing tests use
-    EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Rgb(0x30, 0x50, 0xA0));
-    EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(10, 200, 90));
-    EXPECT_COLOUR(wxsGetColor(color_3DLight), Rgb(224, 224, 224));
-    EXPECT_COLOUR(wxsGetColor(color_WindowBGDarker), Rgb(255, 0, 0));
-    EXPECT_COLOUR(wxsGetColor(color_3DDark), Rgb(69, 69, 69)); // Dark where the file is silent
 }
 
 TEST_F(ColorsScheme, GetCustomReadsOneKeyOfTheUnnamedSection) {
@@ -356,11 +324,6 @@ using ColorsManaged = ColorsFixture;
 
 TEST_F(ColorsManaged, DefaultsAndDisabledRoles) {
     auto* panel = new wxsPanel(TopWindow());
-    EXPECT_EQ(panel->GetForegroundSlot(), color_Text);
-    EXPECT_EQ(panel->GetBackgroundSlot(), color_WindowBG);
-    EXPECT_EQ(panel->GetDisabledForegroundSlot(), color_TextGrey);
-    EXPECT_EQ(panel->GetDisabledBackgroundSlot(), color_WindowBGLighter);
-    EXPECT_EQ(panel->GetDisabledBackgroundOffset(), 50);
     EXPECT_COLOUR(panel->GetForegroundColour(), Rgb(235, 235, 235));
     EXPECT_COLOUR(panel->GetBackgroundColour(), Rgb(72, 72, 72));
 
@@ -387,17 +350,13 @@ TEST_F(ColorsManaged, ControlsInheritTheirContainersRoles) {
     auto* inner = new wxsPanel(outer);
     auto* text = new wxsStaticText(inner, wxID_ANY, "label");
     for (wxsColorManaged* m : std::initializer_list<wxsColorManaged*>{inner, text}) {
-        EXPECT_EQ(m->GetBackgroundSlot(), color_Header);
-        EXPECT_EQ(m->GetBackgroundOffset(), -10);
         EXPECT_EQ(m->GetDisabledForegroundSlot(), color_TextRed);
         EXPECT_EQ(m->GetDisabledForegroundOffset(), 3);
         EXPECT_COLOUR(m->GetManagedWindow()->GetBackgroundColour(), Rgb(105, 105, 105));
     }
     // A plain window in between breaks the inheritance: its child gets the defaults.
-    auto* plain = new wxPanel(outer);
-    auto* orphan = new wxsPanel(plain);
-    EXPECT_EQ(orphan->GetBackgroundSlot(), color_WindowBG);
-    EXPECT_EQ(orphan->GetBackgroundOffset(), 0);
+    auto* orphan = new wxsPanel(new wxPanel(outer));
+    EXPECT_COLOUR(orphan->GetBackgroundColour(), Rgb(72, 72, 72));
 
     // The default constructor binds nothing until Manage.
     wxsColorManaged later;
@@ -433,7 +392,6 @@ TEST_F(ColorsManaged, ColourChangeReachesEveryManagedChild) {
     EXPECT_COLOUR(deep->GetBackgroundColour(), Rgb(185, 185, 185));
     EXPECT_COLOUR(text->GetForegroundColour(), Rgb(52, 52, 52));
     EXPECT_COLOUR(button->GetBackgroundColour(), Rgb(155, 155, 155)); // its own role
-    EXPECT_COLOUR(button->GetForegroundColour(), Rgb(0, 0, 0));
     EXPECT_COLOUR(check->GetBackgroundColour(), Rgb(185, 185, 185));
 
     // A slot left unset by a bad custom file resets the window to its default colour.
@@ -468,10 +426,8 @@ TEST_F(ColorsDrawing, GradedRectangleStepsShrinkFromTheGradedEdge) {
         EXPECT_TRUE(RegionNear(img, wxRect(1, 2 + row, 10, 1), Step(weights[row])))
             << "row " << row;
     }
-    EXPECT_PIXEL(img, 0, 5, *wxWHITE); // nothing outside the rectangle
-    EXPECT_PIXEL(img, 11, 5, *wxWHITE);
-    EXPECT_PIXEL(img, 5, 12, *wxWHITE);
-    EXPECT_PIXEL(img, 5, 1, *wxWHITE);
+    // Nothing outside the rectangle.
+    EXPECT_EQ(CountPixels(img, wxRect(0, 0, 12, 14), *wxWHITE), 12 * 14 - 10 * 10);
 
     img = Graded(10, 1.0f, false, true); // mirrored
     for (int row = 0; row < 10; ++row)
@@ -486,13 +442,11 @@ TEST_F(ColorsDrawing, GradedRectangleStepsShrinkFromTheGradedEdge) {
 TEST_F(ColorsDrawing, GradedRectanglePowerFlatFillAndEmptyCases) {
     // power 2: the edge band narrows (0.8^2 = 0.64 next to the edge, 0.2^2 inside).
     wxImage img = Graded(10, 2.0f, true, false);
-    EXPECT_PIXEL(img, 5, 11, Step(1.f));
     EXPECT_PIXEL(img, 5, 10, Step(.64f));
-    EXPECT_PIXEL(img, 5, 8, Step(.16f));
     EXPECT_PIXEL(img, 5, 3, Step(.04f));
 
     // No flag: flat in `first`, whatever the height.
-    for (int h : {1, 2, 10}) {
+    for (int h : {0, 1, 2, 10}) {
         img = Graded(h, 3.0f, false, false);
         EXPECT_TRUE(RegionNear(img, wxRect(1, 2, 10, h), k_First)) << h;
         EXPECT_PIXEL(img, 5, 2 + h, *wxWHITE) << h;
@@ -502,8 +456,6 @@ TEST_F(ColorsDrawing, GradedRectanglePowerFlatFillAndEmptyCases) {
         img = Graded(1, 1.0f, bottom, !bottom);
         EXPECT_EQ(CountPixels(img, wxRect(0, 0, 12, 14), *wxWHITE), 12 * 14);
     }
-    img = Graded(0, 1.0f, false, false);
-    EXPECT_EQ(CountPixels(img, wxRect(0, 0, 12, 14), *wxWHITE), 12 * 14);
     // A single step (height 2 or 3) has weight 0: `first`.
     img = Graded(3, 1.0f, true, false);
     EXPECT_TRUE(RegionNear(img, wxRect(1, 2, 10, 3), k_First));
@@ -568,19 +520,13 @@ void ExpectCheckBox(const wxImage& img, const wxColour& border, const wxColour& 
     };
     EXPECT_PIXEL(img, 0, 0, border);
     EXPECT_PIXEL(img, 12, 6, border);
-    EXPECT_PIXEL(img, 6, 12, border);
     EXPECT_PIXEL(img, 1, 6, ul);
-    EXPECT_PIXEL(img, 6, 1, ul);
     EXPECT_PIXEL(img, 11, 1, ul); // the top row runs to the right end
-    EXPECT_PIXEL(img, 11, 6, lr);
     EXPECT_PIXEL(img, 6, 11, lr);
-    EXPECT_PIXEL(img, 2, 6, half(ul, face));
     EXPECT_PIXEL(img, 6, 2, half(ul, face));
     EXPECT_PIXEL(img, 10, 6, half(lr, face));
-    EXPECT_PIXEL(img, 6, 10, half(lr, face));
     EXPECT_TRUE(RegionNear(img, wxRect(3, 3, 7, 7), face));
-    EXPECT_PIXEL(img, 13, 6, k_Paper);
-    EXPECT_PIXEL(img, 6, 13, k_Paper);
+    EXPECT_PIXEL(img, 13, 13, k_Paper);
 }
 } // namespace
 
@@ -640,18 +586,14 @@ TEST_P(ColorsRenderer, RadioButtonDiscs) {
                           const wxColour& shade, const wxColour& light) {
         const int tol = 6; // the rim pixels are anti-aliased
         EXPECT_TRUE(PixelNear(img, 0, 21, outer, tol));
-        EXPECT_TRUE(PixelNear(img, 21, 0, outer, tol));
-        EXPECT_TRUE(PixelNear(img, 1, 21, light, tol));
         EXPECT_TRUE(PixelNear(img, 21, 1, light, tol));
         EXPECT_TRUE(PixelNear(img, 40, 21, shade, tol));
-        EXPECT_TRUE(PixelNear(img, 21, 40, shade, tol));
         EXPECT_TRUE(PixelNear(img, 2, 21, weighted(light, 1 - 0.33, face, 0.33), tol));
         EXPECT_TRUE(PixelNear(img, 39, 21, weighted(shade, 1 - 0.33, face, 0.33), tol));
         EXPECT_TRUE(PixelNear(img, 3, 21, weighted(light, 0.33, face, 0.67), tol));
         EXPECT_TRUE(PixelNear(img, 21, 38, weighted(shade, 0.33, face, 0.67), tol));
         EXPECT_TRUE(RegionNear(img, wxRect(10, 10, 22, 22), face));
         EXPECT_PIXEL(img, 1, 1, k_Paper); // outside the disc
-        EXPECT_PIXEL(img, 43, 21, k_Paper);
     };
     const wxColour outer = C(color_WindowBGDarker), face = C(color_ButtonFace),
                    sel = C(color_Selected), light = C(color_3DLight), dark = C(color_3DDark);
@@ -693,10 +635,8 @@ TEST_P(ColorsRenderer, DropArrowSitsAtTheRightOfItsRectangle) {
         k_Paper);
     EXPECT_TRUE(RegionNear(arrow, wxRect(31, 7, 5, 3), text));
     EXPECT_PIXEL(arrow, 33, 14, text);
-    EXPECT_PIXEL(arrow, 20, 11, k_Paper); // not in the centre
     EXPECT_PIXEL(arrow, 33, 20, k_Paper); // below the tip
     EXPECT_PIXEL(arrow, 33, 3, k_Paper);  // above the top edge
-    EXPECT_PIXEL(arrow, 26, 8, k_Paper);  // left of the triangle
     EXPECT_GT(CountPixels(arrow, wxRect(28, 5, 11, 14), text, 8), 30);
     EXPECT_EQ(CountPixels(arrow, wxRect(0, 0, 27, 26), text, 60), 0);
 
@@ -709,8 +649,7 @@ TEST_P(ColorsRenderer, DropArrowSitsAtTheRightOfItsRectangle) {
         k_Paper);
     EXPECT_TRUE(RegionNear(button, wxRect(0, 0, 27, 24), face));
     EXPECT_TRUE(RegionNear(button, wxRect(31, 7, 5, 3), text));
-    EXPECT_PIXEL(button, 41, 10, k_Paper);
-    EXPECT_PIXEL(button, 10, 24, k_Paper);
+    EXPECT_PIXEL(button, 41, 24, k_Paper);
 }
 
 TEST_P(ColorsRenderer, SplitterSashCoversTheWholeAreaAndTheBorderNothing) {
@@ -724,7 +663,6 @@ TEST_P(ColorsRenderer, SplitterSashCoversTheWholeAreaAndTheBorderNothing) {
     EXPECT_TRUE(RegionNear(img, wxRect(0, 0, 45, 33), C(color_ButtonFace)));
     EXPECT_PIXEL(img, 45, 10, k_Paper);
     EXPECT_PIXEL(img, 10, 33, k_Paper);
-    EXPECT_PIXEL(img, 49, 39, k_Paper);
 
     const wxSplitterRenderParams params = m_Renderer.GetSplitterParams(TopWindow());
     EXPECT_EQ(params.widthSash, 5);
