@@ -97,7 +97,8 @@ int WaitForSignal() {
     // Short waits: under ThreadSanitizer a signal that lands on a thread blocked in a call it does
     // not intercept is handled only when that call returns.
     bool stopped = false;
-    for (int i = 0; i < 100 && !stopped; ++i) stopped = exe.WaitForStop(200);
+    for (int i = 0; i < 100 && !stopped; ++i)
+        stopped = exe.WaitForStop(200);
     printf("stopped=%d signal=%d\n", stopped ? 1 : 0, exe.GetLastProcessSignal());
     fflush(stdout);
     return stopped ? 0 : 4;
