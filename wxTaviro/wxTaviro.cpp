@@ -63,6 +63,7 @@ wxMenu* OpenWindows::GetMenu() {
 }
 
 void OpenWindows::OnClose(wxCloseEvent& e) {
+    CALL_ENTRY("OpenWindows::OnClose");
     e.Skip();
     auto* window = wxDynamicCast(e.GetEventObject(), wxTopLevelWindow);
     for (size_t i = 0; i < m_Entries.size(); ++i) {
@@ -123,6 +124,7 @@ void OpenWindows::CenterOnDisplay(wxWindow* reference, wxWindow* window) {
 }
 
 void OpenWindows::Clear() {
+    CALL_ENTRY("OpenWindows::Clear");
     m_Entries.clear();
 }
 
@@ -132,6 +134,7 @@ void wxOpenUserWindow(wxTopLevelWindow* window, const String& group) {
 }
 
 wxMenu* wxGetOpenWindowMenu() {
+    CALL_ENTRY("wxGetOpenWindowMenu");
     return OpenWindows::_this->GetMenu();
 }
 

@@ -81,6 +81,7 @@ LogLevel wxTaviroLog::MapLevel(wxLogLevel level) {
 }
 
 void wxTaviroLog::DoLogRecord(wxLogLevel level, const wxString& msg, const wxLogRecordInfo&) {
+    CALL_ENTRY("wxTaviroLog::DoLogRecord");
     GlobalLog(MapLevel(level), "wxWidgets 3.1.0: " + wxToString(msg));
 }
 
@@ -103,6 +104,7 @@ int wxTaviroExecutable::Signal(int sig) {
 // ---- wxsTraits ----
 
 wxRendererNative* wxsTraits::CreateRenderer() {
+    CALL_ENTRY("wxsTraits::CreateRenderer");
     // The generic renderer, not the native one, so themed drawing looks alike everywhere.
     return new wxsRenderer(wxRendererNative::GetGeneric());
 }
@@ -128,6 +130,7 @@ wxBEGIN_EVENT_TABLE(wxTaviroApp, wxApp)
 }
 
 wxTaviroApp::~wxTaviroApp() {
+    CALL_ENTRY("wxTaviroApp::~wxTaviroApp");
     DisableMessageProcessing();
     Executable::SetCurrent(nullptr);
     delete g_Executable;
@@ -254,10 +257,12 @@ wxTaviroExecutable* wxTaviroApp::GetExecutable() {
 // ---- messenger bridge ----
 
 void wxTaviroApp::EnableMessageProcessing() {
+    CALL_ENTRY("wxTaviroApp::EnableMessageProcessing");
     g_Registered = dynamic_cast<wxTaviroApp*>(Application::the_Application);
 }
 
 void wxTaviroApp::DisableMessageProcessing() {
+    CALL_ENTRY("wxTaviroApp::DisableMessageProcessing");
     g_Registered = nullptr;
 }
 
@@ -273,15 +278,18 @@ bool wxTaviroApp::IsMessageProcessingEnabled() const {
 }
 
 void wxTaviroApp::ProcessNextMessage() {
+    CALL_ENTRY("wxTaviroApp::ProcessNextMessage");
     if (!IsMessageProcessingEnabled()) return;
     if (wxTaviroApp* app = g_Registered.load()) app->DispatchMessage();
 }
 
 void wxTaviroApp::OnMessage(wxCommandEvent&) {
+    CALL_ENTRY("wxTaviroApp::OnMessage");
     ProcessNextMessage();
 }
 
 void wxTaviroApp::_Connect(MessengerConnectedEvt&) {
+    CALL_ENTRY("wxTaviroApp::_Connect");
     if (wxWindow* top = GetTopWindow()) {
         LogDebug("... Messenger Connected: translating to wxTAVIRO_CONNECT_EVENT");
         PostCommand(top, wxTAVIRO_CONNECT_EVENT);
@@ -292,6 +300,7 @@ void wxTaviroApp::_Connect(MessengerConnectedEvt&) {
 }
 
 void wxTaviroApp::_Disconnect(MessengerDisconnectedEvt&) {
+    CALL_ENTRY("wxTaviroApp::_Disconnect");
     if (wxWindow* top = GetTopWindow()) {
         LogDebug("... Messenger Disconnected: translating to wxTAVIRO_DISCONNECT_EVENT");
         PostCommand(top, wxTAVIRO_DISCONNECT_EVENT);
@@ -302,6 +311,7 @@ void wxTaviroApp::_Disconnect(MessengerDisconnectedEvt&) {
 }
 
 void wxTaviroApp::_CheckReceive(MessageReceivedEvt& e) {
+    CALL_ENTRY("wxTaviroApp::_CheckReceive");
     wxWindow* top = GetTopWindow();
     if (!top) {
         LogDebug("... Ignoring MessageReceivedEvt because app has no top window");
@@ -319,6 +329,7 @@ void wxTaviroApp::_CheckReceive(MessageReceivedEvt& e) {
 }
 
 void wxTaviroApp::OnShutdownMsg(const boost::shared_ptr<ShutdownMsg>&) {
+    CALL_ENTRY("wxTaviroApp::OnShutdownMsg");
     LogSystem("Received Shutdown request");
     if (g_Executable) g_Executable->Signal(0);
 }
@@ -326,11 +337,13 @@ void wxTaviroApp::OnShutdownMsg(const boost::shared_ptr<ShutdownMsg>&) {
 // ---- event handlers ----
 
 void wxTaviroApp::_EndSession(wxCloseEvent&) {
+    CALL_ENTRY("wxTaviroApp::_EndSession");
     LogSystem("Notified of user request to log out or shut down the system");
     if (g_Executable) g_Executable->Signal(0);
 }
 
 void wxTaviroApp::KeyboardHook(wxKeyEvent& e) {
+    CALL_ENTRY("wxTaviroApp::KeyboardHook");
     if (e.GetKeyCode() == 67 && e.ControlDown() && e.ShiftDown()) {
         // The recorded window may have gone since; only a live top-level window is used.
         wxWindow* w =
@@ -342,6 +355,7 @@ void wxTaviroApp::KeyboardHook(wxKeyEvent& e) {
 }
 
 void wxTaviroApp::ActivateEvent(wxActivateEvent& e) {
+    CALL_ENTRY("wxTaviroApp::ActivateEvent");
     e.Skip();
     wxWindow* w = wxDynamicCast(e.GetEventObject(), wxWindow);
     if (e.GetActive())
