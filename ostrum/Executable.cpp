@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <pthread.h>
 #include <thread>
 #include <unistd.h>
 
@@ -80,7 +81,16 @@ void Executable::InstallSignalHandlers() {
     static std::once_flag once;
     std::call_once(once, [] {
         if (::pipe2(g_Pipe, O_CLOEXEC) != 0) return;
+        // The watcher is started with these signals blocked so the kernel never picks it: a signal
+        // landing on a thread parked in read() may be deferred until that read returns (sanitizer
+        // runtimes do this), and only the handler's own write would end it.
+        sigset_t stop, old;
+        sigemptyset(&stop);
+        for (int sig : {SIGINT, SIGTERM, SIGHUP})
+            sigaddset(&stop, sig);
+        pthread_sigmask(SIG_BLOCK, &stop, &old);
         std::thread(&_SignalWatcher::Run).detach();
+        pthread_sigmask(SIG_SETMASK, &old, nullptr);
         struct sigaction sa {};
         sa.sa_handler = OnProcessSignal;
         sigemptyset(&sa.sa_mask);

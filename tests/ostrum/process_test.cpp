@@ -195,12 +195,31 @@ TEST(Process, CrashWritesTheCallTraceIntoTheLog) {
     EXPECT_NE(text.find("child_main.cpp:"), String::npos) << text;
 }
 
+#if defined(__SANITIZE_THREAD__)
+constexpr bool k_ThreadSanitizer = true;
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+constexpr bool k_ThreadSanitizer = true;
+#else
+constexpr bool k_ThreadSanitizer = false;
+#endif
+#else
+constexpr bool k_ThreadSanitizer = false;
+#endif
+
 TEST(Process, TermAndIntReachTheExecutable) {
     for (int sig : {SIGTERM, SIGINT}) {
         _Child child({"signal"});
         ASSERT_EQ(child.ReadLine(), "ready");
         child.Kill(sig);
-        EXPECT_EQ(child.ReadLine(), SFormat("stopped=1 signal=%d", sig));
+        String line = child.ReadLine(k_ThreadSanitizer ? 2000 : 10000);
+        // ThreadSanitizer's runtime defers asynchronous signals and now and then drops one that
+        // lands while the target thread is inside the runtime; a repeat is handled.
+        for (int retry = 0; k_ThreadSanitizer && line.empty() && retry < 5; ++retry) {
+            child.Kill(sig);
+            line = child.ReadLine(2000);
+        }
+        EXPECT_EQ(line, SFormat("stopped=1 signal=%d", sig));
         const int status = child.Wait();
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
