@@ -1,8 +1,11 @@
 // Test main for GUI tests: starts wx once (under the Xvfb that ctest provides), gives every
-// test a private HOME and a fresh shown top window, and destroys all top-level windows after.
+// test a private HOME, the pointer parked in the screen's far corner and a fresh shown top
+// window, and destroys all top-level windows after.
 #include "tests/support/WxTestHelpers.h"
 
+#include <wx/display.h>
 #include <wx/evtloop.h>
+#include <wx/uiaction.h>
 
 namespace taviro_test {
 wxFrame* g_TopWindow = nullptr;
@@ -23,6 +26,13 @@ public:
 
 class _WindowListener : public ::testing::EmptyTestEventListener {
     void OnTestStart(const ::testing::TestInfo& info) override {
+        // A pointer left over a spot by an earlier test would hover the new test's controls.
+        const wxRect screen = wxDisplay(0u).GetGeometry();
+        const wxPoint corner(screen.GetRight(), screen.GetBottom());
+        if (wxGetMousePosition() != corner) {
+            wxUIActionSimulator().MouseMove(corner);
+            WaitFor([&] { return wxGetMousePosition() == corner; }, 2000);
+        }
         g_TopWindow = new wxFrame(nullptr, wxID_ANY, wxString::FromUTF8(info.name()),
                                   wxPoint(50, 50), wxSize(640, 480));
         wxTheApp->SetTopWindow(g_TopWindow);

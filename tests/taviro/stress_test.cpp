@@ -227,13 +227,17 @@ TEST(Messenger, LiveTrafficKeepsTheJobTableInStep) {
     TaviroClientApp app(LL_Info, LL_Error);
     CommandLine cl =
         MakeCommandLine({"--jobs", "300", "--rate", "-1", "--seed", "5", "--workers", "2"});
-    ASSERT_TRUE(app.Startup(cl)) << app.GetStartupError();
-    _Bridge bridge(&app); // the pool is ready: handlers run there
+    // Bridge and handler are connected before the master starts: a message received with
+    // nobody listening waits in the queue (which Cleanup discards) and one handled before the
+    // handler is connected would go uncounted.
+    _Bridge bridge(&app);
     std::atomic<long> created{0}, removed{0};
     app.AddMessageHandler([&](const Message& m) {
         if (m.GetType() == k_MsgJobRemoved) removed.fetch_add(1);
         if (m.GetType() == k_MsgJobCreated) created.fetch_add(1);
     });
+    ASSERT_TRUE(app.Startup(cl)) << app.GetStartupError();
+    ASSERT_TRUE(ThreadPool::IsReady()); // handlers run on the pool
     ASSERT_TRUE(taviro_test::WaitUntil([&] { return app.HandledMessages() > 20000; }, 60000));
     app.Cleanup(); // stops the master, then drains the pool
     Drain(app);
