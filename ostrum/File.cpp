@@ -3,7 +3,9 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <csignal>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -24,6 +26,33 @@ bool WriteAllFd(int fd, const char* data, size_t size) {
         size -= (size_t)n;
     }
     return true;
+}
+// A save's temporary file is "LEAF.tmp-PID-XXXXXX" next to the file it replaces.
+String TempPrefix(const String& leaf) {
+    return leaf + ".tmp-";
+}
+
+// Removes the temporaries that saves of this file left behind when their process died mid-save
+// (kill -9, power loss). Only files whose writer is gone: another live process, or another
+// thread of this one, may be writing its own right now.
+void RemoveStaleTemporaries(const String& folder, const String& leaf) {
+    DIR* d = ::opendir(folder.c_str());
+    if (!d) return;
+    const String prefix = TempPrefix(leaf);
+    const long self = (long)::getpid();
+    while (dirent* e = ::readdir(d)) {
+        const String name = e->d_name;
+        if (name.size() <= prefix.size() || !name.StartsWith(prefix)) continue;
+        const String rest = name.substr(prefix.size());
+        const size_t dash = rest.find('-');
+        if (dash == String::npos) continue;
+        bool ok = false;
+        const long pid = rest.substr(0, dash).ToLong(0, &ok);
+        if (!ok || pid <= 0 || pid == self) continue;
+        if (::kill((pid_t)pid, 0) == 0 || errno != ESRCH) continue; // alive, or not ours to judge
+        ::unlinkat(::dirfd(d), name.c_str(), 0);
+    }
+    ::closedir(d);
 }
 } // namespace
 
@@ -165,7 +194,9 @@ void File::AtomicWrite(const Path& path, const String& content) {
     if (path.IsEmpty()) throw new Exception(k_ErrArgument, "Cannot save file", "no file name");
     const Path folder = path.Branch(false, false);
     const String folderText = folder.IsEmpty() ? String(".") : folder.ToString();
-    String tmpl = path.ToString() + ".XXXXXX";
+    const String leaf = path.Leaf();
+    String tmpl = (folder.IsEmpty() ? String() : folderText + "/") + TempPrefix(leaf) +
+                  String::FromInt((long long)::getpid()) + "-XXXXXX";
     std::vector<char> name(tmpl.begin(), tmpl.end());
     name.push_back('\0');
     const int fd = ::mkstemp(name.data());
@@ -206,6 +237,7 @@ void File::AtomicWrite(const Path& path, const String& content) {
         ::fsync(dfd);
         ::close(dfd);
     }
+    RemoveStaleTemporaries(folderText, leaf);
 }
 
 // ---- streams ----

@@ -72,6 +72,7 @@ public:
     // Replaces the file so that a crash at any moment leaves the old or the new content whole:
     // a temporary file in the same folder, fsync, rename over the old one, fsync of the folder.
     // Keeps the old file's permissions. Throws Exception* on failure; the old file is intact.
+    // Temporaries that earlier saves of the same file left when their process died are removed.
     static void AtomicWrite(const Path& path, const String& content);
 
 private:

@@ -6,7 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using ostrum_test::CatchException;
 using ostrum_test::EnvVar;
@@ -117,6 +121,31 @@ TEST(File, ExistsAndReadAll) {
     e = CatchException([&] { File::ReadAll(Home()); });
     ASSERT_TRUE(e);
     EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrIO);
+}
+
+TEST(File, SavesClearTemporariesLeftByDeadWritersOnly) {
+    const String folder = Home() + "/saves";
+    File::CreateDirectories(folder);
+    const pid_t dead = fork(); // a writer that is gone by the time of the save
+    if (dead == 0) _exit(0);
+    ASSERT_GT(dead, 0);
+    ASSERT_EQ(waitpid(dead, nullptr, 0), dead);
+    const String deadTemp = SFormat("a.ini.tmp-%d-Xa9fQ2", (int)dead);
+    const std::vector<String> kept = {
+        SFormat("a.ini.tmp-%d-Q1w2e3", (int)getppid()), // a live writer's save in progress
+        SFormat("a.ini.tmp-%d-Q1w2e4", (int)getpid()),  // another thread of this process
+        SFormat("b.ini.tmp-%d-Q1w2e3", (int)dead),      // another file's temporary
+        "a.ini.tmp-notapid-123", "a.ini.bak"};
+    for (const String& name : kept)
+        File::AtomicWrite(folder + "/" + name, "x");
+    File::AtomicWrite(folder + "/" + deadTemp, "half a save");
+
+    File::AtomicWrite(folder + "/a.ini", "[S]\nk=v\n");
+    std::vector<String> expected = kept;
+    expected.push_back("a.ini");
+    std::sort(expected.begin(), expected.end());
+    // Only the dead writer's temporary is gone (the save left none of its own).
+    EXPECT_EQ(ListDir(folder), expected);
 }
 
 TEST(File, CreateDirectoriesMakesParents) {
