@@ -27,6 +27,7 @@ bool WriteAllFd(int fd, const char* data, size_t size) {
     }
     return true;
 }
+
 // A save's temporary file is "LEAF.tmp-PID-XXXXXX" next to the file it replaces.
 String TempPrefix(const String& leaf) {
     return leaf + ".tmp-";
