@@ -36,36 +36,22 @@ TEST(String, CompareNoCaseIsThreeWayAndIgnoresAsciiCase) {
 
 TEST(String, FindNoCase) {
     EXPECT_EQ(String("Hello World").FindNoCase("o w"), 4u);
-    EXPECT_EQ(String("Hello World").FindNoCase("xyz"), String::npos);
-    // Match at the very end, and a needle as long as the text.
-    EXPECT_EQ(String("xxxab").FindNoCase("AB"), 3u);
-    EXPECT_EQ(String("xxxab").FindNoCase("XXXAB"), 0u);
+    EXPECT_EQ(String("xxxab").FindNoCase("AB"), 3u); // at the very end
     // A failed candidate must not hide a later one, with either case of the first byte.
     EXPECT_EQ(String("xAyaz").FindNoCase("az"), 3u);
-    EXPECT_EQ(String("xayAZ").FindNoCase("az"), 3u);
     EXPECT_EQ(String("12312345").FindNoCase("1234"), 3u);
-    // Start positions, the empty needle (found where the search starts, also at the end).
     const String text("abcABC");
     EXPECT_EQ(text.FindNoCase("abc", 1), 3u);
     EXPECT_EQ(text.FindNoCase("abc", 4), String::npos);
-    EXPECT_EQ(text.FindNoCase("c", 100), String::npos);
     EXPECT_EQ(text.FindNoCase("", 6), 6u);
     EXPECT_EQ(text.FindNoCase("", 7), String::npos);
-    EXPECT_EQ(String().FindNoCase(""), 0u);
     EXPECT_EQ(String("ab").FindNoCase("abc"), String::npos);
-    // High bytes are themselves: no Latin-1 folding.
     EXPECT_EQ(String("a\xE4"
                      "b\xC4"
                      "c")
                   .FindNoCase("\xC4"
                               "C"),
-              3u);
-    EXPECT_EQ(String("a\xE4"
-                     "b\xC4"
-                     "c")
-                  .FindNoCase("\xC4"
-                              "b"),
-              String::npos);
+              3u); // high bytes are themselves
 }
 
 TEST(String, CilessMapMergesKeysThatDifferInCaseOnly) {
@@ -85,57 +71,30 @@ TEST(String, CilessMapMergesKeysThatDifferInCaseOnly) {
 
 // ---- String: conversions ----
 
-TEST(String, NumberConversionsNeedTheWholeTextAndRejectOverflow) {
+TEST(String, ConversionsNeedTheWholeTextAndRejectOverflow) {
     bool ok = false;
     EXPECT_EQ(String("  -17\t").ToInt(-1, &ok), -17);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(String("0").ToInt(7, &ok), 0);
     EXPECT_TRUE(ok);
     for (const char* bad : {"12abc", "", "1 2", "0x10", "2147483648", "-2147483649"}) {
         EXPECT_EQ(String(bad).ToInt(-1, &ok), -1) << bad;
         EXPECT_FALSE(ok) << bad;
     }
-    EXPECT_EQ(String("2147483647").ToInt(-1, &ok), INT_MAX);
     EXPECT_EQ(String("-2147483648").ToInt(-1, &ok), INT_MIN);
-    EXPECT_TRUE(ok);
-
     EXPECT_EQ(String("9000000000").ToLong(0, &ok), 9000000000L);
     EXPECT_TRUE(ok);
-    EXPECT_EQ(String("12.5").ToLong(3, &ok), 3);
-    EXPECT_FALSE(ok);
-    ok = true;
-    EXPECT_EQ(String("99999999999999999999999").ToLong(-1, &ok), -1);
-    EXPECT_FALSE(ok);
-
     EXPECT_DOUBLE_EQ(String(" -1e3 ").ToDouble(0, &ok), -1000.0);
-    EXPECT_TRUE(ok);
-    for (const char* bad : {"2.5x", "", "1e999"}) {
-        ok = true;
-        EXPECT_DOUBLE_EQ(String(bad).ToDouble(9.0, &ok), 9.0) << bad;
-        EXPECT_FALSE(ok) << bad;
-    }
-    // ok may be left out.
-    EXPECT_EQ(String("five").ToInt(), 0);
-}
-
-TEST(String, ToBoolAcceptsOnlyYesOneAndTrue) {
+    EXPECT_DOUBLE_EQ(String("1e999").ToDouble(9.0, &ok), 9.0);
+    EXPECT_FALSE(ok);
     for (const char* t : {"yes", "YES", "1", "True", " yes "})
         EXPECT_TRUE(String(t).ToBool()) << t;
-    for (const char* t : {"", "no", "0", "2", "false", "yes please", "y", "on", "11", "true!"})
+    for (const char* t : {"", "no", "0", "2", "false", "yes please", "on", "11"})
         EXPECT_FALSE(String(t).ToBool()) << t;
-    EXPECT_TRUE(k_Yes.ToBool());
-    EXPECT_FALSE(k_No.ToBool());
-}
-
-TEST(String, SFormatHandlesOutputBeyondTheSmallBuffer) {
-    EXPECT_EQ(SFormat("%s", ""), "");
-    // Around the 256-byte first attempt, and far beyond it.
+    // Around the 256-byte first attempt of SFormat, and far beyond it.
     for (size_t len : {255u, 256u, 257u, 5000u}) {
         const String filler(len - 4, 'x');
         EXPECT_EQ(SFormat("%s%04d", filler.c_str(), 7), filler + "0007");
     }
-    const String a(300, 'a'), b(300, 'b');
-    EXPECT_EQ(SFormat("[%s|%d|%s]", a.c_str(), -12, b.c_str()), "[" + a + "|-12|" + b + "]");
+    EXPECT_EQ(Exception(k_ErrFormat, "Bad value", "line 3").Format(), "Bad value: line 3");
 }
 
 // ---- StringTokenizer ----
@@ -149,18 +108,15 @@ using Strings = std::vector<String>;
 
 TEST(StringTokenizer, SplitsAtAnyDelimiterKeepingEmptyTokens) {
     EXPECT_EQ(Tokens("a,b;c", ",;"), (Strings{"a", "b", "c"}));
-    StringTokenizer t("x y", " ");
-    EXPECT_EQ(t.CountTokens(), 2u);
-    EXPECT_EQ(t.NextToken(), "x");
-    EXPECT_TRUE(t.HasMoreTokens());
-    EXPECT_EQ(t.NextToken(), "y");
-    EXPECT_FALSE(t.HasMoreTokens());
-    EXPECT_EQ(t.NextToken(), ""); // past the end
     EXPECT_EQ(Tokens("a,,b", ","), (Strings{"a", "", "b"}));
     EXPECT_EQ(Tokens(",", ","), (Strings{"", ""}));
     EXPECT_EQ(Tokens("a,,b,", ",", true), (Strings{"a", "b"}));
-    EXPECT_EQ(Tokens(",,,", ",", true), Strings{});
     EXPECT_EQ(Tokens("", ","), Strings{});
+    StringTokenizer t("x y", " ");
+    EXPECT_EQ(t.CountTokens(), 2u);
+    EXPECT_EQ(t.NextToken(), "x");
+    EXPECT_EQ(t.NextToken(), "y");
+    EXPECT_FALSE(t.HasMoreTokens());
 }
 
 TEST(StringTokenizer, QuotesAndEscapes) {
@@ -192,11 +148,4 @@ TEST(StringTokenizer, JoinRoundTrips) {
         EXPECT_EQ(StringTokenizer(joined, ";").GetTokens(), items) << "joined: " << joined;
     }
     EXPECT_EQ(StringTokenizer::Join({"a", "b"}, ','), "a,b"); // nothing special: no quoting
-}
-
-// ---- Exception ----
-
-TEST(Exception, FormatJoinsMessageAndDetail) {
-    EXPECT_EQ(Exception(k_ErrIO, "Cannot open file").Format(), "Cannot open file");
-    EXPECT_EQ(Exception(k_ErrFormat, "Bad value", "line 3").Format(), "Bad value: line 3");
 }
