@@ -1,5 +1,4 @@
 // UID, Time, CommandLine, LibStatic, Mutex/RWLock and Log.
-#include "tests/ostrum/TestUtil.h"
 #include "tests/support/TestEnv.h"
 
 #include <ostrum/CommandLine.h>
@@ -21,8 +20,8 @@
 #include <thread>
 #include <unordered_map>
 
-using ostrum_test::CatchException;
-using ostrum_test::Home;
+using taviro_test::CatchException;
+using taviro_test::Home;
 using taviro_test::WaitUntil;
 using Strings = std::vector<String>;
 

@@ -1,5 +1,5 @@
 // Path, File and OutFile.
-#include "tests/ostrum/TestUtil.h"
+#include "tests/support/TestEnv.h"
 
 #include <ostrum/Exception.h>
 #include <ostrum/File.h>
@@ -12,10 +12,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using ostrum_test::CatchException;
-using ostrum_test::EnvVar;
-using ostrum_test::Home;
-using ostrum_test::ListDir;
+using taviro_test::CatchException;
+using taviro_test::EnvVar;
+using taviro_test::Home;
+using taviro_test::ListDir;
 
 // ---- Path ----
 

@@ -1,5 +1,5 @@
 // IniFile and OptionsFile: structure, typed access, round trips and files on disk.
-#include "tests/ostrum/TestUtil.h"
+#include "tests/support/TestEnv.h"
 
 #include <ostrum/Exception.h>
 #include <ostrum/File.h>
@@ -11,9 +11,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using ostrum_test::CatchException;
-using ostrum_test::Home;
-using ostrum_test::ListDir;
+using taviro_test::CatchException;
+using taviro_test::Home;
+using taviro_test::ListDir;
 using Strings = std::vector<String>;
 
 // ---- structure ----

@@ -1,5 +1,5 @@
 // String, StringTokenizer and Exception.
-#include "tests/ostrum/TestUtil.h"
+#include "tests/support/TestEnv.h"
 
 #include <ostrum/Exception.h>
 #include <ostrum/String.h>

@@ -1,6 +1,10 @@
 #include "tests/support/TestEnv.h"
 
+#include <ostrum/File.h>
+
+#include <algorithm>
 #include <cstdlib>
+#include <dirent.h>
 #include <ftw.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -52,6 +56,36 @@ String MakeTempDir(const char* prefix) {
 
 void InstallTestEnvironment() {
     ::testing::UnitTest::GetInstance()->listeners().Append(new _HomeListener);
+}
+
+std::vector<String> ListDir(const String& dir) {
+    std::vector<String> out;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* e = readdir(d)) {
+            const String name(e->d_name);
+            if (name != "." && name != "..") out.push_back(name);
+        }
+        closedir(d);
+    }
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+void WriteText(const String& path, const String& text) {
+    File::AtomicWrite(path, text);
+}
+
+EnvVar::EnvVar(const char* name) : m_Name(name) {
+    const char* v = getenv(name);
+    m_Had = v != nullptr;
+    if (v) m_Old = v;
+}
+
+EnvVar::~EnvVar() {
+    if (m_Had)
+        setenv(m_Name.c_str(), m_Old.c_str(), 1);
+    else
+        unsetenv(m_Name.c_str());
 }
 
 bool WaitUntil(const std::function<bool()>& pred, int timeoutMs) {

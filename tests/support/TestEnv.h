@@ -8,9 +8,16 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <thread>
+#include <vector>
+
+// Failure messages show a String as text, not as a list of characters.
+inline void PrintTo(const String& s, std::ostream* os) {
+    *os << ::testing::PrintToString(static_cast<const std::string&>(s));
+}
 
 namespace taviro_test {
 
@@ -18,6 +25,31 @@ namespace taviro_test {
 String TempHome();
 // A fresh folder inside the current test's HOME.
 String MakeTempDir(const char* prefix = "dir");
+
+// The same as a String.
+inline String Home() {
+    return TempHome();
+}
+// Entry names of a folder without "." and "..", sorted.
+std::vector<String> ListDir(const String& dir);
+// Writes a whole file (atomically).
+void WriteText(const String& path, const String& text);
+
+// Sets or removes an environment variable for one scope and puts the old state back.
+class EnvVar {
+public:
+    explicit EnvVar(const char* name);
+    EnvVar(const char* name, const String& value) : EnvVar(name) { Set(value); }
+    ~EnvVar();
+    void Set(const String& value) { setenv(m_Name.c_str(), value.c_str(), 1); }
+    void Unset() { unsetenv(m_Name.c_str()); }
+    EnvVar(const EnvVar&) = delete;
+    EnvVar& operator=(const EnvVar&) = delete;
+
+private:
+    String m_Name, m_Old;
+    bool m_Had = false;
+};
 
 // Installs the per-test HOME. Called by the test mains.
 void InstallTestEnvironment();

@@ -16,11 +16,6 @@
 #include <cstdlib>
 #include <memory>
 
-// Failure messages show a String as text, not as a list of characters.
-inline void PrintTo(const String& s, std::ostream* os) {
-    *os << ::testing::PrintToString(static_cast<const std::string&>(s));
-}
-
 namespace {
 
 using Strings = std::vector<String>;
@@ -44,12 +39,7 @@ private:
 };
 
 using taviro_test::CatchException;
-
-void WriteText(const String& path, const String& text) {
-    OutFile f(path);
-    f.Put(text);
-    f.Close();
-}
+using taviro_test::WriteText;
 
 } // namespace
 

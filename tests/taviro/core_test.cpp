@@ -17,11 +17,6 @@
 #include <set>
 #include <sys/stat.h>
 
-// Failure messages show a String as text, not as a list of characters.
-inline void PrintTo(const String& s, std::ostream* os) {
-    *os << ::testing::PrintToString(static_cast<const std::string&>(s));
-}
-
 namespace {
 
 using Strings = std::vector<String>;
@@ -34,15 +29,10 @@ const char* const k_Script = "0b4f7c2e-93a1-4d3f-8e21-5a6b7c8d9e01";
 const char* const k_Shell = "3c9e8d7f-6a5b-4c3d-9e2f-1a0b9c8d7e01";
 
 using taviro_test::CatchException;
+using taviro_test::WriteText;
 
 String Module(const String& name, const String& id, const String& body = String()) {
     return "type " + name + "\nid " + id + "\n" + body;
-}
-
-void WriteText(const String& path, const String& text) {
-    OutFile f(path);
-    f.Put(text);
-    f.Close();
 }
 
 // Routes the process log into a fresh file of the test's HOME, silently, so a test can read
