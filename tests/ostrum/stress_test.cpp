@@ -239,28 +239,6 @@ TEST(SignalStress, SlotsMayChangeTheSignalDuringEmission) {
     EXPECT_EQ(ping.ConnectionCount(), 0u);
 }
 
-TEST(SignalStress, OwnerRemembersEachSignalOnceAndForgetsDeadOnes) {
-    _Record r;
-    _Owner o(&r);
-    {
-        Signal1<int> a;
-        Signal0<> b;
-        a.Connect(&o, &_Owner::OnValue);
-        a.Connect(&o, &_Owner::OnValue);
-        b.Connect(&o, &_Owner::OnPing);
-        EXPECT_EQ(o.ConnectedSignalCount(), 2u);
-        a.Emit(5);
-        EXPECT_EQ(r.calls.load(), 2); // two connections, two calls
-        o.DisconnectAll();
-        a.Emit(5);
-        b.Emit();
-        EXPECT_EQ(r.calls.load(), 2);
-        EXPECT_EQ(a.ConnectionCount(), 0u);
-        b.Connect(&o, &_Owner::OnPing);
-    }
-    EXPECT_EQ(o.ConnectedSignalCount(), 0u); // the signals died; nothing dangles
-}
-
 TEST(LogStress, LinesFromManyThreadsStayWhole) {
     const String file = taviro_test::MakeTempDir("logs") + "/stress.log";
     Log::s_GlobalLog->Open(file);
@@ -288,10 +266,8 @@ TEST(LogStress, LinesFromManyThreadsStayWhole) {
         ASSERT_EQ(sscanf(line.c_str() + at, " T%d L%d", &t, &i), 2) << line;
         ASSERT_TRUE(t >= 0 && t < kThreads);
         const String pad(100 + t * 10, (char)('a' + t));
-        ASSERT_TRUE(line.size() >= pad.size() &&
-                    line.compare(line.size() - pad.size(), pad.size(), pad) == 0)
+        ASSERT_TRUE(line.size() > pad.size() && line.substr(line.size() - pad.size()) == pad)
             << "mixed or cut line: " << line.substr(0, 80);
-        EXPECT_NE(line.find("DEBUG"), String::npos);
         seen.insert({t, i});
     }
     EXPECT_EQ(seen.size(), (size_t)(kThreads * kLines));
