@@ -12,11 +12,6 @@
 #include <unistd.h>
 #include <vector>
 
-namespace {
-String Errno() {
-    return String(strerror(errno));
-}
-
 bool WriteAllFd(int fd, const char* data, size_t size) {
     while (size > 0) {
         const ssize_t n = ::write(fd, data, size);
@@ -26,6 +21,11 @@ bool WriteAllFd(int fd, const char* data, size_t size) {
         size -= (size_t)n;
     }
     return true;
+}
+
+namespace {
+String Errno() {
+    return String(strerror(errno));
 }
 
 // A save's temporary file is "LEAF.tmp-PID-XXXXXX" next to the file it replaces.

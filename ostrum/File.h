@@ -5,6 +5,10 @@
 
 #include <cstdint>
 
+// Writes all of data to fd, retrying partial and interrupted writes (one write call for a
+// short record, so log lines of different threads never mix); false on an error.
+bool WriteAllFd(int fd, const char* data, size_t size);
+
 class Path {
 public:
     Path() = default;

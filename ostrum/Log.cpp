@@ -1,4 +1,5 @@
 #include <ostrum/Exception.h>
+#include <ostrum/File.h>
 #include <ostrum/Log.h>
 
 #include <cerrno>
@@ -17,16 +18,6 @@ void MakeFolders(const String& fileName) {
         if (fileName[i] == '/') mkdir(fileName.substr(0, i).c_str(), 0755);
 }
 
-// One write per record, retried on partial writes, so lines of different threads never mix.
-void WriteAll(int fd, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t n = ::write(fd, data, size);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return;
-        data += n;
-        size -= (size_t)n;
-    }
-}
 } // namespace
 
 // Never destroyed: static destructors and detached threads may still log at exit.
@@ -47,7 +38,7 @@ void Log::Open(const String& fileName) {
     if (m_Fd >= 0) ::close(m_Fd);
     m_Fd = fd;
     m_FileName = fileName;
-    if (!m_EverOpened && !m_Early.empty()) WriteAll(m_Fd, m_Early.data(), m_Early.size());
+    if (!m_EverOpened && !m_Early.empty()) WriteAllFd(m_Fd, m_Early.data(), m_Early.size());
     m_EverOpened = true;
     std::string().swap(m_Early);
 }
@@ -86,10 +77,10 @@ void Log::Write(LogLevel level, const String& text) {
 
     std::lock_guard<std::mutex> l(m_Mutex);
     if (toFile && m_Fd >= 0)
-        WriteAll(m_Fd, line.data(), line.size());
+        WriteAllFd(m_Fd, line.data(), line.size());
     else if (toFile && !m_EverOpened && m_Early.size() < 256 * 1024)
         m_Early += line;
-    if (toEcho) WriteAll(2, line.data(), line.size());
+    if (toEcho) WriteAllFd(2, line.data(), line.size());
 }
 
 void GlobalLog(LogLevel level, const String& text) {
