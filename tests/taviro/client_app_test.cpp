@@ -52,16 +52,12 @@ TEST(ClientStartup, BadCommandLinesAreRefusedWithTheOption) {
     };
     const std::vector<Case> cases = {
         {{"/usr/bin/taviro", "--bogus", "1"}, {"--bogus"}},
-        {{"/usr/bin/taviro", "-x"}, {"-x"}},
         {{"/usr/bin/taviro", "--master", "none", "--name"}, {"--name"}},
         {{"/usr/bin/taviro", "--master", "none", "--seed", "abc"}, {"--seed", "abc"}},
         {{"/usr/bin/taviro", "--master", "none", "--seed=-3"}, {"--seed", "-3"}},
-        {{"/usr/bin/taviro", "--master", "none", "--seed="}, {"--seed"}},
         {{"/usr/bin/taviro", "--master", "none", "--jobs", "12x"}, {"--jobs", "12x"}},
-        {{"/usr/bin/taviro", "--master", "none", "--rate", "fast"}, {"--rate", "fast"}},
         {{"/usr/bin/taviro", "--master", "none", "--workers", "100"}, {"--workers", "100"}},
         {{"/usr/bin/taviro", "--master", "remote"}, {"--master", "remote"}},
-        {{"/usr/bin/taviro", "--master", ""}, {"--master"}},
     };
     for (const Case& c : cases) {
         Client app;
