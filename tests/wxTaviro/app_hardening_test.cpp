@@ -56,10 +56,11 @@ TEST_F(AppTest, WindowMenuCommandsFollowTheTopWindow) {
         at->GetEventHandler()->ProcessEvent(e);
         PumpEvents();
     };
-    collect(TopWindow()); // the old top window no longer carries the commands
-    EXPECT_EQ(w->GetSize(), wxSize(200, 150));
     collect(main);
     EXPECT_EQ(w->GetSize(), wxSize(300, 200)); // grown to half of the new main window
+    w->SetSize(200, 150);
+    collect(TopWindow()); // the old top window no longer carries the commands
+    EXPECT_EQ(w->GetSize(), wxSize(200, 150));
     wxTheApp->SetTopWindow(TopWindow());
 }
 
