@@ -16,16 +16,7 @@ namespace {
 
 const char* const k_SchemeNames[] = {"Light", "Lighter", "Dark", "Darker", "Custom"};
 
-const String* const k_Slots[] = {
-    &color_WindowBG,     &color_WindowBGLighter, &color_WindowBGDarker, &color_Text,
-    &color_TextRed,      &color_TextOrange,      &color_TextYellow,     &color_TextGreen,
-    &color_TextCyan,     &color_TextBlue,        &color_TextIndigo,     &color_TextViolet,
-    &color_TextDarkRed,  &color_TextDarkOrange,  &color_TextDarkYellow, &color_TextDarkGreen,
-    &color_TextDarkCyan, &color_TextDarkBlue,    &color_TextDarkIndigo, &color_TextDarkViolet,
-    &color_TextGrey,     &color_3DLight,         &color_3DDark,         &color_ButtonFace,
-    &color_ButtonText,   &color_Selected,        &color_Header,
-};
-const int k_SlotCount = int(std::size(k_Slots));
+const int k_SlotCount = int(color_SlotCount);
 
 wxString ToWx(const String& s) {
     return wxString::FromUTF8(s.c_str());
@@ -45,27 +36,36 @@ public:
         });
     }
 
-    // The one geometry: cell i of the grid in a client area of the given width.
-    wxRect CellRect(int i, int clientWidth) const {
-        const int columns = Columns(clientWidth);
+    // The one geometry: cell i of the grid, row by row in a fixed number of columns, so that
+    // the best size holds every swatch whatever width the page has.
+    wxRect CellRect(int i) const {
         const wxSize cell = CellSize();
-        return wxRect((i % columns) * cell.x, (i / columns) * cell.y, cell.x, cell.y);
+        return wxRect((i % k_Columns) * cell.x, (i / k_Columns) * cell.y, cell.x, cell.y);
     }
     int HitTest(const wxPoint& p) const {
         for (int i = 0; i < k_SlotCount; ++i)
-            if (CellRect(i, GetClientSize().x).Contains(p)) return i;
+            if (CellRect(i).Contains(p)) return i;
         return -1;
     }
 
 protected:
     wxSize DoGetBestClientSize() const override {
         const wxSize cell = CellSize();
-        return wxSize(cell.x * 3, cell.y * ((k_SlotCount + 2) / 3));
+        return wxSize(cell.x * k_Columns, cell.y * ((k_SlotCount + k_Columns - 1) / k_Columns));
     }
 
 private:
-    wxSize CellSize() const { return FromDIP(wxSize(190, 22)); }
-    int Columns(int clientWidth) const { return std::max(1, clientWidth / CellSize().x); }
+    static constexpr int k_Columns = 6;
+
+    // Wide enough for the longest name beside its swatch.
+    wxSize CellSize() const {
+        int widest = 0;
+        for (int i = 0; i < k_SlotCount; ++i)
+            widest = std::max(widest, GetTextExtent(ToWx(*color_Slots[i])).x);
+        const int height = FromDIP(20);
+        return wxSize(SwatchWidth(height) + widest + FromDIP(14), height);
+    }
+    int SwatchWidth(int cellHeight) const { return cellHeight + cellHeight / 2; }
 
     void OnPaint(wxPaintEvent&) {
         wxAutoBufferedPaintDC dc(this);
@@ -75,13 +75,14 @@ private:
         dc.SetTextForeground(GetForegroundColour());
         const int pad = FromDIP(3);
         for (int i = 0; i < k_SlotCount; ++i) {
-            const wxRect cell = CellRect(i, GetClientSize().x);
-            const wxRect swatch(cell.x + pad, cell.y + pad, cell.height * 2, cell.height - 2 * pad);
-            const wxColour c = wxsGetColor(*k_Slots[i]);
+            const wxRect cell = CellRect(i);
+            const wxRect swatch(cell.x + pad, cell.y + pad, SwatchWidth(cell.height),
+                                cell.height - 2 * pad);
+            const wxColour c = wxsGetColor(*color_Slots[i]);
             dc.SetPen(wxPen(GetForegroundColour()));
             dc.SetBrush(c.IsOk() ? wxBrush(c) : *wxTRANSPARENT_BRUSH);
             dc.DrawRectangle(swatch);
-            const wxString name = ToWx(*k_Slots[i]);
+            const wxString name = ToWx(*color_Slots[i]);
             const int textY = cell.y + (cell.height - dc.GetTextExtent(name).y) / 2;
             dc.DrawText(name, swatch.GetRight() + 2 * pad, textY);
         }
@@ -96,10 +97,10 @@ private:
             UnsetToolTip();
             return;
         }
-        const wxColour c = wxsGetColor(*k_Slots[i]);
-        SetToolTip(c.IsOk() ? wxString::Format("%s: %d, %d, %d", ToWx(*k_Slots[i]), c.Red(),
+        const wxColour c = wxsGetColor(*color_Slots[i]);
+        SetToolTip(c.IsOk() ? wxString::Format("%s: %d, %d, %d", ToWx(*color_Slots[i]), c.Red(),
                                                c.Green(), c.Blue())
-                            : ToWx(*k_Slots[i]) + ": unset");
+                            : ToWx(*color_Slots[i]) + ": unset");
     }
 
     int m_Tip = -1;
@@ -116,7 +117,7 @@ public:
     }
 
 protected:
-    wxSize DoGetBestClientSize() const override { return FromDIP(wxSize(720, 112)); }
+    wxSize DoGetBestClientSize() const override { return FromDIP(wxSize(720, 100)); }
 
 private:
     void OnPaint(wxPaintEvent&) {
@@ -144,7 +145,7 @@ private:
             x += step;
         }
         // A drop button, and bands graded as the list header and the tabs are.
-        const int row = FromDIP(52), h = FromDIP(24), w = FromDIP(140);
+        const int row = FromDIP(48), h = FromDIP(24), w = FromDIP(140);
         const int columns[] = {gap, FromDIP(110), FromDIP(270), FromDIP(430)};
         renderer.DrawComboBoxDropButton(this, dc, wxRect(columns[0], row, FromDIP(40), h), 0);
         const wxColour header = wxsGetColor(color_Header), selected = wxsGetColor(color_Selected);
@@ -160,12 +161,17 @@ private:
     }
 };
 
-// The page itself.
-class _ColorsView : public wxsPanel {
+// The page itself; it scrolls when the frame is too small to show all of it.
+class _ColorsView : public wxScrolledWindow, public wxsColorManaged {
 public:
-    explicit _ColorsView(wxWindow* parent) : wxsPanel(parent, wxID_ANY) {
+    explicit _ColorsView(wxWindow* parent)
+        : wxScrolledWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+                           wxVSCROLL | wxHSCROLL | wxTAB_TRAVERSAL | wxNO_BORDER) {
+        Manage(this);
         auto* page = new wxBoxSizer(wxVERTICAL);
         const int border = FromDIP(8);
+        // Below each heading, the section's controls, and a gap before the next heading.
+        const int section = wxLEFT | wxRIGHT | wxBOTTOM;
 
         page->Add(Heading("Colour scheme"), 0, wxLEFT | wxRIGHT | wxTOP, border);
         auto* schemes = new wxBoxSizer(wxHORIZONTAL);
@@ -186,7 +192,7 @@ public:
             const int scheme = g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme : 3;
             m_Schemes[scheme - 1]->SetValue(true);
         });
-        page->Add(schemes, 0, wxALL, border);
+        page->Add(schemes, 0, section, border);
 
         page->Add(Heading("Buttons"), 0, wxLEFT | wxRIGHT, border);
         auto* buttons = new wxBoxSizer(wxHORIZONTAL);
@@ -203,7 +209,7 @@ public:
         m_Clicked->SetForegroundSlot(color_TextGrey);
         m_Clicked->RefreshColors();
         buttons->Add(m_Clicked, 0, wxLEFT | wxALIGN_CENTER_VERTICAL, border);
-        page->Add(buttons, 0, wxALL, border);
+        page->Add(buttons, 0, section, border);
         Bind(wxEVT_BUTTON, [this](wxCommandEvent& e) {
             auto* b = dynamic_cast<wxsButton*>(e.GetEventObject());
             m_Clicked->SetLabel(wxString::Format("Clicked \"%s\"", b ? b->GetLabel() : ""));
@@ -222,9 +228,10 @@ public:
             auto* check = new wxsCheckBox(this, wxID_ANY, c.label);
             check->SetValue(c.value);
             check->Enable(c.enabled);
+            BlendWhenDisabled(check);
             checks->Add(check, 0, wxRIGHT, border * 2);
         }
-        page->Add(checks, 0, wxALL, border);
+        page->Add(checks, 0, section, border);
 
         page->Add(Heading("Radio buttons"), 0, wxLEFT | wxRIGHT, border);
         auto* radios = new wxBoxSizer(wxHORIZONTAL);
@@ -234,16 +241,17 @@ public:
                                              wxDefaultSize, i == 0 ? wxRB_GROUP : 0);
             if (i == 1) radio->SetValue(true);
             if (i == 3) radio->Enable(false);
+            BlendWhenDisabled(radio);
             radios->Add(radio, 0, wxRIGHT, border * 2);
         }
-        page->Add(radios, 0, wxALL, border);
+        page->Add(radios, 0, section, border);
 
         page->Add(Heading("Renderer and gradients"), 0, wxLEFT | wxRIGHT, border);
-        page->Add(new _RendererSamples(this), 0, wxALL, border);
+        page->Add(new _RendererSamples(this), 0, section, border);
 
         page->Add(Heading("Splitter"), 0, wxLEFT | wxRIGHT, border);
         auto* splitter = new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition,
-                                              FromDIP(wxSize(680, 50)), wxSP_LIVE_UPDATE);
+                                              FromDIP(wxSize(680, 36)), wxSP_LIVE_UPDATE);
         auto* left = new wxsPanel(splitter);
         auto* right = new wxsPanel(splitter);
         left->SetBackgroundSlot(color_WindowBGLighter);
@@ -252,16 +260,24 @@ public:
         right->RefreshColors();
         new wxsStaticText(left, wxID_ANY, " Drag the sash", wxPoint(FromDIP(4), FromDIP(4)));
         splitter->SplitVertically(left, right, FromDIP(200));
-        page->Add(splitter, 0, wxALL, border);
+        page->Add(splitter, 0, section, border);
 
         page->Add(Heading("Palette"), 0, wxLEFT | wxRIGHT, border);
-        page->Add(new _PaletteSwatches(this), 0, wxALL | wxEXPAND, border);
+        page->Add(new _PaletteSwatches(this), 0, section, border);
 
         SetSizer(page);
+        SetScrollRate(FromDIP(10), FromDIP(10));
         def->SetDefault();
     }
 
 private:
+    // A disabled toggle keeps the page's background: the default disabled background (much
+    // lighter) would put a bright patch behind it.
+    static void BlendWhenDisabled(wxsCheckBox* toggle) {
+        toggle->SetDisabledBackgroundSlot(color_WindowBG);
+        toggle->RefreshColors();
+    }
+
     wxsStaticText* Heading(const char* text) {
         auto* heading = new wxsStaticText(this, wxID_ANY, text);
         heading->SetFont(heading->GetFont().Bold());

@@ -19,12 +19,26 @@
 #include <taviro/SimulatedMaster.h>
 
 #include <wx/dcscreen.h>
+#include <wx/filename.h>
 #include <wx/listctrl.h>
 #include <wx/notebook.h>
+#include <wx/stdpaths.h>
 
 #include <deque>
 
 namespace {
+
+// The job modules shipped with the demo: those installed beside the binary (the install's data
+// folder, found relative to the executable so an installed tree can be moved), else the source
+// tree's, for a binary run from the build tree.
+std::string _ModulesDir() {
+    wxFileName installed(wxFileName(wxStandardPaths::Get().GetExecutablePath()).GetPath() + "/" +
+                             DEMO_INSTALLED_MODULES,
+                         "");
+    installed.Normalize(wxPATH_NORM_DOTS | wxPATH_NORM_ABSOLUTE);
+    if (installed.DirExists()) return installed.GetPath().utf8_str().data();
+    return DEMO_MODULES;
+}
 
 enum {
     ID_LINK = wxID_HIGHEST + 1,
@@ -426,7 +440,7 @@ private:
         }
         if (!hasModules) {
             args.push_back("--modules");
-            args.push_back(DEMO_MODULES);
+            args.push_back(_ModulesDir());
         }
         m_Args = args;
         m_ArgPtrs.clear();

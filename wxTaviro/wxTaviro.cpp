@@ -9,6 +9,7 @@
 
 #include <wx/display.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 
@@ -28,11 +29,19 @@ void OpenWindows::AddWindow(wxTopLevelWindow* window, const String& group) {
 
 wxMenu* OpenWindows::GetMenu() {
     CALL_ENTRY("OpenWindows::GetMenu");
-    if (!m_Menu) {
-        m_Menu = new wxMenu;
-        if (wxWindow* top = wxTheApp ? wxTheApp->GetTopWindow() : nullptr)
+    // The commands follow the top window: the one bound at first may have been replaced.
+    wxWindow* top = wxTheApp ? wxTheApp->GetTopWindow() : nullptr;
+    if (top != m_CommandTarget.get()) {
+        if (m_CommandTarget)
+            m_CommandTarget->Unbind(wxEVT_MENU, &OpenWindows::OnCommand, this, wxID_OPENWIN_MAIN,
+                                    wxID_OPENWIN_COLLECTALL);
+        if (top)
             top->Bind(wxEVT_MENU, &OpenWindows::OnCommand, this, wxID_OPENWIN_MAIN,
                       wxID_OPENWIN_COLLECTALL);
+        m_CommandTarget = top;
+    }
+    if (!m_Menu) {
+        m_Menu = new wxMenu; // the first call, or the last menu went with its menu bar
     } else {
         while (m_Menu->GetMenuItemCount() > 0)
             m_Menu->Destroy(m_Menu->FindItemByPosition(0));
@@ -51,9 +60,12 @@ wxMenu* OpenWindows::GetMenu() {
     m_Menu->Append(wxID_OPENWIN_MAIN, "Main Window");
     for (const auto& g : groups) {
         m_Menu->AppendSeparator();
-        if (!g.first.empty()) m_Menu->Append(wxID_ANY, wxString::FromUTF8(g.first))->Enable(false);
+        // Titles and labels are shown as they are: "&" is not a mnemonic here.
+        if (!g.first.empty())
+            m_Menu->Append(wxID_ANY, wxControl::EscapeMnemonics(wxString::FromUTF8(g.first)))
+                ->Enable(false);
         for (const auto& item : g.second)
-            m_Menu->Append(item.first, item.second->GetTitle());
+            m_Menu->Append(item.first, wxControl::EscapeMnemonics(item.second->GetTitle()));
     }
     m_Menu->AppendSeparator();
     m_Menu->Append(wxID_OPENWIN_COLLECTALL, "Collect All",
@@ -141,14 +153,19 @@ wxMenu* wxGetOpenWindowMenu() {
 // ---- window placement ----
 
 namespace {
-// The display that holds the window's centre, or wxNOT_FOUND. wxDisplay::GetFromWindow cannot
-// tell this on GTK, where it answers with the nearest monitor even for a window far outside.
-int _DisplayOf(wxWindow* window) {
+// Whether the user can still grab the window by its title bar: enough of a strip along its top
+// edge lies in some display's client area. A window partly off the screen stays where the user
+// left it; only one out of reach is moved. (wxDisplay::GetFromWindow cannot tell this on GTK,
+// where it answers with the nearest monitor even for a window far outside.)
+bool _IsReachable(wxWindow* window) {
     const wxRect r = window->GetScreenRect();
-    const wxPoint centre(r.x + r.width / 2, r.y + r.height / 2);
-    for (unsigned i = 0; i < wxDisplay::GetCount(); ++i)
-        if (wxDisplay(i).GetGeometry().Contains(centre)) return (int)i;
-    return wxNOT_FOUND;
+    const int stripHeight = std::min(r.height, 24), minWidth = std::min(r.width, 48);
+    const wxRect strip(r.x, r.y, r.width, stripHeight);
+    for (unsigned i = 0; i < wxDisplay::GetCount(); ++i) {
+        const wxRect on = strip.Intersect(wxDisplay(i).GetClientArea());
+        if (on.width >= minWidth && on.height >= std::min(stripHeight, 8)) return true;
+    }
+    return false;
 }
 } // namespace
 
@@ -185,7 +202,7 @@ void wxSetWindowPos(wxWindow* window, const String& section, int offset) {
         if (n == 4) {
             window->SetSize((int)v[0] + offset, (int)v[1] + offset, (int)v[2], (int)v[3],
                             wxSIZE_AUTO);
-            placed = !window->IsShown() || _DisplayOf(window) != wxNOT_FOUND;
+            placed = !window->IsShown() || _IsReachable(window);
         }
     }
     if (!placed) window->Centre(wxBOTH);

@@ -4,6 +4,7 @@
 
 #include <ostrum/String.h>
 
+#include <wx/weakref.h>
 #include <wx/wx.h>
 
 #include <vector>
@@ -30,7 +31,9 @@ public:
     static OpenWindows* const _this;
 
     void AddWindow(wxTopLevelWindow* window, const String& group);
-    // The window menu, refilled on every call; owned by the registry.
+    // The window menu, refilled on every call; owned by the registry until a menu bar takes
+    // it. A menu destroyed with its menu bar is noticed and replaced by a new one. The
+    // commands go to the application's current top window.
     wxMenu* GetMenu();
     void OnClose(wxCloseEvent& e);
     void OnCommand(wxCommandEvent& e);
@@ -44,7 +47,8 @@ private:
     void RecheckClosed(wxTopLevelWindow* window, size_t index, Datum datum);
 
     std::vector<Datum> m_Entries;
-    wxMenu* m_Menu = nullptr;
+    wxWeakRef<wxMenu> m_Menu;            // weak: a menu bar that took it deletes it
+    wxWeakRef<wxWindow> m_CommandTarget; // the top window the commands are bound to
 };
 
 void wxOpenUserWindow(wxTopLevelWindow* window, const String& group);
@@ -56,5 +60,6 @@ wxMenu* wxGetOpenWindowMenu();
 // the application's options file.
 void wxSaveWindowPos(wxWindow* window, const String& section);
 // Restores it (moved by `offset` in both directions); a window with no usable rectangle, or
-// shown on no display, is centred on its parent. Always raises the window.
+// shown with no reachable part on any display (its title bar strip lies off every display's
+// client area), is centred on its parent. Always raises the window.
 void wxSetWindowPos(wxWindow* window, const String& section, int offset);

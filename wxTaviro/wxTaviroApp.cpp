@@ -13,6 +13,7 @@
 #include <wx/display.h>
 #include <wx/sysopt.h>
 #include <wx/tooltip.h>
+#include <wx/weakref.h>
 
 // ---- event types and helpers ----
 
@@ -28,7 +29,7 @@ namespace {
 // without a lock (atomic only so that the read is well-defined).
 std::atomic<wxTaviroApp*> g_Registered{nullptr};
 wxTaviroExecutable* g_Executable = nullptr;
-wxWindow* g_ActiveWindow = nullptr;
+wxWeakRef<wxWindow> g_ActiveWindow; // weak: cleared when that window is destroyed
 
 bool IsTopLevel(wxWindow* w) {
     for (wxWindow* t : wxTopLevelWindows)
@@ -346,8 +347,8 @@ void wxTaviroApp::KeyboardHook(wxKeyEvent& e) {
     CALL_ENTRY("wxTaviroApp::KeyboardHook");
     if (e.GetKeyCode() == 67 && e.ControlDown() && e.ShiftDown()) {
         // The recorded window may have gone since; only a live top-level window is used.
-        wxWindow* w =
-            g_ActiveWindow && IsTopLevel(g_ActiveWindow) ? g_ActiveWindow : GetTopWindow();
+        wxWindow* w = g_ActiveWindow && IsTopLevel(g_ActiveWindow.get()) ? g_ActiveWindow.get()
+                                                                         : GetTopWindow();
         if (w) w->Centre(wxBOTH | wxCENTRE_ON_SCREEN);
         return;
     }
@@ -360,10 +361,10 @@ void wxTaviroApp::ActivateEvent(wxActivateEvent& e) {
     wxWindow* w = wxDynamicCast(e.GetEventObject(), wxWindow);
     if (e.GetActive())
         g_ActiveWindow = w;
-    else if (w && w == g_ActiveWindow)
+    else if (w && w == g_ActiveWindow.get())
         g_ActiveWindow = nullptr;
 }
 
 wxWindow* wxTaviroApp::GetActiveWindow() {
-    return g_ActiveWindow;
+    return g_ActiveWindow.get();
 }

@@ -58,6 +58,22 @@ public:
 };
 
 // ---- wxTaviroApp ----
+// Order of start-up in a client program: create the main window and make it the top window
+// (SetTopWindow) BEFORE calling wxTaviroApp::OnInit, then show it after. OnInit starts the farm
+// client, which connects at once and starts receiving; the bridge hands the connect event and
+// the messages only to a top window, and drops them while there is none. A main window created
+// after OnInit therefore misses the connect event and the start of the first job snapshot:
+//
+//     bool MyApp::OnInit() {
+//         auto* frame = new MyFrame;       // 1. the main window first
+//         SetTopWindow(frame);
+//         if (!wxTaviroApp::OnInit()) {     // 2. then the farm client
+//             frame->Destroy();
+//             return false;
+//         }
+//         frame->Show();                   // 3. then show it
+//         return true;
+//     }
 class wxTaviroApp : public wxApp, public TaviroClientApp {
 public:
     wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel);
@@ -90,6 +106,7 @@ public:
     void KeyboardHook(wxKeyEvent& e);
     // Keeps the active top-level window; bound by the application and by the window bases.
     static void ActivateEvent(wxActivateEvent& e);
+    // The last window activated, or null once it was deactivated or destroyed.
     static wxWindow* GetActiveWindow();
 
     // A derived application that clears this fails silently when start-up fails.

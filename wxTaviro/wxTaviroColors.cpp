@@ -26,6 +26,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <map>
 
 // ---- palette ----
@@ -58,44 +59,56 @@ const String color_ButtonText = "ButtonText";
 const String color_Selected = "Selected";
 const String color_Header = "Header";
 
+const String* const color_Slots[color_SlotCount] = {
+    &color_WindowBG,     &color_WindowBGLighter, &color_WindowBGDarker, &color_Text,
+    &color_TextRed,      &color_TextOrange,      &color_TextYellow,     &color_TextGreen,
+    &color_TextCyan,     &color_TextBlue,        &color_TextIndigo,     &color_TextViolet,
+    &color_TextDarkRed,  &color_TextDarkOrange,  &color_TextDarkYellow, &color_TextDarkGreen,
+    &color_TextDarkCyan, &color_TextDarkBlue,    &color_TextDarkIndigo, &color_TextDarkViolet,
+    &color_TextGrey,     &color_3DLight,         &color_3DDark,         &color_ButtonFace,
+    &color_ButtonText,   &color_Selected,        &color_Header,
+};
+
 namespace {
 
-// One row of the fixed schemes: the slot and its colour in Light, Lighter, Dark and Darker.
+// One row of the fixed schemes: a slot's colour in Light, Lighter, Dark and Darker. Row i is
+// the slot color_Slots[i].
 struct _SchemeRow {
-    const String* slot;
     unsigned char rgb[4][3];
 };
 
 // The complete data, applied in this order; rows repeat across columns on purpose.
 const _SchemeRow s_SchemeRows[] = {
-    {&color_WindowBG, {{185, 185, 185}, {233, 233, 233}, {72, 72, 72}, {32, 32, 32}}},
-    {&color_WindowBGLighter, {{210, 210, 210}, {255, 255, 255}, {92, 92, 92}, {58, 58, 58}}},
-    {&color_WindowBGDarker, {{168, 168, 168}, {215, 215, 215}, {56, 56, 56}, {12, 12, 12}}},
-    {&color_Text, {{52, 52, 52}, {10, 10, 10}, {235, 235, 235}, {205, 205, 205}}},
-    {&color_TextRed, {{235, 30, 19}, {245, 25, 12}, {255, 60, 33}, {235, 40, 23}}},
-    {&color_TextOrange, {{184, 99, 0}, {191, 80, 0}, {255, 136, 0}, {235, 156, 0}}},
-    {&color_TextYellow, {{97, 90, 16}, {242, 227, 19}, {255, 225, 0}, {235, 210, 0}}},
-    {&color_TextGreen, {{0, 115, 0}, {0, 165, 0}, {0, 255, 0}, {0, 235, 0}}},
-    {&color_TextCyan, {{0, 166, 166}, {0, 166, 166}, {0, 255, 255}, {0, 235, 235}}},
-    {&color_TextBlue, {{0, 31, 166}, {0, 31, 166}, {132, 153, 245}, {130, 150, 235}}},
-    {&color_TextIndigo, {{136, 0, 255}, {136, 0, 255}, {147, 46, 255}, {147, 46, 255}}},
-    {&color_TextViolet, {{225, 0, 205}, {225, 0, 205}, {255, 0, 230}, {235, 0, 230}}},
-    {&color_TextDarkRed, {{185, 25, 10}, {185, 25, 10}, {185, 25, 10}, {185, 25, 10}}},
-    {&color_TextDarkOrange, {{152, 82, 0}, {132, 68, 0}, {200, 127, 42}, {200, 127, 42}}},
-    {&color_TextDarkYellow, {{190, 180, 55}, {190, 180, 55}, {190, 180, 55}, {190, 180, 55}}},
-    {&color_TextDarkGreen, {{31, 166, 0}, {31, 166, 0}, {80, 190, 55}, {80, 190, 55}}},
-    {&color_TextDarkCyan, {{40, 180, 180}, {40, 180, 180}, {40, 180, 180}, {40, 180, 180}}},
-    {&color_TextDarkBlue, {{0, 0, 165}, {0, 0, 165}, {0, 0, 165}, {0, 0, 165}}},
-    {&color_TextDarkIndigo, {{108, 52, 148}, {108, 52, 148}, {123, 92, 156}, {123, 92, 156}}},
-    {&color_TextDarkViolet, {{145, 26, 116}, {145, 26, 116}, {214, 9, 135}, {214, 9, 135}}},
-    {&color_TextGrey, {{85, 90, 105}, {85, 90, 105}, {160, 170, 190}, {160, 170, 190}}},
-    {&color_3DLight, {{165, 165, 165}, {205, 205, 205}, {165, 165, 165}, {145, 145, 145}}},
-    {&color_3DDark, {{69, 69, 69}, {55, 55, 55}, {69, 69, 69}, {49, 49, 49}}},
-    {&color_ButtonFace, {{155, 155, 155}, {200, 200, 200}, {108, 108, 108}, {75, 75, 75}}},
-    {&color_ButtonText, {{0, 0, 0}, {0, 0, 0}, {255, 255, 255}, {235, 235, 235}}},
-    {&color_Selected, {{222, 163, 62}, {250, 169, 35}, {230, 163, 48}, {199, 129, 16}}},
-    {&color_Header, {{168, 168, 168}, {211, 211, 211}, {115, 115, 115}, {55, 55, 55}}},
+    {{{185, 185, 185}, {233, 233, 233}, {72, 72, 72}, {32, 32, 32}}},       // WindowBG
+    {{{210, 210, 210}, {255, 255, 255}, {92, 92, 92}, {58, 58, 58}}},       // WindowBGLighter
+    {{{168, 168, 168}, {215, 215, 215}, {56, 56, 56}, {12, 12, 12}}},       // WindowBGDarker
+    {{{52, 52, 52}, {10, 10, 10}, {235, 235, 235}, {205, 205, 205}}},       // Text
+    {{{235, 30, 19}, {245, 25, 12}, {255, 60, 33}, {235, 40, 23}}},         // TextRed
+    {{{184, 99, 0}, {191, 80, 0}, {255, 136, 0}, {235, 156, 0}}},           // TextOrange
+    {{{97, 90, 16}, {242, 227, 19}, {255, 225, 0}, {235, 210, 0}}},         // TextYellow
+    {{{0, 115, 0}, {0, 165, 0}, {0, 255, 0}, {0, 235, 0}}},                 // TextGreen
+    {{{0, 166, 166}, {0, 166, 166}, {0, 255, 255}, {0, 235, 235}}},         // TextCyan
+    {{{0, 31, 166}, {0, 31, 166}, {132, 153, 245}, {130, 150, 235}}},       // TextBlue
+    {{{136, 0, 255}, {136, 0, 255}, {147, 46, 255}, {147, 46, 255}}},       // TextIndigo
+    {{{225, 0, 205}, {225, 0, 205}, {255, 0, 230}, {235, 0, 230}}},         // TextViolet
+    {{{185, 25, 10}, {185, 25, 10}, {185, 25, 10}, {185, 25, 10}}},         // TextDarkRed
+    {{{152, 82, 0}, {132, 68, 0}, {200, 127, 42}, {200, 127, 42}}},         // TextDarkOrange
+    {{{190, 180, 55}, {190, 180, 55}, {190, 180, 55}, {190, 180, 55}}},     // TextDarkYellow
+    {{{31, 166, 0}, {31, 166, 0}, {80, 190, 55}, {80, 190, 55}}},           // TextDarkGreen
+    {{{40, 180, 180}, {40, 180, 180}, {40, 180, 180}, {40, 180, 180}}},     // TextDarkCyan
+    {{{0, 0, 165}, {0, 0, 165}, {0, 0, 165}, {0, 0, 165}}},                 // TextDarkBlue
+    {{{108, 52, 148}, {108, 52, 148}, {123, 92, 156}, {123, 92, 156}}},     // TextDarkIndigo
+    {{{145, 26, 116}, {145, 26, 116}, {214, 9, 135}, {214, 9, 135}}},       // TextDarkViolet
+    {{{85, 90, 105}, {85, 90, 105}, {160, 170, 190}, {160, 170, 190}}},     // TextGrey
+    {{{165, 165, 165}, {205, 205, 205}, {165, 165, 165}, {145, 145, 145}}}, // 3DLight
+    {{{69, 69, 69}, {55, 55, 55}, {69, 69, 69}, {49, 49, 49}}},             // 3DDark
+    {{{155, 155, 155}, {200, 200, 200}, {108, 108, 108}, {75, 75, 75}}},    // ButtonFace
+    {{{0, 0, 0}, {0, 0, 0}, {255, 255, 255}, {235, 235, 235}}},             // ButtonText
+    {{{222, 163, 62}, {250, 169, 35}, {230, 163, 48}, {199, 129, 16}}},     // Selected
+    {{{168, 168, 168}, {211, 211, 211}, {115, 115, 115}, {55, 55, 55}}},    // Header
 };
+
+static_assert(std::size(s_SchemeRows) == color_SlotCount, "one row per palette slot");
 
 enum _Column { k_LightColumn, k_LighterColumn, k_DarkColumn, k_DarkerColumn };
 
@@ -107,9 +120,9 @@ std::map<String, wxColour>& _Palette() {
 }
 
 void _ApplyColumn(_Column column) {
-    for (const _SchemeRow& row : s_SchemeRows) {
-        const unsigned char* c = row.rgb[column];
-        wxsSetColor(*row.slot, wxColour(c[0], c[1], c[2], wxALPHA_OPAQUE));
+    for (size_t i = 0; i < color_SlotCount; ++i) {
+        const unsigned char* c = s_SchemeRows[i].rgb[column];
+        wxsSetColor(*color_Slots[i], wxColour(c[0], c[1], c[2], wxALPHA_OPAQUE));
     }
 }
 
@@ -216,17 +229,6 @@ int g_Scheme = -1;
 
 namespace {
 
-// The colour keys of "Colors.ini", in reading order.
-const String* const s_CustomSlots[] = {
-    &color_WindowBG,     &color_WindowBGLighter, &color_WindowBGDarker, &color_Text,
-    &color_TextRed,      &color_TextOrange,      &color_TextYellow,     &color_TextGreen,
-    &color_TextCyan,     &color_TextBlue,        &color_TextIndigo,     &color_TextViolet,
-    &color_TextDarkRed,  &color_TextDarkOrange,  &color_TextDarkYellow, &color_TextDarkGreen,
-    &color_TextDarkCyan, &color_TextDarkBlue,    &color_TextDarkIndigo, &color_TextDarkViolet,
-    &color_TextGrey,     &color_3DLight,         &color_3DDark,         &color_ButtonText,
-    &color_ButtonFace,   &color_Selected,        &color_Header,
-};
-
 // Built afresh on every use: the user folder may change (tests, a changed HOME). Throws
 // Exception* when there is no user folder.
 Path _SchemePath() {
@@ -264,7 +266,7 @@ void CustomColors() {
     try {
         IniFile file(_SchemePath());
         file.Load(true, true);
-        for (const String* slot : s_CustomSlots)
+        for (const String* slot : color_Slots)
             GetCustom(file, *slot);
     } catch (Exception* e) {
         delete e; // the slots not read keep their Dark values
@@ -715,24 +717,7 @@ wxsButton::wxsButton(wxWindow* parent, wxWindowID id, const wxString& label, con
     }
     SetNormal();
 
-    // Room for the label in the bold default font, so a button does not grow when it becomes
-    // the default.
-    int labelWidth = 0, labelHeight = 0;
-    {
-        wxMemoryDC dc;
-        dc.SetFont(s_DefaultFont);
-        dc.GetTextExtent(GetLabelText(), &labelWidth, &labelHeight);
-    }
-    const int charWidth = GetCharWidth(), charHeight = GetCharHeight();
-    wxSize minSize;
-    if (style & wxBU_EXACTFIT) {
-        minSize = wxSize(std::max(3 * charWidth / 2, labelWidth), labelHeight);
-    } else {
-        const wxSize def = wxButton::GetDefaultSize();
-        minSize = wxSize(def.x > labelWidth ? def.x : labelWidth, def.y);
-    }
-    minSize.x += charWidth;
-    minSize.y += charHeight / 8;
+    const wxSize minSize = _MinSizeForLabel();
     SetMinSize(minSize);
     wxSize initial = size;
     initial.SetDefaults(minSize);
@@ -748,6 +733,32 @@ wxsButton::wxsButton(wxWindow* parent, wxWindowID id, const wxString& label, con
     Bind(wxEVT_PAINT, &wxsButton::Paint, this);
     Bind(wxEVT_MOVE, &wxsButton::Move, this);
     Bind(wxEVT_SIZE, &wxsButton::Size, this);
+    Bind(wxEVT_IDLE, [this](wxIdleEvent& event) {
+        event.Skip();
+        _FollowEnabledState();
+    });
+}
+
+wxSize wxsButton::_MinSizeForLabel() const {
+    // Room for the label in the bold default font, so a button does not grow when it becomes
+    // the default.
+    int labelWidth = 0, labelHeight = 0;
+    {
+        wxMemoryDC dc;
+        dc.SetFont(s_DefaultFont);
+        dc.GetTextExtent(GetLabelText(), &labelWidth, &labelHeight);
+    }
+    const int charWidth = GetCharWidth(), charHeight = GetCharHeight();
+    wxSize minSize;
+    if (HasFlag(wxBU_EXACTFIT)) {
+        minSize = wxSize(std::max(3 * charWidth / 2, labelWidth), labelHeight);
+    } else {
+        const wxSize def = wxButton::GetDefaultSize();
+        minSize = wxSize(def.x > labelWidth ? def.x : labelWidth, def.y);
+    }
+    minSize.x += charWidth;
+    minSize.y += charHeight / 8;
+    return minSize;
 }
 
 void wxsButton::_ApplyLook(const wxFont& font, const String& fg, int fgOffset, const String& bg,
@@ -802,30 +813,54 @@ void wxsButton::EmulateClick() {
     // Disabled while the handler runs, so that a second click cannot arrive meanwhile.
     const bool wasEnabled = IsThisEnabled(), hadFocus = FindFocus() == this;
     Enable(false);
+    const unsigned enableCalls = m_EnableCalls;
     wxWeakRef<wxsButton> self(this); // the handler may destroy the button
     wxCommandEvent event(wxEVT_BUTTON, GetId());
     event.SetEventObject(this);
     GetEventHandler()->ProcessEvent(event);
     if (!self) return;
-    Enable(wasEnabled);
+    // A handler that enabled or disabled the button itself (an "Apply" that greys out once
+    // applied) has the last word.
+    if (m_EnableCalls == enableCalls) Enable(wasEnabled);
     RefreshColors();
     // Disabling took the keyboard focus away (GTK drops it from an insensitive widget): give
     // it back unless the handler put it somewhere else, so the keyboard user stays here.
     wxWindow* focus = FindFocus();
-    if (hadFocus && wasEnabled && (!focus || focus == wxGetTopLevelParent(this))) SetFocus();
+    if (hadFocus && IsEnabled() && (!focus || focus == wxGetTopLevelParent(this))) SetFocus();
 }
 
 bool wxsButton::Enable(bool enable) {
     CALL_ENTRY("wxsButton::Enable");
+    ++m_EnableCalls;
     const bool changed = wxControl::Enable(enable);
+    _FollowEnabledState();
     RefreshColors();
     Refresh();
     return changed;
 }
 
+void wxsButton::DoEnable(bool enable) {
+    wxControl::DoEnable(enable);
+    _FollowEnabledState();
+}
+
+void wxsButton::_FollowEnabledState() {
+    if (IsEnabled() == m_LookEnabled) return;
+    m_LookEnabled = !m_LookEnabled;
+    if (!m_LookEnabled) Hilight(false);
+    RefreshColors();
+    Refresh();
+}
+
 void wxsButton::SetLabel(const wxString& label) {
     CALL_ENTRY("wxsButton::SetLabel");
     wxControl::SetLabel(label);
+    const wxSize minSize = _MinSizeForLabel();
+    SetMinSize(minSize);
+    InvalidateBestSize(); // the containing sizers too, so that their next layout grows it
+    wxSize size = GetSize();
+    size.IncTo(minSize);
+    if (size != GetSize()) SetSize(size);
     Refresh();
 }
 
@@ -892,7 +927,7 @@ void wxsButton::Mouse(wxMouseEvent& event) {
     CALL_ENTRY("wxsButton::Mouse");
     event.Skip();
     if (event.GetEventType() == wxEVT_ENTER_WINDOW)
-        Hilight(true);
+        Hilight(IsEnabled()); // no shade on a disabled button
     else if (event.GetEventType() == wxEVT_LEAVE_WINDOW)
         Hilight(false);
 }
@@ -971,6 +1006,10 @@ wxsCheckBox::wxsCheckBox(wxWindow* parent, wxWindowID id, const wxString& label,
     Bind(wxEVT_SET_FOCUS, &wxsCheckBox::Focus, this);
     Bind(wxEVT_KILL_FOCUS, &wxsCheckBox::Focus, this);
     Bind(wxEVT_SIZE, &wxsCheckBox::Size, this);
+    Bind(wxEVT_IDLE, [this](wxIdleEvent& event) {
+        event.Skip();
+        _FollowEnabledState();
+    });
 }
 
 bool wxsCheckBox::GetValue() const {
@@ -988,6 +1027,7 @@ void wxsCheckBox::SetValue(bool value) {
 bool wxsCheckBox::Enable(bool enable) {
     CALL_ENTRY("wxsCheckBox::Enable");
     const bool changed = wxCheckBoxBase::Enable(enable);
+    _FollowEnabledState();
     RefreshColors();
     Refresh();
     return changed;
@@ -1033,7 +1073,8 @@ void wxsCheckBox::Draw(wxDC& dc) {
     }
     DrawButton(dc, g.box, GetRenderFlags());
 
-    wxColour text = wxsGetColor(m_Hovered ? color_TextOrange : color_Text);
+    wxColour text = IsEnabled() ? wxsGetColor(m_Hovered ? color_TextOrange : color_Text)
+                                : GetForegroundColour(); // the disabled role
     if (!text.IsOk()) text = GetForegroundColour();
     dc.SetFont(GetFont());
     dc.SetTextForeground(text);
@@ -1101,7 +1142,7 @@ void wxsCheckBox::Press(wxKeyEvent& event) {
 void wxsCheckBox::Hover(wxMouseEvent& event) {
     CALL_ENTRY("wxsCheckBox::Hover");
     event.Skip();
-    m_Hovered = event.GetEventType() == wxEVT_ENTER_WINDOW;
+    m_Hovered = event.GetEventType() == wxEVT_ENTER_WINDOW && IsEnabled();
     Refresh();
 }
 
@@ -1124,6 +1165,19 @@ wxSize wxsCheckBox::DoGetBestClientSize() const {
     // square and 6 pixels, and the focus mark wants 2 more.
     const int h = std::max(textHeight, GetCharHeight()) + FromDIP(2);
     return wxSize(h + 6 + textWidth + 2, h);
+}
+
+void wxsCheckBox::DoEnable(bool enable) {
+    wxCheckBoxBase::DoEnable(enable);
+    _FollowEnabledState();
+}
+
+void wxsCheckBox::_FollowEnabledState() {
+    if (IsEnabled() == m_LookEnabled) return;
+    m_LookEnabled = !m_LookEnabled;
+    if (!m_LookEnabled) m_Hovered = false; // no leave event reaches a disabled control
+    RefreshColors();
+    Refresh();
 }
 
 void wxsCheckBox::DoSet3StateValue(wxCheckBoxState state) {

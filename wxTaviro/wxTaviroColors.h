@@ -56,6 +56,11 @@ extern const String color_ButtonText;
 extern const String color_Selected;
 extern const String color_Header;
 
+// The 27 slot constants in the table order (the order the fixed schemes fill them): the one
+// list for code that walks the whole palette.
+constexpr size_t color_SlotCount = 27;
+extern const String* const color_Slots[color_SlotCount];
+
 // The colour stored under the slot name. An unknown name is added with an unset (invalid)
 // colour, which is returned: callers test IsOk() where an unset slot matters.
 wxColour wxsGetColor(const String& name);
@@ -211,6 +216,8 @@ public:
     void EmulateClick();
 
     bool Enable(bool enable = true) override;
+    // Also resizes: the minimum size follows the label, and the best size is invalidated so
+    // that a sizer grows the button on its next layout.
     void SetLabel(const wxString& label) override;
 
     // Paints the whole button into dc: the paint handler's body.
@@ -231,14 +238,25 @@ public:
     static const wxFont& GetNormalFont();
     static const wxFont& GetDefaultFont();
 
+protected:
+    void DoEnable(bool enable) override;
+
 private:
     friend class _ButtonFontsModule;
     void _LoseFocus();
     void _ApplyLook(const wxFont& font, const String& fg, int fgOffset, const String& bg,
                     int bgOffset);
+    // The minimum size that holds the label in the bold default font.
+    wxSize _MinSizeForLabel() const;
+    // The look follows IsEnabled() whatever changed it (this button's Enable or a parent's,
+    // which GTK applies natively without telling the children): checked on enabling and at
+    // idle time. A disabled button drops its hover shade (no leave event will come).
+    void _FollowEnabledState();
 
     wxWeakRef<wxWindow> m_PreviousDefault; // weak: that window may go away meanwhile
     bool m_Hovered = false;
+    unsigned m_EnableCalls = 0; // tells EmulateClick whether its handler changed the state
+    bool m_LookEnabled = true;  // the state the colours were last set for
 
     static wxFont s_NormalFont;
     static wxFont s_DefaultFont;
@@ -247,8 +265,8 @@ private:
 // ---- wxsCheckBox and wxsRadioButton ----
 
 // A check box painted by the application renderer (a bevelled box, sunken and "Selected" when
-// checked) with the label at its right. A click or the space key toggles it and sends
-// wxEVT_CHECKBOX.
+// checked) with the label at its right (in the disabled foreground while disabled). A click or the
+// space key toggles it and sends wxEVT_CHECKBOX.
 class wxsCheckBox : public wxCheckBoxBase, public wxsColorManaged {
 public:
     wxsCheckBox(wxWindow* parent, wxWindowID id, const wxString& label = wxEmptyString,
@@ -291,6 +309,10 @@ public:
 
 protected:
     wxSize DoGetBestClientSize() const override;
+    void DoEnable(bool enable) override;
+    // Repaints on any change of IsEnabled() (a parent's included, see wxsButton); drops the
+    // hover.
+    void _FollowEnabledState();
     void DoSet3StateValue(wxCheckBoxState state) override;
     wxCheckBoxState DoGet3StateValue() const override;
     // A click's whole effect: HandleClick, then the click event with the new value.
@@ -298,6 +320,7 @@ protected:
 
     bool m_Value = false;
     bool m_Hovered = false;
+    bool m_LookEnabled = true; // the state the colours were last set for
 };
 
 // A radio button: a click sets it (never clears it) and still sends wxEVT_RADIOBUTTON when it

@@ -59,14 +59,9 @@ TEST_F(ColorsPalette, UnknownNamesAreStoredUnsetAndNamesAreCaseSensitive) {
 
 TEST_F(ColorsPalette, SlotConstantsHoldTheSlotNames) {
     EXPECT_EQ(color_TextGrey, "TextGray"); // the constant's spelling differs on purpose
-    const String all[] = {
-        color_WindowBG,     color_WindowBGLighter, color_WindowBGDarker, color_Text,
-        color_TextRed,      color_TextOrange,      color_TextYellow,     color_TextGreen,
-        color_TextCyan,     color_TextBlue,        color_TextIndigo,     color_TextViolet,
-        color_TextDarkRed,  color_TextDarkOrange,  color_TextDarkYellow, color_TextDarkGreen,
-        color_TextDarkCyan, color_TextDarkBlue,    color_TextDarkIndigo, color_TextDarkViolet,
-        color_TextGrey,     color_3DLight,         color_3DDark,         color_ButtonFace,
-        color_ButtonText,   color_Selected,        color_Header};
+    std::vector<String> all;
+    for (const String* slot : color_Slots)
+        all.push_back(*slot);
     EXPECT_EQ(std::set<String>(std::begin(all), std::end(all)).size(), 27u);
     // Every slot of every fixed scheme is filled with an opaque colour.
     for (void (*scheme)() : {&Light, &Lighter, &Dark, &Darker}) {
