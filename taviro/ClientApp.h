@@ -11,6 +11,7 @@
 #pragma once
 
 #include <taviro/Job.h>
+#include <taviro/JobTable.h>
 #include <taviro/Message.h>
 #include <taviro/Messenger.h>
 
@@ -34,7 +35,7 @@ public:
     std::vector<JobPtr> GetAllJobs() const;
     JobPtr FindJob(const UID& id) const;
     size_t JobCount() const;
-    // Number of jobs per status value.
+    // Number of jobs per status value (kept up to date as jobs change, so cheap to ask).
     std::map<int, size_t> CountByStatus() const;
 
 protected:
@@ -43,8 +44,7 @@ protected:
     void ClearJobs();
 
 private:
-    mutable std::mutex m_JobsMutex;
-    std::unordered_map<UID, JobPtr> m_Jobs;
+    JobTable m_Jobs;
 };
 
 class TaviroClientApp : public TaviroApp, public HasSlots {
