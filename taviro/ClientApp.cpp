@@ -208,6 +208,9 @@ void TaviroClientApp::ReceiveMessage(boost::shared_ptr<Message> message) {
         ShutdownMsg::s_Signal.Emit(order);
         return;
     }
+    // The job table follows the message here, on the messenger's thread: the thread that
+    // runs the handlers (a GUI's) then has no table work, however big the farm or the batch.
+    ApplyToJobs(*message);
     std::lock_guard<std::recursive_mutex> l(m_QueueMutex);
     MessageReceivedEvt evt(std::move(message));
     MessageReceivedEvt::s_Signal.Emit(evt);
@@ -245,7 +248,6 @@ size_t TaviroClientApp::QueuedMessages() const {
 }
 
 void TaviroClientApp::Handle(const boost::shared_ptr<Message>& message) {
-    ApplyToJobs(*message);
     try {
         if (message->GetType() == k_MsgRequestFailed) RequestHasFailed(message->Get("Text"));
         m_Handlers.Emit(*message);

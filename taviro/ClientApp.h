@@ -2,7 +2,8 @@
 // (TaviroClientApp) with its start-up from the command line, the messenger, the message queue
 // and the worker pool.
 //
-// Message flow: the messenger's thread calls ReceiveMessage, which emits
+// Message flow: the messenger's thread calls ReceiveMessage, which applies the message to the
+// job table (so handlers find the table at least as new as their message) and emits
 // MessageReceivedEvt::s_Signal there. A slot may take the message out and pass it to
 // CallMessageHandlers (the worker pool runs the handlers, in arrival order); a message that no
 // slot took is queued, and each DispatchMessage call handles exactly one queued message. The

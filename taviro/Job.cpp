@@ -7,6 +7,7 @@
 #include <ostrum/Exception.h>
 #include <ostrum/StringTokenizer.h>
 
+#include <cstring>
 #include <deque>
 #include <shared_mutex>
 #include <unordered_map>
@@ -95,16 +96,37 @@ std::mutex& TaviroObject::ParameterLock() const {
     return s_Pool[h >> 58];
 }
 
+namespace {
+uint32_t ReadU32(const std::string& buffer, size_t at) {
+    uint32_t v;
+    memcpy(&v, buffer.data() + at, 4);
+    return v;
+}
+std::string U32(uint32_t v) {
+    return std::string(reinterpret_cast<const char*>(&v), 4);
+}
+} // namespace
+
+size_t TaviroObject::FindLocked(uint32_t name) const {
+    for (size_t at = 0; at + 8 <= m_Params.size(); at += 8 + ReadU32(m_Params, at + 4))
+        if (ReadU32(m_Params, at) == name) return at;
+    return std::string::npos;
+}
+
 void TaviroObject::SetLocked(uint32_t name, const String& value) {
-    for (auto& p : m_Params)
-        if (p.first == name) {
-            p.second = value;
-            return;
-        }
-    // Grown by one: an object has a handful of parameters, and every spare slot would be
-    // paid for a million times over.
-    m_Params.reserve(m_Params.size() + 1);
-    m_Params.emplace_back(name, value);
+    const size_t at = FindLocked(name);
+    if (at == std::string::npos) {
+        // Exactly the size needed: every spare byte would be paid for a million times over.
+        std::string grown;
+        grown.reserve(m_Params.size() + 8 + value.size());
+        grown.append(m_Params).append(U32(name)).append(U32((uint32_t)value.size()));
+        grown.append(value);
+        m_Params.swap(grown);
+        return;
+    }
+    const uint32_t old = ReadU32(m_Params, at + 4);
+    m_Params.replace(at + 4, 4, U32((uint32_t)value.size()));
+    m_Params.replace(at + 8, old, value);
 }
 
 String TaviroObject::GetParameter(const String& name, bool) const {
@@ -112,9 +134,9 @@ String TaviroObject::GetParameter(const String& name, bool) const {
     uint32_t number;
     if (!ParameterNames::Find(name, &number)) return String();
     std::lock_guard<std::mutex> l(ParameterLock());
-    for (auto& p : m_Params)
-        if (p.first == number) return p.second;
-    return String();
+    const size_t at = FindLocked(number);
+    return at == std::string::npos ? String()
+                                   : String(m_Params.substr(at + 8, ReadU32(m_Params, at + 4)));
 }
 
 void TaviroObject::SetParameter(const String& name, const String& value) {
@@ -126,14 +148,14 @@ void TaviroObject::SetParameter(const String& name, const String& value) {
 
 std::map<String, String> TaviroObject::GetParameters() const {
     CALL_ENTRY("TaviroObject::GetParameters");
-    std::vector<std::pair<uint32_t, String>> copy;
+    std::string copy;
     {
         std::lock_guard<std::mutex> l(ParameterLock());
         copy = m_Params;
     }
     std::map<String, String> out;
-    for (auto& p : copy)
-        out[ParameterNames::Name(p.first)] = std::move(p.second);
+    for (size_t at = 0; at + 8 <= copy.size(); at += 8 + ReadU32(copy, at + 4))
+        out[ParameterNames::Name(ReadU32(copy, at))] = copy.substr(at + 8, ReadU32(copy, at + 4));
     return out;
 }
 
@@ -156,12 +178,10 @@ void Job::SetMessenger(Messenger* messenger) {
 
 void Job::SetStatus(int status) {
     CALL_ENTRY("Job::SetStatus");
-    if (JobTable* table = m_Table.load()) {
-        table->SetStatus(*this, status);
-    } else {
-        m_Status = status;
-        m_HasStatus = true;
-    }
+    JobTable* table = m_Table.load();
+    if (table && JobTable::ForwardStatus(table, *this, status)) return;
+    m_Status = status;
+    m_HasStatus = true;
 }
 
 String Job::GetParameter(const String& name, bool resolve) const {

@@ -3,9 +3,9 @@
 // is locked.
 //
 // A farm holds a million jobs, so an object is kept small: parameter names are interned (each
-// name is stored once, a parameter holds its number), the parameters sit in a small flat
-// vector, the locks come from a shared pool instead of one mutex per object, and a job's status
-// is a number of its own.
+// name is stored once, a parameter holds its number), all parameters sit packed in one buffer
+// (one allocation, not one per value), the locks come from a shared pool instead of one mutex
+// per object, and a job's status is a number of its own.
 #pragma once
 
 #include <ostrum/String.h>
@@ -77,8 +77,12 @@ protected:
     void SetLocked(uint32_t name, const String& value);
 
 private:
+    // Where the parameter's record starts in m_Params (npos: none).
+    size_t FindLocked(uint32_t name) const;
     const UID m_ID;
-    std::vector<std::pair<uint32_t, String>> m_Params; // few entries: searched in order
+    // Records of [name number][value size][value bytes], both numbers 32-bit; an object has a
+    // handful, searched in order.
+    std::string m_Params;
 };
 
 class Job : public TaviroObject {
@@ -108,7 +112,8 @@ private:
     friend class JobTable;
     std::atomic<int> m_Status{k_JobUnknown};
     std::atomic<bool> m_HasStatus{false};
-    // The table that counts this job by status; changed under that table's lock.
+    // The table that counted this job by status when it was created (a hint: the table may
+    // have dropped the job or be gone).
     std::atomic<JobTable*> m_Table{nullptr};
 };
 

@@ -4,7 +4,26 @@
 
 #include <boost/make_shared.hpp>
 
+#include <set>
+#include <thread>
+
+namespace {
+// The tables that exist: a job's m_Table is only a hint, checked here before it is followed,
+// so a table need not visit its million jobs to unhook them when it goes.
+std::mutex g_LiveMutex;
+std::set<const JobTable*> g_Live;
+} // namespace
+
+JobTable::JobTable() {
+    std::lock_guard<std::mutex> l(g_LiveMutex);
+    g_Live.insert(this);
+}
+
 JobTable::~JobTable() {
+    {
+        std::lock_guard<std::mutex> l(g_LiveMutex);
+        g_Live.erase(this);
+    }
     Clear();
 }
 
@@ -90,6 +109,13 @@ void JobTable::Detach(Job& job) {
     job.m_Table = nullptr;
 }
 
+bool JobTable::ForwardStatus(JobTable* table, Job& job, int status) {
+    std::lock_guard<std::mutex> l(g_LiveMutex); // the table cannot go meanwhile
+    if (!g_Live.count(table)) return false;
+    table->SetStatus(job, status);
+    return true;
+}
+
 void JobTable::SetStatusLocked(Job& job, int status) {
     job.m_HasStatus = true;
     const int old = job.m_Status.exchange(status);
@@ -101,7 +127,8 @@ void JobTable::SetStatusLocked(Job& job, int status) {
 
 void JobTable::SetStatus(Job& job, int status) {
     std::lock_guard<std::mutex> l(m_Mutex);
-    if (job.m_Table.load() == this) {
+    auto it = m_Jobs.find(job.GetID());
+    if (it != m_Jobs.end() && it->second.get() == &job) {
         SetStatusLocked(job, status);
     } else { // removed meanwhile: no longer counted here
         job.m_Status = status;
@@ -114,10 +141,10 @@ void JobTable::Clear() {
     std::unordered_map<UID, JobPtr> gone;
     {
         std::lock_guard<std::mutex> l(m_Mutex);
-        for (auto& kv : m_Jobs)
-            kv.second->m_Table = nullptr;
         gone.swap(m_Jobs);
         m_Counts.clear();
     }
-    // Released outside the lock: a million jobs take a while to free.
+    // A million jobs take seconds to free, which would hold up a program that is closing:
+    // a big table is freed on a thread of its own (the process may end before it is done).
+    if (gone.size() > 50000) std::thread([g = std::move(gone)]() mutable { g.clear(); }).detach();
 }

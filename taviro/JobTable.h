@@ -13,7 +13,7 @@
 
 class JobTable {
 public:
-    JobTable() = default;
+    JobTable();
     ~JobTable();
     JobTable(const JobTable&) = delete;
     JobTable& operator=(const JobTable&) = delete;
@@ -34,8 +34,11 @@ private:
     void Detach(Job& job);
     // Moves a job of this table to another status; the caller holds m_Mutex.
     void SetStatusLocked(Job& job, int status);
-    // Job::SetStatus on a job that may be in this table.
+    // Job::SetStatus on a job that may be in this table (Job::m_Table is a hint, the table
+    // itself tells whether the job is still counted here).
     void SetStatus(Job& job, int status);
+    // The same through a job's hint: false when that table no longer exists.
+    static bool ForwardStatus(JobTable* table, Job& job, int status);
 
     mutable std::mutex m_Mutex;
     std::unordered_map<UID, JobPtr> m_Jobs;
