@@ -4,8 +4,10 @@
 // collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|colours] [--open-windows]
+//               [--page farm|colours] [--open-windows] [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
+// --log-refreshes writes a line per refresh of the main window to the log, to watch that the
+// view keeps up with a busy farm.
 //
 // Threads: the library's bridge turns the messenger's signals into events for the main window
 // and dispatches one farm message per event on the GUI thread.
@@ -24,6 +26,7 @@
 #include <wx/notebook.h>
 #include <wx/stdpaths.h>
 
+#include <algorithm>
 #include <deque>
 
 namespace {
@@ -80,14 +83,18 @@ public:
         list->AppendColumn("Job", wxLIST_FORMAT_LEFT, FromDIP(200));
         list->AppendColumn("Status", wxLIST_FORMAT_LEFT, FromDIP(100));
         list->AppendColumn("Progress", wxLIST_FORMAT_RIGHT, FromDIP(80));
-        // A snapshot of the first jobs; the library's virtual list takes over this role.
-        auto jobs = farm->GetAllJobs();
-        std::sort(jobs.begin(), jobs.end(),
-                  [](const JobPtr& a, const JobPtr& b) { return a->Name() < b->Name(); });
-        for (size_t i = 0; i < jobs.size() && i < 500; ++i) {
-            const long row = list->InsertItem((long)i, wxFromString(jobs[i]->Name()));
-            list->SetItem(row, 1, JobStatusName(jobs[i]->GetStatus()));
-            list->SetItem(row, 2, wxFromString(jobs[i]->GetParameter(p_Progress)) + "%");
+        // A snapshot of the first jobs by name; the library's virtual list takes over this
+        // role. Each name is read once: a farm may hold a million jobs.
+        std::vector<std::pair<String, JobPtr>> jobs;
+        for (JobPtr& j : farm->GetAllJobs())
+            jobs.emplace_back(j->Name(), std::move(j));
+        const size_t shown = std::min<size_t>(jobs.size(), 500);
+        std::partial_sort(jobs.begin(), jobs.begin() + (long)shown, jobs.end(),
+                          [](const auto& a, const auto& b) { return a.first < b.first; });
+        for (size_t i = 0; i < shown; ++i) {
+            const long row = list->InsertItem((long)i, wxFromString(jobs[i].first));
+            list->SetItem(row, 1, JobStatusName(jobs[i].second->GetStatus()));
+            list->SetItem(row, 2, wxFromString(jobs[i].second->GetParameter(p_Progress)) + "%");
         }
         SendSizeEvent(); // placed before its contents existed
     }
@@ -129,9 +136,9 @@ private:
 
 class _MainFrame : public wxFrame {
 public:
-    explicit _MainFrame(wxTaviroApp* app)
+    _MainFrame(wxTaviroApp* app, bool logRefreshes)
         : wxFrame(nullptr, wxID_ANY, "Taviro demo", wxDefaultPosition, wxSize(980, 640)),
-          m_App(app) {
+          m_App(app), m_LogRefreshes(logRefreshes) {
         BuildMenus();
         BuildControls();
         // The scheme loaded from Colors.ini; any number but 1 to 5 shows Dark.
@@ -318,7 +325,9 @@ private:
         ++m_NewLines;
     }
 
-    // Paced: the view follows the farm four times a second, however busy it is.
+    // Paced: the view follows the farm four times a second, however busy it is. Its cost does
+    // not grow with the farm: the counts are kept by the job table, and at most a screenful
+    // of new lines is shown.
     void RefreshView() {
         const auto counts = m_App->CountByStatus();
         size_t all = 0;
@@ -331,10 +340,13 @@ private:
         m_Counts->SetItem(k_JobArchived, 1, wxString::Format("%zu", all));
         if (m_NewLines > 0) {
             m_List->Freeze();
-            const size_t from = m_Lines.size() - std::min(m_NewLines, m_Lines.size());
-            for (size_t i = from; i < m_Lines.size(); ++i)
-                m_List->Append(m_Lines[i]);
-            while (m_List->GetCount() > 200)
+            const size_t add = std::min({m_NewLines, m_Lines.size(), k_ListLines});
+            if (add == k_ListLines) m_List->Clear(); // all replaced: no deletes one by one
+            wxArrayString lines;
+            for (size_t i = m_Lines.size() - add; i < m_Lines.size(); ++i)
+                lines.Add(m_Lines[i]);
+            m_List->Append(lines);
+            while (m_List->GetCount() > k_ListLines)
                 m_List->Delete(0);
             m_List->EnsureVisible(m_List->GetCount() - 1);
             m_List->Thaw();
@@ -344,6 +356,10 @@ private:
                                        m_Messages, OpenWindows::_this->GetEntries().size()),
                       0);
         SetStatusText("Engine load: " + (m_Load.empty() ? wxString("-") : m_Load + "%"), 1);
+        ++m_Refreshes;
+        if (m_LogRefreshes)
+            LogInfo(SFormat("Refresh %llu: %zu jobs, %llu messages handled, %zu queued",
+                            m_Refreshes, all, m_Messages, m_App->QueuedMessages()));
     }
 
     void OnClose(wxCloseEvent& e) {
@@ -360,7 +376,10 @@ private:
         e.Skip();
     }
 
+    static constexpr size_t k_ListLines = 200;
     wxTaviroApp* m_App;
+    const bool m_LogRefreshes;
+    unsigned long long m_Refreshes = 0;
     wxNotebook* m_Book = nullptr;
     wxStaticText* m_State = nullptr;
     wxButton* m_LinkButton = nullptr;
@@ -386,7 +405,7 @@ public:
         wxInitAllImageHandlers();
         // The main window must exist before the farm client starts: the bridge hands connection
         // changes and messages only to a top window.
-        m_Frame = new _MainFrame(this);
+        m_Frame = new _MainFrame(this, m_LogRefreshes);
         SetTopWindow(m_Frame);
         if (!wxTaviroApp::OnInit()) {
             m_Frame->Destroy();
@@ -433,6 +452,8 @@ private:
                     m_Page = argv[++i];
             } else if (a == "--open-windows") {
                 m_OpenWindows = true;
+            } else if (a == "--log-refreshes") {
+                m_LogRefreshes = true;
             } else {
                 hasModules = hasModules || a.StartsWith("--modules");
                 args.push_back(a.utf8_str().data());
@@ -468,6 +489,7 @@ private:
     wxString m_Screenshot;
     int m_ExitAfter = 0;
     bool m_OpenWindows = false;
+    bool m_LogRefreshes = false;
     int m_Scheme = 0;
     wxString m_Page;
     wxTimer m_ShotTimer, m_ExitTimer;

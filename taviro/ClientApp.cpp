@@ -13,64 +13,31 @@
 // ---- TaviroApp ----
 
 std::vector<JobPtr> TaviroApp::GetAllJobs() const {
-    std::lock_guard<std::mutex> l(m_JobsMutex);
-    std::vector<JobPtr> out;
-    out.reserve(m_Jobs.size());
-    for (auto& kv : m_Jobs)
-        out.push_back(kv.second);
-    return out;
+    CALL_ENTRY("TaviroApp::GetAllJobs");
+    return m_Jobs.GetAll();
 }
 
 JobPtr TaviroApp::FindJob(const UID& id) const {
-    std::lock_guard<std::mutex> l(m_JobsMutex);
-    auto it = m_Jobs.find(id);
-    return it == m_Jobs.end() ? JobPtr() : it->second;
+    CALL_ENTRY("TaviroApp::FindJob");
+    return m_Jobs.Find(id);
 }
 
 size_t TaviroApp::JobCount() const {
-    std::lock_guard<std::mutex> l(m_JobsMutex);
-    return m_Jobs.size();
+    CALL_ENTRY("TaviroApp::JobCount");
+    return m_Jobs.Count();
 }
 
 std::map<int, size_t> TaviroApp::CountByStatus() const {
-    std::lock_guard<std::mutex> l(m_JobsMutex);
-    std::map<int, size_t> out;
-    for (auto& kv : m_Jobs)
-        ++out[kv.second->GetStatus()];
-    return out;
+    CALL_ENTRY("TaviroApp::CountByStatus");
+    return m_Jobs.CountByStatus();
 }
 
 void TaviroApp::ApplyToJobs(const Message& m) {
-    switch (m.GetType()) {
-    case k_MsgJobBatch:
-        for (auto& part : m.m_Batch)
-            if (part) ApplyToJobs(*part);
-        break;
-    case k_MsgJobCreated:
-    case k_MsgJobChanged: {
-        JobPtr job;
-        {
-            std::lock_guard<std::mutex> l(m_JobsMutex);
-            JobPtr& slot = m_Jobs[m.GetJob()];
-            if (!slot) slot.reset(new Job(m.GetJob()));
-            job = slot;
-        }
-        job->SetParameters(m.m_Params);
-        break;
-    }
-    case k_MsgJobRemoved: {
-        std::lock_guard<std::mutex> l(m_JobsMutex);
-        m_Jobs.erase(m.GetJob());
-        break;
-    }
-    default:
-        break;
-    }
+    m_Jobs.Apply(m);
 }
 
 void TaviroApp::ClearJobs() {
-    std::lock_guard<std::mutex> l(m_JobsMutex);
-    m_Jobs.clear();
+    m_Jobs.Clear();
 }
 
 // ---- TaviroClientApp: start and stop ----
@@ -80,7 +47,10 @@ TaviroClientApp::TaviroClientApp(LogLevel fileLevel, LogLevel echoLevel)
 
 TaviroClientApp::~TaviroClientApp() {
     DisconnectAll(); // no farm signal may reach a half-destroyed client
-    if (m_Messenger) m_Messenger->Stop();
+    if (m_Messenger) {
+        Job::SetMessenger(nullptr);
+        m_Messenger->Stop();
+    }
     if (m_PoolStarted) ThreadPool::Stop();
 }
 
@@ -169,6 +139,7 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
 
     if (master == "embedded") {
         m_Messenger.reset(new SimulatedMaster(this, (uint64_t)seed, (int)jobs, (double)rate));
+        Job::SetMessenger(m_Messenger.get());
         m_Messenger->Start();
     }
     LogInfo("Started " + name);
@@ -191,6 +162,7 @@ int TaviroClientApp::Execute() {
 void TaviroClientApp::Cleanup() {
     CALL_ENTRY("TaviroClientApp::Cleanup");
     if (m_Messenger) {
+        Job::SetMessenger(nullptr);
         m_Messenger->Stop();
         m_Messenger.reset();
     }
@@ -236,6 +208,9 @@ void TaviroClientApp::ReceiveMessage(boost::shared_ptr<Message> message) {
         ShutdownMsg::s_Signal.Emit(order);
         return;
     }
+    // The job table follows the message here, on the messenger's thread: the thread that
+    // runs the handlers (a GUI's) then has no table work, however big the farm or the batch.
+    ApplyToJobs(*message);
     std::lock_guard<std::recursive_mutex> l(m_QueueMutex);
     MessageReceivedEvt evt(std::move(message));
     MessageReceivedEvt::s_Signal.Emit(evt);
@@ -273,7 +248,6 @@ size_t TaviroClientApp::QueuedMessages() const {
 }
 
 void TaviroClientApp::Handle(const boost::shared_ptr<Message>& message) {
-    ApplyToJobs(*message);
     try {
         if (message->GetType() == k_MsgRequestFailed) RequestHasFailed(message->Get("Text"));
         m_Handlers.Emit(*message);

@@ -2,7 +2,8 @@
 // (TaviroClientApp) with its start-up from the command line, the messenger, the message queue
 // and the worker pool.
 //
-// Message flow: the messenger's thread calls ReceiveMessage, which emits
+// Message flow: the messenger's thread calls ReceiveMessage, which applies the message to the
+// job table (so handlers find the table at least as new as their message) and emits
 // MessageReceivedEvt::s_Signal there. A slot may take the message out and pass it to
 // CallMessageHandlers (the worker pool runs the handlers, in arrival order); a message that no
 // slot took is queued, and each DispatchMessage call handles exactly one queued message. The
@@ -11,6 +12,7 @@
 #pragma once
 
 #include <taviro/Job.h>
+#include <taviro/JobTable.h>
 #include <taviro/Message.h>
 #include <taviro/Messenger.h>
 
@@ -34,7 +36,7 @@ public:
     std::vector<JobPtr> GetAllJobs() const;
     JobPtr FindJob(const UID& id) const;
     size_t JobCount() const;
-    // Number of jobs per status value.
+    // Number of jobs per status value (kept up to date as jobs change, so cheap to ask).
     std::map<int, size_t> CountByStatus() const;
 
 protected:
@@ -43,8 +45,7 @@ protected:
     void ClearJobs();
 
 private:
-    mutable std::mutex m_JobsMutex;
-    std::unordered_map<UID, JobPtr> m_Jobs;
+    JobTable m_Jobs;
 };
 
 class TaviroClientApp : public TaviroApp, public HasSlots {

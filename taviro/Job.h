@@ -1,17 +1,27 @@
-// Jobs and the objects of the farm. Parameters are texts under names (the p_ constants);
-// a job's parameters change on the messenger's threads while the GUI reads them, so every
-// access is locked.
+// Jobs and the objects of the farm. Parameters are texts under names (the p_ constants); a
+// job's parameters change on the messenger's threads while the GUI reads them, so every access
+// is locked.
+//
+// A farm holds a million jobs, so an object is kept small: parameter names are interned (each
+// name is stored once, a parameter holds its number), all parameters sit packed in one buffer
+// (one allocation, not one per value), the locks come from a shared pool instead of one mutex
+// per object, and a job's status is a number of its own.
 #pragma once
 
-#include <ostrum/Lock.h>
 #include <ostrum/String.h>
 #include <ostrum/UID.h>
 
 #include <boost/shared_ptr.hpp>
 
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <mutex>
+#include <utility>
 #include <vector>
+
+class JobTable;
+class Messenger;
 
 extern const String p_Name;
 extern const String p_Status;
@@ -35,6 +45,16 @@ enum JobStatus {
 };
 const char* JobStatusName(int status);
 
+// The process-wide set of parameter names: each distinct name once, under a small number.
+class ParameterNames {
+public:
+    // The number of a name, adding the name when it is new.
+    static uint32_t Intern(const String& name);
+    // The number of a name already known; false for a name never interned.
+    static bool Find(const String& name, uint32_t* number);
+    static const String& Name(uint32_t number);
+};
+
 class TaviroObject {
 public:
     explicit TaviroObject(const UID& id) : m_ID(id) {}
@@ -45,22 +65,37 @@ public:
     // answering empty; kept for callers that ask for resolved values.
     virtual String GetParameter(const String& name, bool resolve = true) const;
     virtual void SetParameter(const String& name, const String& value);
-    std::map<String, String> GetParameters() const;
+    virtual std::map<String, String> GetParameters() const;
     void SetParameters(const std::map<String, String>& values);
     // The display name: the p_Name parameter.
     String Name() const { return GetParameter(p_Name, true); }
 
+protected:
+    // The lock of this object's parameters, one of a shared pool.
+    std::mutex& ParameterLock() const;
+    // Sets a parameter by its interned number; the caller holds ParameterLock().
+    void SetLocked(uint32_t name, const String& value);
+
 private:
+    // Where the parameter's record starts in m_Params (npos: none).
+    size_t FindLocked(uint32_t name) const;
     const UID m_ID;
-    mutable std::mutex m_Mutex;
-    std::map<String, String> m_Params;
+    // Records of [name number][value size][value bytes], both numbers 32-bit; an object has a
+    // handful, searched in order.
+    std::string m_Params;
 };
 
 class Job : public TaviroObject {
 public:
     explicit Job(const UID& id) : TaviroObject(id) {}
 
-    int GetStatus() const;
+    // The status as a number; k_JobUnknown until one is set. p_Status reads and writes it as
+    // its decimal text (text that is no number sets k_JobUnknown).
+    int GetStatus() const { return m_Status.load(std::memory_order_relaxed); }
+    void SetStatus(int status);
+    String GetParameter(const String& name, bool resolve = true) const override;
+    void SetParameter(const String& name, const String& value) override;
+    std::map<String, String> GetParameters() const override;
     // Whether selectors leave the job out for this status (archived and unknown jobs).
     virtual bool HideInSelectors(int status) const;
     // Runs a command of the job's type on the job, with the sub-item chosen (empty for a
@@ -68,6 +103,18 @@ public:
     // a detail text when the command is unknown, disabled, not possible in the job's state,
     // or the master cannot be reached.
     virtual void ExecuteCommand(const String& command, const String& item);
+
+    // The link that ExecuteCommand sends through (null: not connected). The client
+    // application sets it when its messenger starts and clears it before the messenger goes.
+    static void SetMessenger(Messenger* messenger);
+
+private:
+    friend class JobTable;
+    std::atomic<int> m_Status{k_JobUnknown};
+    std::atomic<bool> m_HasStatus{false};
+    // The table that counted this job by status when it was created (a hint: the table may
+    // have dropped the job or be gone).
+    std::atomic<JobTable*> m_Table{nullptr};
 };
 
 using JobPtr = boost::shared_ptr<Job>;

@@ -19,7 +19,9 @@ bool IsFinished(int s) {
 } // namespace
 
 FarmSchedule::FarmSchedule(uint64_t seed, int jobCount, const std::vector<UID>& types)
-    : m_Rng(seed), m_Types(types) {
+    : m_Rng(seed), m_Types(types), m_Priorities(std::begin(k_Priorities), std::end(k_Priorities)) {
+    for (const UID& t : m_Types)
+        m_TypeNames.push_back(JobFactory::s_JobFactory.GetTypeInfo(t, false).name);
     m_Jobs.reserve((size_t)std::max(jobCount, 0));
     for (int i = 0; i < jobCount; ++i)
         m_Jobs.push_back(NewJob());
@@ -38,33 +40,35 @@ UID FarmSchedule::RandomUID() {
 FarmSchedule::_Job FarmSchedule::NewJob() {
     _Job j;
     j.id = RandomUID();
-    j.type = m_Types.empty() ? UID::Null : m_Types[m_Rng() % m_Types.size()];
-    const String typeName =
-        m_Types.empty() ? String("Job") : JobFactory::s_JobFactory.GetTypeInfo(j.type, false).name;
-    j.name = SFormat("%s %05d", typeName.c_str(), m_NextNumber++);
+    j.type = m_Types.empty() ? (uint16_t)k_NoType : (uint16_t)(m_Rng() % m_Types.size());
+    j.number = (uint32_t)m_NextNumber++;
     const int r = (int)(m_Rng() % 100);
-    j.status = r < 50   ? k_JobWaiting
-               : r < 70 ? k_JobRunning
-               : r < 78 ? k_JobPaused
-               : r < 90 ? k_JobDone
-               : r < 95 ? k_JobFailed
-                        : k_JobArchived;
+    j.status = (int8_t)(r < 50   ? k_JobWaiting
+                        : r < 70 ? k_JobRunning
+                        : r < 78 ? k_JobPaused
+                        : r < 90 ? k_JobDone
+                        : r < 95 ? k_JobFailed
+                                 : k_JobArchived);
     j.progress =
-        j.status == k_JobDone ? 100 : (j.status == k_JobWaiting ? 0 : (int)(m_Rng() % 100));
-    j.frames = 10 + (int)(m_Rng() % 490);
-    j.owner = k_Owners[m_Rng() % 6];
-    j.priority = k_Priorities[m_Rng() % 3];
+        (int8_t)(j.status == k_JobDone ? 100 : (j.status == k_JobWaiting ? 0 : m_Rng() % 100));
+    j.frames = (uint16_t)(10 + m_Rng() % 490);
+    j.owner = (uint8_t)(m_Rng() % 6);
+    j.priority = (uint8_t)(m_Rng() % 3);
     return j;
+}
+
+String FarmSchedule::Name(const _Job& j) const {
+    return SFormat("%s %05u", j.type == k_NoType ? "Job" : m_TypeNames[j.type].c_str(), j.number);
 }
 
 boost::shared_ptr<Message> FarmSchedule::Created(const _Job& j) const {
     auto m = boost::shared_ptr<Message>(new Message(k_MsgJobCreated, j.id));
-    m->m_Params[p_Name] = j.name;
-    m->m_Params[p_Type] = j.type.ToString();
+    m->m_Params[p_Name] = Name(j);
+    m->m_Params[p_Type] = (j.type == k_NoType ? UID::Null : m_Types[j.type]).ToString();
     m->m_Params[p_Status] = String::FromInt(j.status);
     m->m_Params[p_Progress] = String::FromInt(j.progress);
-    m->m_Params[p_Owner] = j.owner;
-    m->m_Params[p_Priority] = j.priority;
+    m->m_Params[p_Owner] = k_Owners[j.owner];
+    m->m_Params[p_Priority] = m_Priorities[j.priority];
     m->m_Params[p_Frames] = SFormat("1-%d,%d-%d", j.frames / 2, j.frames / 2 + 1, j.frames);
     return m;
 }
@@ -82,15 +86,27 @@ boost::shared_ptr<Message> FarmSchedule::Stamp(boost::shared_ptr<Message> m) {
 }
 
 std::vector<boost::shared_ptr<Message>> FarmSchedule::Snapshot(size_t batchSize) const {
+    const Frozen farm = Freeze();
     std::vector<boost::shared_ptr<Message>> out;
     batchSize = std::max<size_t>(batchSize, 1);
-    for (size_t i = 0; i < m_Jobs.size(); i += batchSize) {
-        auto batch = boost::shared_ptr<Message>(new Message(k_MsgJobBatch));
-        for (size_t k = i; k < std::min(m_Jobs.size(), i + batchSize); ++k)
-            batch->m_Batch.push_back(Created(m_Jobs[k]));
-        out.push_back(batch);
-    }
+    for (size_t i = 0; i < farm.JobCount(); i += batchSize)
+        out.push_back(Batch(farm, i, batchSize));
     return out;
+}
+
+FarmSchedule::Frozen FarmSchedule::Freeze() const {
+    Frozen f;
+    f.m_Jobs = m_Jobs;
+    return f;
+}
+
+boost::shared_ptr<Message> FarmSchedule::Batch(const Frozen& farm, size_t first,
+                                               size_t batchSize) const {
+    auto batch = boost::shared_ptr<Message>(new Message(k_MsgJobBatch));
+    const size_t end = std::min(farm.m_Jobs.size(), first + std::max<size_t>(batchSize, 1));
+    for (size_t k = first; k < end; ++k)
+        batch->m_Batch.push_back(Created(farm.m_Jobs[k]));
+    return batch;
 }
 
 boost::shared_ptr<Message> FarmSchedule::Next() {
@@ -110,7 +126,7 @@ boost::shared_ptr<Message> FarmSchedule::Next() {
     if (r < 30 && j.status == k_JobRunning) {
         auto m = boost::shared_ptr<Message>(new Message(k_MsgLogLine, j.id));
         const int frame = 1 + (int)(m_Rng() % (uint64_t)j.frames);
-        m->m_Params["Text"] = SFormat("%s: frame %d of %d rendered in %.1f s", j.name.c_str(),
+        m->m_Params["Text"] = SFormat("%s: frame %d of %d rendered in %.1f s", Name(j).c_str(),
                                       frame, j.frames, (double)(m_Rng() % 6000) / 10.0);
         return Stamp(m);
     }
@@ -126,7 +142,7 @@ boost::shared_ptr<Message> FarmSchedule::Next() {
         j.progress = 0;
         return Changed(j, false);
     case k_JobRunning:
-        j.progress += 1 + (int)(m_Rng() % 15);
+        j.progress = (int8_t)(j.progress + 1 + (int)(m_Rng() % 15));
         if (j.progress < 100) return Changed(j, true);
         j.progress = 100;
         j.status = m_Rng() % 10 == 0 ? k_JobFailed : k_JobDone;
@@ -159,22 +175,22 @@ bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const Str
     _Job& j = *it;
     if (command == "Pause") {
         if (j.status != k_JobRunning && j.status != k_JobWaiting)
-            return refuse(j.name + " is not running or waiting");
+            return refuse(Name(j) + " is not running or waiting");
         j.status = k_JobPaused;
     } else if (command == "Resume") {
-        if (j.status != k_JobPaused) return refuse(j.name + " is not paused");
+        if (j.status != k_JobPaused) return refuse(Name(j) + " is not paused");
         j.status = k_JobWaiting;
     } else if (command == "Abort") {
-        if (IsFinished(j.status)) return refuse(j.name + " has already finished");
+        if (IsFinished(j.status)) return refuse(Name(j) + " has already finished");
         j.status = k_JobAborted;
     } else if (command == "Restart") {
         if (!IsFinished(j.status) || j.status == k_JobArchived)
-            return refuse(j.name + " has not finished");
+            return refuse(Name(j) + " has not finished");
         j.status = k_JobWaiting;
         j.progress = 0;
     } else if (command == "Archive") {
         if (!IsFinished(j.status) || j.status == k_JobArchived)
-            return refuse(j.name + " cannot be archived now");
+            return refuse(Name(j) + " cannot be archived now");
         j.status = k_JobArchived;
     } else if (command == "Remove") {
         const UID id = j.id;
@@ -183,14 +199,17 @@ bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const Str
         out.push_back(Stamp(boost::shared_ptr<Message>(new Message(k_MsgJobRemoved, id))));
         return true;
     } else if (command == "Priority") {
-        j.priority = item;
+        auto known = std::find(m_Priorities.begin(), m_Priorities.end(), item);
+        if (known == m_Priorities.end() && m_Priorities.size() < 256)
+            known = m_Priorities.insert(m_Priorities.end(), item);
+        if (known != m_Priorities.end()) j.priority = (uint8_t)(known - m_Priorities.begin());
         auto m = boost::shared_ptr<Message>(new Message(k_MsgJobChanged, j.id));
         m->m_Params[p_Priority] = item;
         out.push_back(Stamp(m));
         return true;
     } else {
         auto m = boost::shared_ptr<Message>(new Message(k_MsgLogLine, j.id));
-        m->m_Params["Text"] = j.name + ": command '" + command +
+        m->m_Params["Text"] = Name(j) + ": command '" + command +
                               (item.empty() ? String() : "' (" + item + ")") +
                               (item.empty() ? "' done" : " done");
         out.push_back(Stamp(m));
@@ -216,30 +235,31 @@ void SimulatedMaster::Start() {
 
 void SimulatedMaster::Stop() {
     if (!m_Thread.joinable()) return;
-    {
-        std::lock_guard<std::mutex> l(m_Mutex);
-        m_Requests.push_back(k_Quit);
-    }
-    m_Wake.notify_all();
+    Push(k_Quit);
     m_Thread.join();
 }
 
-void SimulatedMaster::Disconnect() {
+void SimulatedMaster::Push(_Request request) {
     std::lock_guard<std::mutex> l(m_Mutex);
-    m_Requests.push_back(k_Disconnect);
+    m_Requests.push_back(request);
     m_Wake.notify_all();
+}
+
+bool SimulatedMaster::RequestPending() {
+    std::lock_guard<std::mutex> l(m_Mutex);
+    return !m_Requests.empty();
+}
+
+void SimulatedMaster::Disconnect() {
+    Push(k_Disconnect);
 }
 
 void SimulatedMaster::Reconnect() {
-    std::lock_guard<std::mutex> l(m_Mutex);
-    m_Requests.push_back(k_Reconnect);
-    m_Wake.notify_all();
+    Push(k_Reconnect);
 }
 
 void SimulatedMaster::OrderShutdown() {
-    std::lock_guard<std::mutex> l(m_Mutex);
-    m_Requests.push_back(k_Shutdown);
-    m_Wake.notify_all();
+    Push(k_Shutdown);
 }
 
 void SimulatedMaster::SetRate(double messagesPerSecond) {
@@ -278,13 +298,28 @@ void SimulatedMaster::DoConnect() {
     LogInfo("Embedded master: connected");
     MessengerConnectedEvt evt(GetMasterName());
     MessengerConnectedEvt::s_Signal.Emit(evt);
-    std::vector<boost::shared_ptr<Message>> snapshot;
+    FarmSchedule::Frozen farm;
     {
         std::lock_guard<std::mutex> l(m_ModelMutex);
-        snapshot = m_Schedule.Snapshot();
+        farm = m_Schedule.Freeze();
     }
-    for (auto& m : snapshot)
-        Send(m);
+    const size_t batchSize = 1000;
+    for (size_t i = 0; i < farm.JobCount(); i += batchSize) {
+        boost::shared_ptr<Message> batch;
+        {
+            std::lock_guard<std::mutex> l(m_ModelMutex); // commands may add priorities
+            batch = m_Schedule.Batch(farm, i, batchSize);
+        }
+        Send(batch);
+        // Like a network link, the snapshot goes no faster than the client takes it in: sent
+        // all at once, a million jobs' messages would sit in the client's queue together. A
+        // request (a disconnect, the end) cuts the snapshot short.
+        while (m_App->QueuedMessages() > 4 && !RequestPending()) {
+            std::unique_lock<std::mutex> l(m_Mutex);
+            m_Wake.wait_for(l, std::chrono::milliseconds(2));
+        }
+        if (RequestPending()) break;
+    }
 }
 
 void SimulatedMaster::DoDisconnect(const String& reason) {

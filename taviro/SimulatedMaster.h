@@ -28,6 +28,12 @@ public:
 
     // The whole farm as k_MsgJobBatch messages of at most batchSize jobs.
     std::vector<boost::shared_ptr<Message>> Snapshot(size_t batchSize = 1000) const;
+    // The same, one batch at a time: a copy of the farm's model, and the batch of that copy
+    // that starts at job first. Lets a million jobs go out without all their messages
+    // existing at once.
+    class Frozen;
+    Frozen Freeze() const;
+    boost::shared_ptr<Message> Batch(const Frozen& farm, size_t first, size_t batchSize) const;
     // The next event of the farm.
     boost::shared_ptr<Message> Next();
     // A client's command on a job: changes the model and gives the resulting messages.
@@ -37,17 +43,20 @@ public:
     uint64_t Produced() const { return m_Sequence; }
 
 private:
+    // A job of the model, small: the farm may hold millions. Texts are numbers into tables.
     struct _Job {
         UID id;
-        String name;
-        UID type;
-        int status;
-        int progress;
-        int frames;
-        String owner;
-        String priority;
+        uint32_t number;  // the job's running number, part of its name
+        uint16_t type;    // index into m_Types (k_NoType when none are installed)
+        uint16_t frames;  // 10 to 499
+        int8_t status;    // JobStatus
+        int8_t progress;  // percent
+        uint8_t owner;    // index into the owners
+        uint8_t priority; // index into m_Priorities
     };
+    enum : uint16_t { k_NoType = 0xffff };
     _Job NewJob();
+    String Name(const _Job& j) const;
     boost::shared_ptr<Message> Created(const _Job& j) const;
     boost::shared_ptr<Message> Changed(const _Job& j, bool progressOnly);
     UID RandomUID();
@@ -55,9 +64,19 @@ private:
 
     std::mt19937_64 m_Rng;
     std::vector<UID> m_Types;
+    std::vector<String> m_TypeNames;  // by type index
+    std::vector<String> m_Priorities; // the usual three, then any other a command sets
     std::vector<_Job> m_Jobs;
     uint64_t m_Sequence = 0;
     int m_NextNumber = 1;
+};
+
+class FarmSchedule::Frozen {
+    friend class FarmSchedule;
+    std::vector<_Job> m_Jobs;
+
+public:
+    size_t JobCount() const { return m_Jobs.size(); }
 };
 
 class SimulatedMaster : public Messenger {
@@ -82,6 +101,9 @@ public:
 
 private:
     enum _Request { k_Disconnect, k_Reconnect, k_Shutdown, k_Quit };
+    // Hands a request to the master's thread.
+    void Push(_Request request);
+    bool RequestPending();
     void Run();
     void Send(boost::shared_ptr<Message> m);
     void DoConnect();
