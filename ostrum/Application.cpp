@@ -374,6 +374,11 @@ void Application::ListenLoop() {
             for (;;) {
                 const int fd =
                     ::accept4(m_ListenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+                if (fd < 0 && (errno == EMFILE || errno == ENFILE) && !pending.empty()) {
+                    ::close(pending.front().fd); // out of descriptors: the oldest gives way
+                    pending.pop_front();
+                    continue;
+                }
                 if (fd < 0) break;
                 if (pending.size() >= k_MaxPendingConnections) {
                     ::close(pending.front().fd); // the longest waiting makes room
@@ -389,14 +394,16 @@ void Application::ListenLoop() {
 
 // Takes over fd: answers the request from a thread of its own and closes it.
 void Application::ServeConnection(int fd, const String& request) {
+    bool busy;
     {
         std::lock_guard<std::mutex> l(m_ServeMutex);
-        if (m_Serving >= k_MaxServing) {
-            SendFrame(fd, "The program is busy", Time::Monotonic() + 100000, 'E');
-            ::close(fd);
-            return;
-        }
-        ++m_Serving;
+        busy = m_Serving >= k_MaxServing;
+        if (!busy) ++m_Serving;
+    }
+    if (busy) {
+        SendFrame(fd, "The program is busy", Time::Monotonic() + 100000, 'E');
+        ::close(fd);
+        return;
     }
     std::thread([this, fd, request] {
         Answer(fd, request);

@@ -111,6 +111,7 @@ bool TaviroClientApp::Fail(const String& why) {
 }
 
 String TaviroClientApp::Usage() {
+    CALL_ENTRY("TaviroClientApp::Usage");
     return "  --name NAME          the program's name: its log, options file and requests\n"
            "  --options FILE       the options file (default: <user folder>/NAME.ini)\n"
            "  --log-dir DIR        the log folder (default: <user folder>/logs)\n"
@@ -142,9 +143,6 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
         m_HelpShown = true;
         return false;
     }
-    String name = commandLine.GetOption("name", commandLine.GetProgramName());
-    if (name.empty()) name = "taviro";
-    SetName(name);
     auto number = [&](const char* option, long def, long lo, long hi, long& out) {
         bool ok = true;
         out = commandLine.HasOption(option) ? commandLine.GetOption(option).ToLong(0, &ok) : def;
@@ -163,6 +161,9 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
     if (master != "embedded" && master != "none")
         return Fail("--master wants 'embedded' or 'none', not '" + master + "'");
 
+    String name = commandLine.GetOption("name", commandLine.GetProgramName());
+    if (name.empty()) name = "taviro";
+    SetName(name);
     // A second program of the same name would share the first one's options file and log, and
     // overwrite its options when it ends.
     const bool allowSecond = commandLine.HasOption("allow-second");
