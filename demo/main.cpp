@@ -499,4 +499,15 @@ private:
 
 } // namespace
 
-wxIMPLEMENT_APP(_DemoApp);
+wxIMPLEMENT_APP_NO_MAIN(_DemoApp);
+
+int main(int argc, char** argv) {
+    const int code = wxTaviroApp::PreInit(
+        argc, argv,
+        "  --screenshot FILE    save a screenshot of the main window 2.5 s after start\n"
+        "  --exit-after SECONDS close the main window after that time\n"
+        "  --scheme 1..5        the colour scheme\n"
+        "  --page farm|colours  the page to show\n"
+        "  --open-windows       open the jobs and log windows\n");
+    return code >= 0 ? code : wxEntry(argc, argv);
+}

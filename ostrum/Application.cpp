@@ -4,6 +4,8 @@
 
 #include <cerrno>
 #include <condition_variable>
+#include <deque>
+#include <vector>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
@@ -127,10 +129,14 @@ bool MakeAddress(const String& path, sockaddr_un& addr, String* error) {
     return true;
 }
 
-// Connects without blocking past the deadline; -1 with errno-based text on failure.
+// Connects without blocking past the deadline; -1 with errno set and errno-based text on
+// failure. A full backlog (EAGAIN) is retried until the deadline: the program is there, busy.
 int ConnectTo(const String& path, int64_t deadline, String* error) {
     sockaddr_un addr;
-    if (!MakeAddress(path, addr, error)) return -1;
+    if (!MakeAddress(path, addr, error)) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0) {
         if (error) *error = String("socket: ") + strerror(errno);
@@ -139,7 +145,10 @@ int ConnectTo(const String& path, int64_t deadline, String* error) {
     for (;;) {
         if (::connect(fd, (sockaddr*)&addr, sizeof addr) == 0) return fd;
         if (errno == EINTR) continue;
-        if (errno == EAGAIN && WaitFd(fd, POLLOUT, deadline)) continue; // backlog full
+        if (errno == EAGAIN && Time::Monotonic() < deadline) {
+            ::usleep(5000); // a Unix socket gives no readiness for a full backlog
+            continue;
+        }
         if (errno == EINPROGRESS && WaitFd(fd, POLLOUT, deadline)) {
             int err = 0;
             socklen_t len = sizeof err;
@@ -147,11 +156,25 @@ int ConnectTo(const String& path, int64_t deadline, String* error) {
             if (err == 0) return fd;
             errno = err;
         }
-        if (error) *error = strerror(errno);
+        const int err = errno;
+        if (error) *error = strerror(err);
         ::close(fd);
+        errno = err;
         return -1;
     }
 }
+
+// The process id of the program listening on a connected socket (0 when unknown).
+long PeerPid(int fd) {
+    ucred cred{};
+    socklen_t len = sizeof cred;
+    return ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &len) == 0 ? (long)cred.pid : 0;
+}
+
+// How long a connection may take to deliver its request, and how many may wait at once.
+const int64_t k_RequestDeadlineUs = 2000000;
+const size_t k_MaxPendingConnections = 256;
+const int k_MaxServing = 16;
 } // namespace
 
 // ---- Application ----
@@ -222,11 +245,18 @@ Path Application::RequestSocketPath(const String& componentName) {
     return Path(SocketFolder()) / (componentName + ".sock");
 }
 
-bool Application::IsRunning(const String& componentName) {
+bool Application::IsRunning(const String& componentName, long* pid) {
+    if (pid) *pid = 0;
     if (componentName.empty()) return false;
     const int fd =
         ConnectTo(RequestSocketPath(componentName).ToString(), Time::Monotonic() + 500000, nullptr);
-    if (fd < 0) return false;
+    if (fd < 0) {
+        // Only a socket nobody listens on, or none at all, means gone; a busy program whose
+        // backlog stays full past the deadline (EAGAIN) is still running.
+        return errno != ECONNREFUSED && errno != ENOENT && errno != ENAMETOOLONG &&
+               errno != ENOTDIR;
+    }
+    if (pid) *pid = PeerPid(fd);
     ::close(fd);
     return true;
 }
@@ -240,12 +270,18 @@ bool Application::StartRequestListener(const String& componentName) {
     if (componentName.empty() || componentName.find('/') != String::npos) {
         error = "invalid component name '" + componentName + "'";
     } else if (PrepareSocketFolder(folder, &error) && MakeAddress(path, addr, &error)) {
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        if (fd < 0) {
+            GlobalLog(LL_Warning, String("Cannot listen for requests: socket: ") + strerror(errno));
+            return false;
+        }
         int rc = ::bind(fd, (sockaddr*)&addr, sizeof addr);
         if (rc != 0 && errno == EADDRINUSE) {
             // A socket file is left: take it over only if nobody answers on it.
-            if (IsRunning(componentName))
-                error = "another program runs as " + componentName;
+            long pid = 0;
+            if (IsRunning(componentName, &pid))
+                error =
+                    SFormat("another program runs as %s (process %ld)", componentName.c_str(), pid);
             else {
                 ::unlink(path.c_str());
                 rc = ::bind(fd, (sockaddr*)&addr, sizeof addr);
@@ -253,6 +289,7 @@ bool Application::StartRequestListener(const String& componentName) {
         }
         if (rc == 0 && ::listen(fd, 64) == 0 && ::pipe2(m_WakePipe, O_CLOEXEC) == 0) {
             m_ListenFd = fd;
+            m_Stopping = false;
             m_SocketPath = path;
             m_Listener = std::thread(&Application::ListenLoop, this);
             LogInfo("Listening for requests on " + path);
@@ -270,6 +307,13 @@ void Application::StopRequestListener() {
     const char b = 0;
     (void)!::write(m_WakePipe[1], &b, 1);
     if (m_Listener.joinable()) m_Listener.join();
+    {
+        // Requests still being served give up waiting for their handler and end.
+        std::unique_lock<std::mutex> l(m_ServeMutex);
+        m_Stopping = true;
+        m_ServeDone.notify_all();
+        m_ServeDone.wait(l, [&] { return m_Serving == 0; });
+    }
     ::close(m_ListenFd);
     ::close(m_WakePipe[0]);
     ::close(m_WakePipe[1]);
@@ -278,25 +322,99 @@ void Application::StopRequestListener() {
     ::unlink(m_SocketPath.c_str());
 }
 
+// One thread waits on every connection at once, each with its own deadline to deliver its
+// request, so that idle or slow clients cannot hold up the others or fill the backlog. A
+// complete request is served on a thread of its own (a few at a time).
 void Application::ListenLoop() {
+    struct _Pending {
+        int fd;
+        int64_t deadline;
+        String data;
+    };
+    std::deque<_Pending> pending;
     for (;;) {
-        pollfd p[2] = {{m_ListenFd, POLLIN, 0}, {m_WakePipe[0], POLLIN, 0}};
-        const int r = ::poll(p, 2, -1);
-        if (r < 0 && errno == EINTR) continue;
-        if (r < 0 || p[1].revents) return;
-        if (!(p[0].revents & POLLIN)) continue;
-        const int fd = ::accept4(m_ListenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-        if (fd < 0) continue;
-        ServeConnection(fd);
-        ::close(fd);
+        std::vector<pollfd> p{{m_ListenFd, POLLIN, 0}, {m_WakePipe[0], POLLIN, 0}};
+        int64_t next = INT64_MAX;
+        for (const _Pending& c : pending) {
+            p.push_back({c.fd, POLLIN, 0});
+            next = std::min(next, c.deadline);
+        }
+        const int64_t waitMs =
+            next == INT64_MAX ? -1 : std::max<int64_t>(0, (next - Time::Monotonic()) / 1000 + 1);
+        const int r = ::poll(p.data(), p.size(), (int)std::min<int64_t>(waitMs, 1000000));
+        if (r < 0 && errno != EINTR) break;
+        if (r > 0 && p[1].revents) break;
+        const int64_t now = Time::Monotonic();
+        // Read what arrived; a whole request leaves the list to be served.
+        std::deque<_Pending> kept;
+        for (size_t i = 0; i < pending.size(); ++i) {
+            _Pending& c = pending[i];
+            bool drop = false;
+            if (r > 0 && (p[i + 2].revents & (POLLIN | POLLHUP | POLLERR))) {
+                char buf[4096];
+                const ssize_t n = ::recv(c.fd, buf, sizeof buf, 0);
+                if (n > 0)
+                    c.data.append(buf, (size_t)n);
+                else if (n == 0 || (errno != EAGAIN && errno != EINTR))
+                    drop = true; // a probe (IsRunning) or a broken sender
+            }
+            const uint32_t size = c.data.size() >= 4 ? GetU32(c.data.data()) : 0;
+            if (!drop && size > k_MaxMessage) drop = true;
+            if (!drop && c.data.size() >= 4 && c.data.size() >= 4 + (size_t)size) {
+                ServeConnection(c.fd, c.data.substr(4, size));
+                continue;
+            }
+            if (drop || now >= c.deadline)
+                ::close(c.fd);
+            else
+                kept.push_back(std::move(c));
+        }
+        pending.swap(kept);
+        if (r > 0 && (p[0].revents & POLLIN)) {
+            for (;;) {
+                const int fd =
+                    ::accept4(m_ListenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+                if (fd < 0 && (errno == EMFILE || errno == ENFILE) && !pending.empty()) {
+                    ::close(pending.front().fd); // out of descriptors: the oldest gives way
+                    pending.pop_front();
+                    continue;
+                }
+                if (fd < 0) break;
+                if (pending.size() >= k_MaxPendingConnections) {
+                    ::close(pending.front().fd); // the longest waiting makes room
+                    pending.pop_front();
+                }
+                pending.push_back({fd, now + k_RequestDeadlineUs, String()});
+            }
+        }
     }
+    for (const _Pending& c : pending)
+        ::close(c.fd);
 }
 
-void Application::ServeConnection(int fd) {
-    const int64_t deadline = Time::Monotonic() + 2000000;
-    String request;
-    if (!RecvText(fd, request, deadline)) return; // a probe (IsRunning) or a broken sender
+// Takes over fd: answers the request from a thread of its own and closes it.
+void Application::ServeConnection(int fd, const String& request) {
+    bool busy;
+    {
+        std::lock_guard<std::mutex> l(m_ServeMutex);
+        busy = m_Serving >= k_MaxServing;
+        if (!busy) ++m_Serving;
+    }
+    if (busy) {
+        SendFrame(fd, "The program is busy", Time::Monotonic() + 100000, 'E');
+        ::close(fd);
+        return;
+    }
+    std::thread([this, fd, request] {
+        Answer(fd, request);
+        ::close(fd);
+        std::lock_guard<std::mutex> l(m_ServeMutex);
+        --m_Serving;
+        m_ServeDone.notify_all();
+    }).detach();
+}
 
+void Application::Answer(int fd, const String& request) {
     struct _Outcome {
         std::mutex mutex;
         std::condition_variable done;
@@ -325,8 +443,12 @@ void Application::ServeConnection(int fd) {
         run();
 
     std::unique_lock<std::mutex> l(outcome->mutex);
-    const bool finished = outcome->done.wait_for(
-        l, std::chrono::milliseconds(m_HandlerTimeoutMs.load()), [&] { return outcome->finished; });
+    const auto until =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(m_HandlerTimeoutMs.load());
+    bool finished = outcome->finished;
+    while (!finished && !m_Stopping && std::chrono::steady_clock::now() < until)
+        finished = outcome->done.wait_for(l, std::chrono::milliseconds(50),
+                                          [&] { return outcome->finished; });
     const char status =
         !finished
             ? 'E'

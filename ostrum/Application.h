@@ -14,6 +14,7 @@
 #include <ostrum/Log.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
@@ -62,15 +63,17 @@ public:
     // a program that is not running or does not answer in time. Never hangs.
     bool SendRequest(const Path& target, const String& request, String* error = nullptr,
                      int timeoutMs = 3000);
-    // Whether a program listens under that component name.
-    static bool IsRunning(const String& componentName);
+    // Whether a program listens under that component name (a busy one counts); *pid gets its
+    // process id when known, else 0.
+    static bool IsRunning(const String& componentName, long* pid = nullptr);
     static Path RequestSocketPath(const String& componentName);
     // How long the listener waits for the main thread to run a handler.
     void SetHandlerTimeout(int ms) { m_HandlerTimeoutMs = ms; }
 
 private:
     void ListenLoop();
-    void ServeConnection(int fd);
+    void ServeConnection(int fd, const String& request);
+    void Answer(int fd, const String& request);
 
     String m_Name;
     String m_LogFolder;
@@ -85,4 +88,9 @@ private:
     String m_SocketPath;
     std::thread m_Listener;
     std::atomic<int> m_HandlerTimeoutMs{10000};
+    // Requests being answered, each on a thread of its own.
+    std::mutex m_ServeMutex;
+    std::condition_variable m_ServeDone;
+    int m_Serving = 0;
+    std::atomic<bool> m_Stopping{false};
 };

@@ -15,6 +15,7 @@ enum : uint32_t {
     k_ErrArgument = 0x20000005,
     k_ErrRequest = 0x20000006,
     k_ErrNotFound = 0x20000007,
+    k_ErrReadOnly = 0x20000008,
 };
 
 class Exception {

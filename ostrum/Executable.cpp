@@ -13,6 +13,9 @@ std::recursive_mutex
     g_CurrentMutex; // held while a process signal is delivered, so the target stays alive
 Executable* g_Current = nullptr;
 int g_Pipe[2] = {-1, -1};
+// A process signal that came while no executable was current (start-up, before the program's
+// executable exists): handed to the next one made current.
+int g_PendingSignal = 0;
 
 void OnProcessSignal(int sig) {
     const int saved = errno;
@@ -34,6 +37,8 @@ struct _SignalWatcher {
             if (g_Current) {
                 g_Current->m_LastProcessSignal = (int)b;
                 g_Current->Signal(0);
+            } else {
+                g_PendingSignal = (int)b;
             }
         }
     }
@@ -70,6 +75,11 @@ bool Executable::WaitForStop(int timeoutMs) {
 void Executable::SetCurrent(Executable* executable) {
     std::lock_guard<std::recursive_mutex> l(g_CurrentMutex);
     g_Current = executable;
+    if (g_Current && g_PendingSignal) {
+        g_Current->m_LastProcessSignal = g_PendingSignal;
+        g_PendingSignal = 0;
+        g_Current->Signal(0);
+    }
 }
 
 Executable* Executable::GetCurrent() {
@@ -97,5 +107,8 @@ void Executable::InstallSignalHandlers() {
         sa.sa_flags = SA_RESTART;
         for (int sig : {SIGINT, SIGTERM, SIGHUP})
             sigaction(sig, &sa, nullptr);
+        // A parent may start us with these blocked (some block them around fork and exec); a
+        // stop that is pending from then on arrives now, and later ones are heard.
+        pthread_sigmask(SIG_UNBLOCK, &stop, nullptr);
     });
 }

@@ -28,10 +28,12 @@ public:
     int GetLastProcessSignal() const { return m_LastProcessSignal.load(); }
     Application* GetApplication() const { return m_App; }
 
-    // The process's executable: the one that process signals reach.
+    // The process's executable: the one that process signals reach. A signal that came while
+    // there was none is handed to the next one set.
     static void SetCurrent(Executable* executable);
     static Executable* GetCurrent();
-    // Routes SIGINT, SIGTERM and SIGHUP to GetCurrent()->Signal(0). Idempotent.
+    // Routes SIGINT, SIGTERM and SIGHUP to GetCurrent()->Signal(0), and unblocks them on the
+    // calling thread. Idempotent; call it as early as possible (first thing in main).
     static void InstallSignalHandlers();
 
 private:

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstring>
 #include <dirent.h>
+#include <filesystem>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -26,6 +27,41 @@ bool WriteAllFd(int fd, const char* data, size_t size) {
 namespace {
 String Errno() {
     return String(strerror(errno));
+}
+
+// The umask as the process started (read before any thread exists), for systems without
+// /proc; reading it this way sets it, which later on would race with other threads.
+const mode_t g_StartUmask = [] {
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    return mask;
+}();
+
+// The process's umask, read without changing it.
+mode_t CurrentUmask() {
+    const int fd = ::open("/proc/self/status", O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return g_StartUmask;
+    char buf[4096];
+    const ssize_t n = ::read(fd, buf, sizeof buf - 1);
+    ::close(fd);
+    if (n <= 0) return g_StartUmask;
+    buf[n] = '\0';
+    const char* line = strstr(buf, "\nUmask:");
+    return line ? (mode_t)strtoul(line + 7, nullptr, 8) : g_StartUmask;
+}
+
+// Follows symbolic links to the file they finally name (even one that does not exist yet), so
+// that a save replaces the target and the link stays a link.
+Path FinalTarget(const Path& path) {
+    namespace fs = std::filesystem;
+    fs::path p(path.c_str());
+    std::error_code ec;
+    for (int hops = 0; hops < 40 && fs::is_symlink(fs::symlink_status(p, ec)); ++hops) {
+        const fs::path target = fs::read_symlink(p, ec);
+        if (ec) break;
+        p = target.is_absolute() ? target : p.parent_path() / target;
+    }
+    return Path(String(p.string()));
 }
 
 // A save's temporary file is "LEAF.tmp-PID-XXXXXX" next to the file it replaces.
@@ -168,12 +204,26 @@ String File::GetUserDir() {
     return dir;
 }
 
-String File::ReadAll(const Path& path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+String File::ReadAll(const Path& path, uint64_t maxSize) {
+    // Non-blocking open: a FIFO under the name would otherwise wait for a writer forever.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
         const uint32_t code = errno == ENOENT ? k_ErrNotFound : k_ErrIO;
         throw new Exception(code, "Cannot open file", path.ToString() + ": " + Errno());
     }
+    struct stat st;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        throw new Exception(k_ErrIO, "Cannot read file", path.ToString() + ": not a regular file");
+    }
+    auto tooLarge = [&] {
+        ::close(fd);
+        throw new Exception(
+            k_ErrIO, "Cannot read file",
+            SFormat("%s: larger than %llu bytes", path.c_str(), (unsigned long long)maxSize));
+    };
+    if ((uint64_t)st.st_size > maxSize) tooLarge();
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
     String out;
     char buf[65536];
     for (;;) {
@@ -186,13 +236,19 @@ String File::ReadAll(const Path& path) {
         }
         if (n == 0) break;
         out.append(buf, (size_t)n);
+        if (out.size() > maxSize) tooLarge(); // grew while being read
     }
     ::close(fd);
     return out;
 }
 
-void File::AtomicWrite(const Path& path, const String& content) {
-    if (path.IsEmpty()) throw new Exception(k_ErrArgument, "Cannot save file", "no file name");
+void File::AtomicWrite(const Path& pathGiven, const String& content) {
+    if (pathGiven.IsEmpty()) throw new Exception(k_ErrArgument, "Cannot save file", "no file name");
+    const Path path = FinalTarget(pathGiven);
+    struct stat st;
+    const bool exists = ::stat(path.c_str(), &st) == 0;
+    if (exists && (st.st_mode & 0222) == 0)
+        throw new Exception(k_ErrReadOnly, "Cannot save file", path.ToString() + ": read-only");
     const Path folder = path.Branch(false, false);
     const String folderText = folder.IsEmpty() ? String(".") : folder.ToString();
     const String leaf = path.Leaf();
@@ -211,15 +267,7 @@ void File::AtomicWrite(const Path& path, const String& content) {
                             path.ToString() + ": " + what + ": " + err);
     };
     // mkstemp makes 0600; keep what the old file had, else the usual 0666 less umask.
-    struct stat st;
-    mode_t mode;
-    if (::stat(path.c_str(), &st) == 0)
-        mode = st.st_mode & 07777;
-    else {
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        mode = 0666 & ~mask;
-    }
+    const mode_t mode = exists ? (st.st_mode & 07777) : (0666 & ~CurrentUmask());
     if (::fchmod(fd, mode) != 0) fail("chmod");
     if (!WriteAllFd(fd, content.data(), content.size())) fail("write");
     if (::fsync(fd) != 0) fail("fsync");

@@ -71,11 +71,14 @@ public:
     // The per-user folder ($XDG_CONFIG_HOME/taviro, else $HOME/.config/taviro), created when
     // missing. Throws Exception* "No User Folder available" (0x20000003) when there is none.
     static String GetUserDir();
-    // The whole content; throws Exception* when the file cannot be read.
-    static String ReadAll(const Path& path);
+    // The whole content; throws Exception* when the file cannot be read, is not a regular file
+    // (a FIFO or a device would block or never end) or is larger than maxSize bytes.
+    static String ReadAll(const Path& path, uint64_t maxSize = UINT64_MAX);
     // Replaces the file so that a crash at any moment leaves the old or the new content whole:
     // a temporary file in the same folder, fsync, rename over the old one, fsync of the folder.
     // Keeps the old file's permissions. Throws Exception* on failure; the old file is intact.
+    // A read-only file (no write bit) is not replaced: that throws k_ErrReadOnly. A symbolic
+    // link is written through: its final target is replaced and the link stays.
     // Temporaries that earlier saves of the same file left when their process died are removed.
     static void AtomicWrite(const Path& path, const String& content);
 

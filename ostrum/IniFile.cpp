@@ -242,6 +242,8 @@ void IniFile::Load(bool mustExist, bool replace) {
     try {
         text = File::ReadAll(GetFilename());
     } catch (Exception* e) {
+        if (e->GetCode() != k_ErrNotFound)
+            GlobalLog(LL_Warning, "Settings file skipped: " + e->Format());
         if (mustExist || e->GetCode() != k_ErrNotFound) throw;
         delete e;
     }
@@ -465,7 +467,12 @@ bool OptionsFile::WriteOut() {
         Save();
         return true;
     } catch (Exception* e) {
-        GlobalLog(LL_Error, "Cannot write options file: " + e->Format());
+        // A file the user made read-only stays as it is; said once, not after every change.
+        if (e->GetCode() != k_ErrReadOnly)
+            GlobalLog(LL_Error, "Cannot write options file: " + e->Format());
+        else if (!m_ReadOnlyReported.exchange(true))
+            GlobalLog(LL_Warning, "The options file " + GetFilename().ToString() +
+                                      " is read-only: changes to the options are not saved");
         delete e;
         return false;
     }

@@ -137,4 +137,5 @@ protected:
 private:
     mutable std::mutex m_PauseMutex;
     int m_Pauses = 0;
+    std::atomic<bool> m_ReadOnlyReported{false};
 };

@@ -9,6 +9,7 @@
 #include <ostrum/Log.h>
 
 #include <climits>
+#include <cstdio>
 
 // ---- TaviroApp ----
 
@@ -56,23 +57,61 @@ TaviroClientApp::~TaviroClientApp() {
 
 bool TaviroClientApp::Fail(const String& why) {
     m_StartupError = why;
+    // Even a failure before the log was opened goes into a log file that the report can name:
+    // the program's own in the default log folder.
+    if (Log::s_GlobalLog->GetFileName().empty()) {
+        const String name = GetName(); // stays empty when the command line gave none
+        if (name.empty()) SetName(m_ProgramName.empty() ? String("taviro") : m_ProgramName);
+        if (GetLogFolder().empty()) {
+            try {
+                SetLogFolder((Path(File::GetUserDir()) / "logs").ToString());
+            } catch (Exception* e) {
+                delete e;
+            }
+        }
+        try {
+            if (!GetLogFolder().empty()) OpenLog();
+        } catch (Exception* e) {
+            delete e;
+        }
+        SetName(name);
+    }
     GlobalLog(LL_Error, "Startup failed: " + why);
     return false;
+}
+
+String TaviroClientApp::Usage() {
+    CALL_ENTRY("TaviroClientApp::Usage");
+    return "  --name NAME          the program's name: its log, options file and requests\n"
+           "  --options FILE       the options file (default: <user folder>/NAME.ini)\n"
+           "  --log-dir DIR        the log folder (default: <user folder>/logs)\n"
+           "  --modules DIR        the job module folder\n"
+           "  --master embedded|none\n"
+           "  --seed N --jobs N --rate N --workers N\n"
+           "  --allow-second       run even when a program of the same name is running\n"
+           "  --help               show this and exit\n";
 }
 
 bool TaviroClientApp::Startup(CommandLine& commandLine) {
     CALL_ENTRY("TaviroClientApp::Startup");
     m_StartupError.clear();
+    m_HelpShown = false;
+    m_ProgramName = commandLine.GetProgramName();
     SetName(String()); // known only once the command line is read
     try {
         commandLine.ParseOptions(
             {"name", "options", "log-dir", "modules", "master", "seed", "jobs", "rate", "workers"},
-            {});
+            {"allow-second", "help"});
     } catch (Exception* e) {
         const String why = e->GetMessage() + ": " + e->GetDetail();
         delete e;
-        return Fail(why + " (options: --name NAME --options FILE --log-dir DIR --modules DIR "
-                          "--master embedded|none --seed N --jobs N --rate N --workers N)");
+        return Fail(why + " (--help lists the options)");
+    }
+    if (commandLine.HasOption("help")) {
+        printf("Usage: %s [options]\n%s", m_ProgramName.c_str(), Usage().c_str());
+        fflush(stdout);
+        m_HelpShown = true;
+        return false;
     }
     auto number = [&](const char* option, long def, long lo, long hi, long& out) {
         bool ok = true;
@@ -95,6 +134,18 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
     String name = commandLine.GetOption("name", commandLine.GetProgramName());
     if (name.empty()) name = "taviro";
     SetName(name);
+    // A second program of the same name would share the first one's options file and log, and
+    // overwrite its options when it ends.
+    const bool allowSecond = commandLine.HasOption("allow-second");
+    auto secondProgram = [&] {
+        long pid = 0;
+        if (allowSecond || !Application::IsRunning(name, &pid)) return false;
+        Fail(SFormat("another program is already running as %s (process %ld); "
+                     "--allow-second runs this one as well",
+                     name.c_str(), pid));
+        return true;
+    };
+    if (secondProgram()) return false;
 
     // The user folder is needed only for what the command line leaves to defaults.
     String userDir;
@@ -133,7 +184,9 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
     else
         JobFactory::s_JobFactory.Clear();
 
-    StartRequestListener(name); // not fatal: the program works alone without it
+    // Not fatal, the program works alone without it; unless another program of the name won
+    // the race since the check above.
+    if (!StartRequestListener(name) && secondProgram()) return false;
 
     if (workers > 0) m_PoolStarted = ThreadPool::Start((int)workers);
 

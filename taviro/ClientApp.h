@@ -58,8 +58,13 @@ public:
     // Options: --name NAME, --options FILE, --log-dir DIR, --modules DIR,
     // --master embedded|none, --seed N, --jobs N, --rate N (messages per second; 0: none
     // but the snapshot, negative: as fast as possible), --workers N (worker pool threads;
-    // 0, the default, leaves the pool off). False, with GetStartupError(), on failure.
+    // 0, the default, leaves the pool off), --allow-second (run even when a program of the
+    // same name is running; otherwise that is refused), --help (prints the options, answers
+    // false with IsHelpShown()). False, with GetStartupError(), on failure.
     virtual bool Startup(CommandLine& commandLine);
+    // The farm options, a line each, for a usage text.
+    static String Usage();
+    bool IsHelpShown() const { return m_HelpShown; }
     // A console program's main routine: handles queued messages until a stop is requested.
     virtual int Execute();
     // Stops the messenger, the pool and the listener, and writes the options file (inside a
@@ -100,6 +105,8 @@ private:
     bool Fail(const String& why);
 
     String m_StartupError;
+    String m_ProgramName;
+    bool m_HelpShown = false;
     std::unique_ptr<Messenger> m_Messenger;
     bool m_PoolStarted = false;
     Signal1<const Message&> m_Handlers;

@@ -11,6 +11,12 @@
 
 JobFactory JobFactory::s_JobFactory;
 
+namespace {
+// A module describes one job type in a few lines; anything near this size is not a module,
+// and reading it whole would stall the start-up.
+const uint64_t k_MaxModuleSize = 1 << 20;
+} // namespace
+
 // ---- CommandInfo ----
 
 String CommandInfo::Itemize(const Job& job) const {
@@ -166,7 +172,7 @@ size_t JobFactory::LoadModules(const String& folder) {
     for (const String& f : files) {
         const String path = (Path(folder) / f).ToString();
         try {
-            AddModule(File::ReadAll(path), path);
+            AddModule(File::ReadAll(path, k_MaxModuleSize), path);
         } catch (Exception* e) {
             GlobalLog(LL_Error, "Job module " + path + ": " + e->Format() + "; module skipped");
             delete e;

@@ -58,6 +58,7 @@ public:
 class JobFactory {
 public:
     // Reads every "*.tjm" file of the folder, in file-name order, replacing what was known.
+    // Files that are not regular files or exceed 1 MB are skipped with a log line.
     // A missing folder or an empty one leaves the factory empty; that is not an error.
     // Returns the number of types loaded.
     size_t LoadModules(const String& folder);

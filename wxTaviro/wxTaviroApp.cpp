@@ -30,6 +30,8 @@ namespace {
 std::atomic<wxTaviroApp*> g_Registered{nullptr};
 wxTaviroExecutable* g_Executable = nullptr;
 wxWeakRef<wxWindow> g_ActiveWindow; // weak: cleared when that window is destroyed
+// Set once a stop has posted a close to the top window, so that it is posted only once.
+std::atomic<bool> g_ClosePosted{false};
 
 bool IsTopLevel(wxWindow* w) {
     for (wxWindow* t : wxTopLevelWindows)
@@ -97,6 +99,7 @@ int wxTaviroExecutable::Signal(int sig) {
             wxCloseEvent close(wxEVT_CLOSE_WINDOW, top->GetId());
             close.SetEventObject(top);
             top->GetEventHandler()->AddPendingEvent(close);
+            g_ClosePosted = true;
         }
     }
     return result;
@@ -138,6 +141,64 @@ wxTaviroApp::~wxTaviroApp() {
     g_Executable = nullptr;
 }
 
+int wxTaviroApp::PreInit(int argc, char** argv, const String& ownOptions) {
+    CALL_ENTRY("wxTaviroApp::PreInit");
+    Executable::InstallSignalHandlers();
+    for (int i = 1; i < argc && String(argv[i]) != "--"; ++i) {
+        if (String(argv[i]) != "--help") continue;
+        const String program = CommandLine(argc, argv).GetProgramName();
+        printf("Usage: %s [options]\n%s%s", program.c_str(), TaviroClientApp::Usage().c_str(),
+               ownOptions.c_str());
+        fflush(stdout);
+        return 0;
+    }
+    return -1;
+}
+
+bool wxTaviroApp::Initialize(int& argcIn, wxChar** argvIn) {
+    CALL_ENTRY("wxTaviroApp::Initialize");
+    const std::vector<wxString> original(argvIn, argvIn + argcIn);
+    if (!wxApp::Initialize(argcIn, argvIn)) return false;
+    // GTK takes "--name VALUE" and "--name=VALUE" out as its own; the farm client's name
+    // option goes back where it was (into the caller's array, from which the application's
+    // arguments are taken next). What else the toolkit took stays its own.
+    static std::vector<std::wstring> s_Kept; // the array's entries must outlive start-up
+    s_Kept.clear();
+    for (size_t i = 0, left = 0; i < original.size(); ++i) {
+        if ((int)left < argcIn && original[i] == argvIn[left]) {
+            s_Kept.push_back(original[i].ToStdWstring());
+            ++left;
+        } else if (original[i] == "--name" && i + 1 < original.size()) {
+            s_Kept.push_back(original[i].ToStdWstring());
+            s_Kept.push_back(original[++i].ToStdWstring());
+        } else if (original[i].StartsWith("--name=")) {
+            s_Kept.push_back(original[i].ToStdWstring());
+        }
+    }
+    argcIn = (int)s_Kept.size(); // never more than there were
+    for (int i = 0; i < argcIn; ++i)
+        argvIn[i] = &s_Kept[(size_t)i][0];
+    argvIn[argcIn] = nullptr;
+    argc = argcIn;
+    argv.Init(argc, argvIn);
+    return true;
+}
+
+void wxTaviroApp::OnEventLoopEnter(wxEventLoopBase* loop) {
+    CALL_ENTRY("wxTaviroApp::OnEventLoopEnter");
+    if (!loop || !loop->IsMain() || !g_Executable || !g_Executable->IsStopRequested()) return;
+    if (g_ClosePosted) return; // the close is already on its way
+    LogSystem("A stop came during start-up: closing now");
+    if (wxWindow* top = GetTopWindow()) {
+        wxCloseEvent close(wxEVT_CLOSE_WINDOW, top->GetId());
+        close.SetEventObject(top);
+        top->GetEventHandler()->AddPendingEvent(close);
+        g_ClosePosted = true;
+    } else {
+        ExitMainLoop();
+    }
+}
+
 bool wxTaviroApp::OnInit() {
     CALL_ENTRY("wxTaviroApp::OnInit");
     wxLog::SetActiveTarget(new wxTaviroLog);
@@ -170,7 +231,7 @@ bool wxTaviroApp::OnInit() {
         StartupComplete.Emit();
         return true;
     }
-    if (m_ShowStartupError) _ReportStartupError();
+    if (m_ShowStartupError && !IsHelpShown()) _ReportStartupError();
     Cleanup();
     ShutdownComplete.Emit();
     return false;
@@ -186,7 +247,10 @@ void wxTaviroApp::_ReportStartupError() {
             "\n\nCheck the startup log file for more information:\n%s"),
         wxFromString(name), wxFromString(Platform::GetCurrentUserName()),
         wxFromString(GetLogFolder()), wxFromString(Log::s_GlobalLog->GetFileName()));
-    wxMessageBox(text, wxGetTranslation("Startup Error"), wxOK | wxCENTRE);
+    // The reason follows the fixed text, so the user sees it without opening the log.
+    const String reason = GetStartupError();
+    wxMessageBox(reason.empty() ? text : text + "\n\n" + wxFromString(reason),
+                 wxGetTranslation("Startup Error"), wxOK | wxCENTRE);
 }
 
 int wxTaviroApp::OnRun() {

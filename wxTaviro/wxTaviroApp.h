@@ -82,7 +82,17 @@ public:
     virtual int Execute() override;
     virtual bool RequestHasFailed(const String& text) override;
 
+    // For a client program's main, before wxEntry: installs the process signal handlers, so
+    // that a stop from then on ends the program in order, and answers --help (the farm
+    // options, then ownOptions) without needing a display. Returns the exit code when the
+    // program is to end now, otherwise -1.
+    static int PreInit(int argc, char** argv, const String& ownOptions = String());
+
+    // Keeps the options that the toolkit takes for itself but that are the farm client's.
+    bool Initialize(int& argc, wxChar** argv) override;
     bool OnInit() override;
+    // A stop that came before the main loop ran is carried out when it starts.
+    void OnEventLoopEnter(wxEventLoopBase* loop) override;
     int OnRun() override;
     int OnExit() override;
     // Rethrows the exception in flight, so that OnRun sees it.
