@@ -1,6 +1,6 @@
 // Files that are not what their name promises, options files the user protected or linked, and
 // the request listener under many idle connections.
-#include "tests/ostrum/TestUtil.h"
+#include "tests/support/TestEnv.h"
 
 #include <ostrum/Ostrum.h>
 
@@ -25,8 +25,8 @@ extern "C" mode_t umask(mode_t mask) noexcept {
 }
 
 namespace {
-using ostrum_test::CatchException;
-using ostrum_test::Home;
+using taviro_test::CatchException;
+using taviro_test::Home;
 
 String Text(const String& path) {
     return File::ReadAll(path);
