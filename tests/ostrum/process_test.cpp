@@ -5,76 +5,17 @@
 #include <ostrum/Ostrum.h>
 
 #include <dirent.h>
-#include <fcntl.h>
-#include <poll.h>
 #include <random>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
-
 namespace {
 
-// A child running ostrum_child in one role, with its standard output readable.
-class _Child {
+// A child running ostrum_child in one role.
+class _Child : public taviro_test::Child {
 public:
-    explicit _Child(std::vector<std::string> args) {
-        args.insert(args.begin(), OSTRUM_CHILD);
-        int fds[2];
-        EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
-        std::vector<char*> argv;
-        for (auto& a : args)
-            argv.push_back(&a[0]);
-        argv.push_back(nullptr);
-        EXPECT_EQ(posix_spawn(&m_Pid, OSTRUM_CHILD, &actions, nullptr, argv.data(), environ), 0);
-        posix_spawn_file_actions_destroy(&actions);
-        close(fds[1]);
-        m_Out = fds[0];
-    }
-    ~_Child() {
-        if (m_Pid > 0) {
-            kill(m_Pid, SIGKILL);
-            Wait();
-        }
-        close(m_Out);
-    }
-    // The next line of output, or "" after the time-out or at the end.
-    std::string ReadLine(int timeoutMs = 10000) {
-        const auto deadline = Time::Monotonic() + timeoutMs * 1000LL;
-        for (;;) {
-            const size_t nl = m_Buffer.find('\n');
-            if (nl != std::string::npos) {
-                std::string line = m_Buffer.substr(0, nl);
-                m_Buffer.erase(0, nl + 1);
-                return line;
-            }
-            const int left = (int)((deadline - Time::Monotonic()) / 1000);
-            if (left <= 0) return "";
-            pollfd p{m_Out, POLLIN, 0};
-            if (poll(&p, 1, left) <= 0) continue;
-            char buf[256];
-            const ssize_t n = read(m_Out, buf, sizeof buf);
-            if (n <= 0) return "";
-            m_Buffer.append(buf, (size_t)n);
-        }
-    }
-    void Kill(int sig) { kill(m_Pid, sig); }
-    int Wait() {
-        int status = 0;
-        waitpid(m_Pid, &status, 0);
-        m_Pid = -1;
-        return status;
-    }
-
-private:
-    pid_t m_Pid = -1;
-    int m_Out = -1;
-    std::string m_Buffer;
+    explicit _Child(std::vector<String> args) : Child(OSTRUM_CHILD, std::move(args)) {}
 };
 
 int CountFilesWithPrefix(const String& folder, const String& prefix) {

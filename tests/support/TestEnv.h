@@ -51,6 +51,30 @@ private:
     bool m_Had = false;
 };
 
+// A child program with its standard output readable; killed (SIGKILL) if still running when the
+// object goes. env entries "NAME=value" replace or add variables; blockTerm starts it with
+// SIGTERM blocked, as from a parent that blocks it around fork.
+class Child {
+public:
+    Child(const String& program, std::vector<String> args, std::vector<String> env = {},
+          bool blockTerm = false);
+    ~Child();
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+    // The next line of output, or "" after the time-out or at the end.
+    String ReadLine(int timeoutMs = 10000);
+    // All the output up to the end.
+    String Output();
+    void Kill(int sig);
+    // The wait status; -1 when still running after timeoutMs (< 0: wait as long as it takes).
+    int Wait(int timeoutMs = -1);
+
+private:
+    int m_Pid = -1;
+    int m_Out = -1;
+    String m_Buffer;
+};
+
 // Installs the per-test HOME. Called by the test mains.
 void InstallTestEnvironment();
 

@@ -10,93 +10,17 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <fcntl.h>
-#include <poll.h>
 #include <random>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace {
 
-// The demo program as a child, its standard output readable. With blockStop, it starts with
-// SIGTERM blocked, as from a parent that blocks it around fork: a SIGTERM sent at any moment
-// then waits, however early, for the program to take it.
-class _Demo {
-public:
-    explicit _Demo(std::vector<std::string> args, bool blockStop = false,
-                   std::vector<std::string> env = {}) {
-        args.insert(args.begin(), TAVIRO_DEMO);
-        int fds[2];
-        EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
-        posix_spawnattr_t attr;
-        posix_spawnattr_init(&attr);
-        sigset_t mask;
-        sigemptyset(&mask);
-        if (blockStop) sigaddset(&mask, SIGTERM);
-        posix_spawnattr_setsigmask(&attr, &mask);
-        posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSIGMASK);
-        std::vector<char*> argv, envp;
-        for (auto& a : args)
-            argv.push_back(&a[0]);
-        argv.push_back(nullptr);
-        for (char** e = environ; *e; ++e) {
-            bool replaced = false;
-            for (auto& v : env)
-                replaced = replaced || strncmp(*e, v.c_str(), v.find('=') + 1) == 0;
-            if (!replaced) envp.push_back(*e);
-        }
-        for (auto& e : env)
-            envp.push_back(&e[0]);
-        envp.push_back(nullptr);
-        EXPECT_EQ(posix_spawn(&m_Pid, TAVIRO_DEMO, &actions, &attr, argv.data(), envp.data()), 0);
-        posix_spawn_file_actions_destroy(&actions);
-        posix_spawnattr_destroy(&attr);
-        close(fds[1]);
-        m_Out = fds[0];
-    }
-    ~_Demo() {
-        if (m_Pid > 0) {
-            kill(m_Pid, SIGKILL);
-            waitpid(m_Pid, nullptr, 0);
-        }
-        close(m_Out);
-    }
-    void Kill(int sig) { kill(m_Pid, sig); }
-    // The exit status, or -1 when the program is still running after the time.
-    int Wait(int timeoutMs) {
-        int status = 0;
-        for (int waited = 0; waitpid(m_Pid, &status, WNOHANG) == 0; waited += 20) {
-            if (waited >= timeoutMs) return -1;
-            usleep(20000);
-        }
-        m_Pid = -1;
-        return status;
-    }
-    std::string Output() {
-        std::string out;
-        char buf[4096];
-        for (ssize_t n; (n = read(m_Out, buf, sizeof buf)) > 0;)
-            out.append(buf, (size_t)n);
-        return out;
-    }
+using taviro_test::Child;
+const std::vector<String> k_Quiet = {"--master", "none", "--exit-after", "60"};
 
-private:
-    pid_t m_Pid = -1;
-    int m_Out = -1;
-};
-
-const std::vector<std::string> k_Quiet = {"--master", "none", "--exit-after", "60"};
-
-std::vector<std::string> Args(std::vector<std::string> args) {
+std::vector<String> Args(std::vector<String> args) {
     args.insert(args.end(), k_Quiet.begin(), k_Quiet.end());
     return args;
 }
@@ -104,7 +28,7 @@ std::vector<std::string> Args(std::vector<std::string> args) {
 } // namespace
 
 TEST(Startup, TheNameOptionNamesTheRunningProgram) {
-    _Demo demo(Args({"--name", "NamedDemo"}));
+    Child demo(TAVIRO_DEMO, Args({"--name", "NamedDemo"}));
     ASSERT_TRUE(taviro_test::WaitUntil([] { return Application::IsRunning("NamedDemo"); }, 15000));
     // An unknown request, answered by the program itself.
     String error;
@@ -116,17 +40,17 @@ TEST(Startup, TheNameOptionNamesTheRunningProgram) {
 }
 
 TEST(Startup, HelpNeedsNoDisplay) {
-    _Demo demo({"--help"}, false, {"DISPLAY=", "WAYLAND_DISPLAY="});
+    Child demo(TAVIRO_DEMO, {"--help"}, {"DISPLAY=", "WAYLAND_DISPLAY="});
     EXPECT_EQ(demo.Wait(15000), 0);
-    const std::string out = demo.Output();
-    EXPECT_NE(out.find("--allow-second"), std::string::npos) << out;
-    EXPECT_NE(out.find("--exit-after"), std::string::npos) << out;
+    const String out = demo.Output();
+    EXPECT_NE(out.find("--allow-second"), String::npos) << out;
+    EXPECT_NE(out.find("--exit-after"), String::npos) << out;
 }
 
 TEST(Startup, AStopAtAnyMomentEndsTheProgramInOrder) {
     std::mt19937 random(20261122);
     for (int trial = 0; trial < 20; ++trial) {
-        _Demo demo(Args({"--name", "StopDemo"}), true);
+        Child demo(TAVIRO_DEMO, Args({"--name", "StopDemo"}), {}, true);
         usleep((useconds_t)std::uniform_int_distribution<int>(0, 300)(random) * 1000);
         demo.Kill(SIGTERM);
         EXPECT_EQ(demo.Wait(15000), 0) << "trial " << trial;
