@@ -108,7 +108,12 @@ wxBEGIN_EVENT_TABLE(wxTaviroDlg, wxDialog) EVT_CLOSE(wxTaviroDlg::OnClose)
 wxTaviroDlg::wxTaviroDlg(const String& name, bool modal) {
     CALL_ENTRY("wxTaviroDlg::wxTaviroDlg");
     _Register(name, modal);
-    Manage(this);
+    // There is no window to colour before the derived class creates it: the roles are set now
+    // (controls made on the dialog take them over) and applied in OnInit.
+    SetForegroundSlot(color_Text);
+    SetBackgroundSlot(color_WindowBG);
+    SetDisabledForegroundSlot(color_TextGrey);
+    SetDisabledBackgroundSlot(color_WindowBGLighter, 50);
 }
 
 wxTaviroDlg::wxTaviroDlg(wxWindow* parent, const wxString& title, const String& name, bool modal) {
@@ -259,6 +264,7 @@ void wxTaviroDlg::_SavePosition() {
 
 void wxTaviroDlg::OnInit(wxInitDialogEvent& e) {
     CALL_ENTRY("wxTaviroDlg::OnInit");
+    if (!GetManagedWindow()) Manage(this);
     Layout();
     Fit();
     if (!m_Name.empty()) {
