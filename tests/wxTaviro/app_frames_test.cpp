@@ -13,7 +13,7 @@ namespace {
 
 // A frame whose maximised state the test decides (no window manager maximises under Xvfb).
 struct _Frame : wxTaviroFrame {
-    _Frame() : wxTaviroFrame("frame test", wxPoint(50, 50), wxSize(400, 300)) {}
+    _Frame() : wxTaviroFrame("frame test", wxDefaultPosition, wxSize(400, 300)) {}
     bool IsMaximized() const override { return m_Max; }
     void SizeHasChanged(const wxSize& size, const wxSize&, bool restoring) override {
         m_Reported.push_back({size, restoring});
