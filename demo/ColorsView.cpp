@@ -3,6 +3,7 @@
 #include "ColorsView.h"
 
 #include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroFrame.h>
 
 #include <wx/dcbuffer.h>
 #include <wx/sizer.h>
@@ -180,9 +181,8 @@ public:
             auto* radio = new wxsRadioButton(this, wxID_ANY, k_SchemeNames[i], wxDefaultPosition,
                                              wxDefaultSize, i == 0 ? wxRB_GROUP : 0);
             radio->SetValue(i + 1 == current);
-            radio->Bind(wxEVT_RADIOBUTTON, [this, i](wxCommandEvent&) {
-                ApplyColorScheme(wxGetTopLevelParent(this), i + 1);
-            });
+            radio->Bind(wxEVT_RADIOBUTTON,
+                        [this, i](wxCommandEvent&) { wxTaviroFrame::SetColorScheme(i + 1); });
             schemes->Add(radio, 0, wxRIGHT, border * 2);
             m_Schemes.push_back(radio);
         }
@@ -303,20 +303,4 @@ wxWindow* CreateColorsView(wxWindow* parent) {
     if (g_Scheme == -1) LoadColorScheme(); // the frame base does this once it is there
     InstallColorsRenderer();
     return new _ColorsView(parent);
-}
-
-void ApplyColorScheme(wxWindow* top, int scheme) {
-    g_Scheme = scheme;
-    SetColors(scheme);
-    // The default handling passes the event on to every child that is not a top-level window,
-    // so each top-level window gets its own.
-    auto notify = [](wxWindow* w) {
-        wxSysColourChangedEvent event;
-        event.SetEventObject(w);
-        w->GetEventHandler()->ProcessEvent(event);
-        w->Refresh(); // custom-drawn windows read the palette when they paint
-    };
-    if (top) notify(top);
-    for (wxWindow* w : wxTopLevelWindows)
-        if (w != top) notify(w);
 }

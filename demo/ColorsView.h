@@ -8,10 +8,5 @@ class wxWindow;
 // the palette renderer when the application's traits did not.
 wxWindow* CreateColorsView(wxWindow* parent);
 
-// Applies a scheme (1 Light, 2 Lighter, 3 Dark, 4 Darker, 5 Custom; any other number shows
-// Dark) and recolours every open window: `top`, its children and every other top-level window.
-// Saves nothing: the choice holds for this run.
-void ApplyColorScheme(wxWindow* top, int scheme);
-
 // Makes the palette renderer the application's renderer unless it already is.
 void InstallColorsRenderer();

@@ -4,7 +4,8 @@
 // collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|colours] [--open-windows] [--log-refreshes]
+//               [--page farm|colours] [--open-windows] [--open-dialog settings]
+//               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 // --log-refreshes writes a line per refresh of the main window to the log, to watch that the
 // view keeps up with a busy farm.
@@ -13,9 +14,12 @@
 // and dispatches one farm message per event on the GUI thread.
 #include "demo/ColorsView.h"
 
+#include <wxTaviro/wxConfirmDlg.h>
 #include <wxTaviro/wxTaviro.h>
 #include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroDlg.h>
+#include <wxTaviro/wxTaviroFrame.h>
 
 #include <taviro/JobFactory.h>
 #include <taviro/SimulatedMaster.h>
@@ -49,10 +53,68 @@ enum {
     ID_OPEN_JOBS,
     ID_OPEN_LOG,
     ID_OPEN_LOAD,
+    ID_SETTINGS,
+    ID_RESET_QUESTIONS,
     ID_SCHEME_FIRST, // five scheme items follow
 };
 const char* const k_SchemeNames[] = {"&Light", "L&ighter", "&Dark", "D&arker",
                                      "&Custom (Colors.ini)"};
+// The remembered answer of the shutdown question.
+const char* const k_ShutdownKey = "OrderShutdown";
+
+// The scheme shown as chosen: any number but 1 to 5 shows Dark.
+int ShownScheme() {
+    return g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme : 3;
+}
+
+// ---- the settings dialog ----
+
+// Built from the dialog base's layout helpers only. Modeless and named, so a second one opened
+// beside the first steps away from it, and each comes back where it was left.
+class _SettingsDlg : public wxTaviroDlg {
+public:
+    explicit _SettingsDlg(wxWindow* parent) : wxTaviroDlg(parent, "Settings", "Settings", false) {
+        wxBoxSizer* top = StartControls();
+        const int gap = FromDIP(10);
+        top->Add(NewStaticLine("Colour scheme"), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
+        auto* schemes = new wxBoxSizer(wxVERTICAL);
+        for (int i = 0; i < 5; ++i) {
+            wxString label = k_SchemeNames[i];
+            label.Replace("&", "");
+            auto* radio = new wxsRadioButton(this, wxID_ANY, label, wxDefaultPosition,
+                                             wxDefaultSize, i == 0 ? wxRB_GROUP : 0);
+            radio->SetValue(i + 1 == ShownScheme());
+            schemes->Add(radio, 0, wxTOP, FromDIP(4));
+            m_Schemes.push_back(radio);
+        }
+        top->Add(schemes, 0, wxLEFT | wxRIGHT, gap * 2);
+        top->Add(NewStaticLine("Questions"), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
+        m_AskShutdown = new wxsCheckBox(this, wxID_ANY, "Ask before ordering a shutdown");
+        Application* app = Application::the_Application;
+        m_AskShutdown->SetValue(!app->GetOptions()->GetValue("Confirm", k_ShutdownKey, false));
+        top->Add(m_AskShutdown, 0, wxLEFT | wxRIGHT | wxTOP, gap * 2);
+        top->Add(NewStatic("Remembered answers are kept in this program's options file.", false,
+                           true, -1),
+                 0, wxLEFT | wxRIGHT | wxTOP, gap * 2);
+        top->Add(NewLine(), 0, wxEXPAND | wxALL, gap);
+        AddButtons(top, true);
+        top->AddSpacer(FromDIP(4));
+    }
+
+    bool TransferDataFromWindow() override {
+        Application* app = Application::the_Application;
+        app->GetOptions()->SetValue("Confirm", k_ShutdownKey,
+                                    m_AskShutdown->GetValue() ? "0" : "1");
+        for (size_t i = 0; i < m_Schemes.size(); ++i)
+            if (m_Schemes[i]->GetValue() && (int)i + 1 != ShownScheme())
+                wxTaviroFrame::SetColorScheme((int)i + 1);
+        return true;
+    }
+
+private:
+    std::vector<wxsRadioButton*> m_Schemes;
+    wxsCheckBox* m_AskShutdown = nullptr;
+};
 
 // ---- secondary windows ----
 
@@ -134,16 +196,20 @@ private:
 
 // ---- the main window ----
 
-class _MainFrame : public wxFrame {
+class _MainFrame : public wxTaviroFrame {
 public:
     _MainFrame(wxTaviroApp* app, bool logRefreshes)
-        : wxFrame(nullptr, wxID_ANY, "Taviro demo", wxDefaultPosition, wxSize(980, 640)),
-          m_App(app), m_LogRefreshes(logRefreshes) {
+        : wxTaviroFrame("Taviro demo", wxDefaultPosition, wxSize(980, 640)), m_App(app),
+          m_LogRefreshes(logRefreshes) {
         BuildMenus();
         BuildControls();
-        // The scheme loaded from Colors.ini; any number but 1 to 5 shows Dark.
-        GetMenuBar()->Check(ID_SCHEME_FIRST + (g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme - 1 : 2),
-                            true);
+        // The scheme loaded from Colors.ini, and later ones picked here or in another program.
+        GetMenuBar()->Check(ID_SCHEME_FIRST + ShownScheme() - 1, true);
+        Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& e) {
+            GetMenuBar()->Check(ID_SCHEME_FIRST + ShownScheme() - 1, true);
+            e.Skip();
+        });
+        m_GuiBuilt = true;
         Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_CONNECT_EVENT),
              [this](wxCommandEvent&) { ShowConnection(true); });
         Bind(wxEventTypeTag<wxCommandEvent>(wxTAVIRO_DISCONNECT_EVENT),
@@ -157,10 +223,12 @@ public:
         m_Refresh.Start(250);
     }
 
-    // Applies one of the five colour schemes (1 to 5) to every window, live.
-    void SetScheme(int scheme) {
-        if (scheme >= 1 && scheme <= 5) GetMenuBar()->Check(ID_SCHEME_FIRST + scheme - 1, true);
-        ApplyColorScheme(this, scheme);
+    // Applies one of the five colour schemes (1 to 5) here and in every running program.
+    void SetScheme(int scheme) { wxTaviroFrame::SetColorScheme(scheme); }
+
+    void OpenSettings() {
+        (new _SettingsDlg(this))->Show();
+        LogInfo("Opened the Settings dialog");
     }
     void ShowPage(const wxString& name) {
         for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
@@ -177,6 +245,9 @@ private:
         auto* farm = new wxMenu;
         farm->Append(ID_LINK, "&Disconnect\tCtrl+D");
         farm->Append(ID_SHUTDOWN, "Order &shutdown");
+        farm->AppendSeparator();
+        farm->Append(ID_SETTINGS, "S&ettings...\tCtrl+,");
+        farm->Append(ID_RESET_QUESTIONS, "Ask all &questions again");
         farm->AppendSeparator();
         farm->Append(wxID_EXIT, "&Quit\tCtrl+Q");
         auto* view = new wxMenu;
@@ -196,11 +267,11 @@ private:
         Bind(
             wxEVT_MENU, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
         Bind(
-            wxEVT_MENU,
-            [this](wxCommandEvent&) {
-                if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
-            },
-            ID_SHUTDOWN);
+            wxEVT_MENU, [this](wxCommandEvent&) { OrderShutdown(); }, ID_SHUTDOWN);
+        Bind(
+            wxEVT_MENU, [this](wxCommandEvent&) { OpenSettings(); }, ID_SETTINGS);
+        Bind(
+            wxEVT_MENU, [](wxCommandEvent&) { wxConfirmDlg::ResetAll(); }, ID_RESET_QUESTIONS);
         Bind(
             wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, wxID_EXIT);
         Bind(
@@ -242,11 +313,7 @@ private:
         panel->Bind(
             wxEVT_BUTTON, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
         panel->Bind(
-            wxEVT_BUTTON,
-            [this](wxCommandEvent&) {
-                if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
-            },
-            ID_SHUTDOWN);
+            wxEVT_BUTTON, [this](wxCommandEvent&) { OrderShutdown(); }, ID_SHUTDOWN);
 
         auto* body = new wxBoxSizer(wxHORIZONTAL);
         m_Counts = new wxListCtrl(panel, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(260, -1)),
@@ -266,6 +333,14 @@ private:
         outer->Add(body, 1, wxEXPAND);
         panel->SetSizer(outer);
         CreateStatusBar(2);
+    }
+
+    void OrderShutdown() {
+        wxConfirmDlg ask(this,
+                         "Order the farm master to shut down?\nEvery program of the farm closes.",
+                         k_ShutdownKey, true);
+        if (!ask.Confirm()) return;
+        if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
     }
 
     void ToggleLink() {
@@ -363,7 +438,8 @@ private:
     }
 
     void OnClose(wxCloseEvent& e) {
-        wxSaveWindowPos(this, "Window");
+        SaveWindowPosition();
+        wxTaviroDlg::CloseAll();
         // The secondary windows close first, each saving its own place.
         wxCommandEvent closeAll(wxEVT_MENU, wxID_OPENWIN_CLOSEALL);
         OpenWindows::_this->OnCommand(closeAll);
@@ -414,9 +490,9 @@ public:
         m_Frame->Attach();
         if (m_Scheme > 0) m_Frame->SetScheme(m_Scheme);
         if (!m_Page.empty()) m_Frame->ShowPage(m_Page);
+        m_Frame->LoadWindowPosition();
         m_Frame->Show();
-        // After showing: GTK places a new frame itself when it first appears.
-        wxSetWindowPos(m_Frame, "Window", 0);
+        if (m_OpenDialog == "settings") m_Frame->OpenSettings();
         if (m_OpenWindows) {
             for (int id : {ID_OPEN_JOBS, ID_OPEN_LOG})
                 m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, id));
@@ -450,6 +526,8 @@ private:
                     m_Scheme = wxAtoi(argv[++i]);
                 else
                     m_Page = argv[++i];
+            } else if (a == "--open-dialog" && i + 1 < argc) {
+                m_OpenDialog = argv[++i];
             } else if (a == "--open-windows") {
                 m_OpenWindows = true;
             } else if (a == "--log-refreshes") {
@@ -473,8 +551,13 @@ private:
     }
 
     void TakeShot() {
-        m_Frame->Update();
-        const wxRect r = m_Frame->GetScreenRect();
+        // The main window and whatever is open over it.
+        wxRect r = m_Frame->GetScreenRect();
+        for (wxWindow* w : wxTopLevelWindows)
+            if (w->IsShown()) {
+                w->Update();
+                r.Union(w->GetScreenRect());
+            }
         wxBitmap bmp(r.width, r.height, 24);
         {
             wxScreenDC screen;
@@ -490,6 +573,7 @@ private:
     int m_ExitAfter = 0;
     bool m_OpenWindows = false;
     bool m_LogRefreshes = false;
+    wxString m_OpenDialog;
     int m_Scheme = 0;
     wxString m_Page;
     wxTimer m_ShotTimer, m_ExitTimer;
@@ -508,6 +592,8 @@ int main(int argc, char** argv) {
         "  --exit-after SECONDS close the main window after that time\n"
         "  --scheme 1..5        the colour scheme\n"
         "  --page farm|colours  the page to show\n"
-        "  --open-windows       open the jobs and log windows\n");
+        "  --open-windows       open the jobs and log windows\n"
+        "  --open-dialog settings  open the Settings dialog\n"
+        "  --log-refreshes      log a line per refresh of the main window\n");
     return code >= 0 ? code : wxEntry(argc, argv);
 }

@@ -4,7 +4,9 @@
 // wxTaviroApp: construction, start, run, exit; messenger bridge; event handlers.
 #include <wxTaviro/wxTaviro.h>
 #include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxConfirmDlg.h>
 #include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroDlg.h>
 
 #include <ostrum/CallTrace.h>
 #include <ostrum/Log.h>
@@ -21,8 +23,6 @@
 const wxEventType wxTAVIRO_MESSAGE_EVENT = wxNewEventType();
 const wxEventType wxTAVIRO_CONNECT_EVENT = wxNewEventType();
 const wxEventType wxTAVIRO_DISCONNECT_EVENT = wxNewEventType();
-
-void (*g_NotifyDialogsConnected)(bool connected) = nullptr;
 
 namespace {
 // The registered application: written on the GUI thread, read by the messenger's threads
@@ -210,6 +210,10 @@ bool wxTaviroApp::OnInit() {
     MessengerDisconnectedEvt::s_Signal.Connect(this, &wxTaviroApp::_Disconnect);
 
     wxSystemOptions::SetOption("msw.notebook.themed-background", 0);
+    // Requests from the suite's other programs are GUI work: run them on this thread.
+    SetMainThreadExecutor([](std::function<void()> task) {
+        if (wxTheApp) wxTheApp->CallAfter(task);
+    });
 
     std::vector<String> args;
     for (int i = 0; i < argc; ++i)
@@ -299,11 +303,8 @@ int wxTaviroApp::Execute() {
 bool wxTaviroApp::RequestHasFailed(const String& text) {
     CALL_ENTRY("wxTaviroApp::RequestHasFailed");
     const wxString message = "Master reports error:\n" + wxFromString(text);
-    LogInfo(wxToString(message));
-    // Shown on the GUI thread whichever thread reports it.
-    auto show = [message, this] {
-        wxMessageBox(message, wxFromString(GetName()), wxOK | wxCENTRE);
-    };
+    // Shown on the GUI thread whichever thread reports it; the user may silence it.
+    auto show = [message] { wxTaviroMessageBox(message, "RequestFailed", nullptr); };
     if (wxThread::IsMain())
         show();
     else
@@ -361,7 +362,7 @@ void wxTaviroApp::_Connect(MessengerConnectedEvt&) {
     } else {
         LogDebug("... Ignoring MessageConnectedEvt because app has no top window");
     }
-    if (g_NotifyDialogsConnected) g_NotifyDialogsConnected(true);
+    wxTaviroDlg::NotifyConnected(true);
 }
 
 void wxTaviroApp::_Disconnect(MessengerDisconnectedEvt&) {
@@ -372,7 +373,7 @@ void wxTaviroApp::_Disconnect(MessengerDisconnectedEvt&) {
     } else {
         LogDebug("... Ignoring MessageDisconnectedEvt because app has no top window");
     }
-    if (g_NotifyDialogsConnected) g_NotifyDialogsConnected(false);
+    wxTaviroDlg::NotifyConnected(false);
 }
 
 void wxTaviroApp::_CheckReceive(MessageReceivedEvt& e) {

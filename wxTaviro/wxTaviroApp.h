@@ -26,10 +26,6 @@ extern const wxEventType wxTAVIRO_DISCONNECT_EVENT;
 String wxToString(const wxString& text);
 wxString wxFromString(const String& text);
 
-// Tells every open dialog about a connection change, on the messenger's thread. The dialog
-// registry installs its notifier here; until then nothing is told.
-extern void (*g_NotifyDialogsConnected)(bool connected);
-
 // ---- wxTaviroLog ----
 // Forwards the toolkit's log records into the farm log, prefixed "wxWidgets 3.1.0: ".
 class wxTaviroLog : public wxLog {

@@ -81,7 +81,10 @@ protected:
     int Enter(wxDialog* dialog) override {
         Shown s;
         s.title = dialog->GetTitle();
-        if (auto* box = wxDynamicCast(dialog, wxMessageDialog)) s.message = box->GetMessage();
+        if (auto* box = wxDynamicCast(dialog, wxMessageDialog))
+            s.message = box->GetMessage();
+        else if (wxWindow* text = dialog->FindWindowByName("staticText")) // the library's own
+            s.message = text->GetLabel();
         m_Shown.push_back(s);
         return wxID_OK;
     }
@@ -105,7 +108,6 @@ protected:
         App().m_OnException = nullptr;
         App().m_ExceptionsRecoverable = true;
         App().EnableMessageProcessing();
-        g_NotifyDialogsConnected = nullptr;
     }
     bool Start(const std::vector<String>& extra) {
         std::vector<String> args = {"/opt/taviro/bin/apptest",

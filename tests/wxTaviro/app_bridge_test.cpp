@@ -3,6 +3,8 @@
 // on, and the whole bridge under load from four messenger threads.
 #include "tests/wxTaviro/AppFixture.h"
 
+#include <wxTaviro/wxTaviroDlg.h>
+
 #include <ostrum/Time.h>
 #include <taviro/ThreadPool.h>
 
@@ -14,10 +16,14 @@ namespace {
 
 std::atomic<int> g_DialogsTold{0};
 std::atomic<int> g_DialogsLast{-1};
-void RecordDialogs(bool connected) {
-    g_DialogsTold.fetch_add(1);
-    g_DialogsLast = connected ? 1 : 0;
-}
+// A registered dialog that records what it is told.
+struct _ToldDialog : wxTaviroDlg {
+    _ToldDialog() : wxTaviroDlg(String(), false) {}
+    void OnConnected(bool connected) override {
+        g_DialogsTold.fetch_add(1);
+        g_DialogsLast = connected ? 1 : 0;
+    }
+};
 
 template <class Evt>
 void EmitOnMessengerThread(Evt evt) {
@@ -31,7 +37,7 @@ TEST(Bridge, EventTypesAreDistinctAndMadeInOrder) {
 }
 
 TEST_F(AppTest, ConnectionChangesBecomeEventsAndReachDialogs) {
-    g_NotifyDialogsConnected = &RecordDialogs;
+    _ToldDialog told;
     g_DialogsTold = 0;
     EventCounter connects(TopWindow(), wxTAVIRO_CONNECT_EVENT);
     EventCounter disconnects(TopWindow(), wxTAVIRO_DISCONNECT_EVENT);
@@ -48,7 +54,7 @@ TEST_F(AppTest, ConnectionChangesBecomeEventsAndReachDialogs) {
 }
 
 TEST_F(AppTest, WithoutATopWindowOnlyDialogsHearOfConnectionsAndMessagesAreDropped) {
-    g_NotifyDialogsConnected = &RecordDialogs;
+    _ToldDialog told;
     g_DialogsTold = 0;
     int handled = 0;
     App().AddMessageHandler([&](const Message&) { ++handled; }, &App());

@@ -1,0 +1,40 @@
+// The confirmation dialog (OK/Cancel, "This is always OK") and the program's message box (OK,
+// "Don't tell me again"). A ticked answer is remembered per key in section "Confirm" of the
+// options, and later calls with that key return at once without showing anything.
+#pragma once
+
+#include <wxTaviro/wxTaviroDlg.h>
+
+class wxConfirmDlg : public wxTaviroDlg {
+public:
+    // Modal and unnamed; titled with the application's name. A remembered key builds nothing.
+    wxConfirmDlg(wxWindow* parent, const wxString& message, const String& key,
+                 bool canCancel = true);
+
+    // True at once when remembered; otherwise asks, and is true when the user pressed OK.
+    bool Confirm();
+    // Writes the check box as "1" or "0" under the key (only OK gets here).
+    bool TransferDataFromWindow() override;
+
+    // Forgets every remembered answer.
+    static void ResetAll();
+    // Relabel the OK and Cancel buttons.
+    void SetOK(const String& label);
+    void SetCancel(const String& label);
+
+    bool IsRemembered() const { return m_Remembered; }
+    wxsCheckBox* GetCheckBox() const { return m_CheckBox; }
+
+private:
+    void CreateControls(wxWindow* parent, const wxString& message, bool canCancel);
+    void _SetLabel(int id, const String& label);
+
+    String m_Key;
+    bool m_Remembered = false;
+    wxsCheckBox* m_CheckBox = nullptr;
+};
+
+// Logs the message, then shows it with "Don't tell me again" remembered under `title` (the key,
+// not the caption: the caption is the application's name). True when the user saw it and
+// pressed OK, or when it is silenced.
+bool wxTaviroMessageBox(const wxString& message, const String& title, wxWindow* parent = nullptr);

@@ -1,0 +1,265 @@
+// The frame base: main and child frames, placement, the size-event filter, the menu-open state
+// and the colour scheme switch.
+//
+// Sections: process-wide state; construction; placement; size and move events; colour scheme.
+#include <wxTaviro/wxTaviro.h>
+#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroDlg.h>
+#include <wxTaviro/wxTaviroFrame.h>
+
+#include <ostrum/Application.h>
+#include <ostrum/CallTrace.h>
+#include <ostrum/Exception.h>
+#include <ostrum/Log.h>
+#include <taviro/ClientApp.h>
+
+#include <wx/image.h>
+
+// ---- process-wide state ----
+
+wxTaviroFrame* wxTaviroFrame::s_Frame = nullptr;
+Signal0<ThreadPolicy::LocalThreaded> wxTaviroFrame::s_WinClosed;
+
+namespace {
+std::set<wxTaviroFrame*> s_ChildFrames;
+bool s_MenuOpen = false;
+
+// The "COLORS" request: another program of the suite changed the scheme.
+struct _RemoteChangeHandler {
+    bool operator()(const String&) const {
+        LoadColorScheme();
+        LogInfo(SFormat("Colour scheme reloaded: %d", g_Scheme));
+        wxTaviroFrame::ProcessColorChange();
+        return true;
+    }
+};
+} // namespace
+
+const std::set<wxTaviroFrame*>& wxTaviroFrame::GetChildFrames() {
+    return s_ChildFrames;
+}
+
+bool wxTaviroFrame::IsMenuOpen() {
+    CALL_ENTRY("wxTaviroFrame::IsMenuOpen");
+    return s_MenuOpen;
+}
+
+bool ParentIsActive(wxWindow* w) {
+    CALL_ENTRY("ParentIsActive");
+    wxWindow* top = w ? wxGetTopLevelParent(w) : nullptr;
+    auto* tlw = wxDynamicCast(top, wxTopLevelWindow);
+    if (tlw && !tlw->IsActive()) return false;
+    return !s_MenuOpen;
+}
+
+// ---- construction ----
+
+wxBEGIN_EVENT_TABLE(wxTaviroFrame, wxFrame) EVT_MOVE(wxTaviroFrame::OnMove)
+    EVT_SIZE(wxTaviroFrame::OnSize) EVT_MENU_HIGHLIGHT_ALL(wxTaviroFrame::OnMenuOpen)
+        EVT_MENU_CLOSE(wxTaviroFrame::OnMenuClose) wxEND_EVENT_TABLE()
+
+            wxTaviroFrame::wxTaviroFrame(const wxString& title, const wxPoint& pos,
+                                         const wxSize& size, long style)
+    : wxFrame(nullptr, wxID_ANY, title, pos, size, style) {
+    CALL_ENTRY("wxTaviroFrame::wxTaviroFrame");
+    // A static member function cannot sit in the event table.
+    Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
+    if (!s_Frame) {
+        s_Frame = this;
+        // wx keeps one handler per type; a second registration would only be thrown away.
+        if (!wxImage::FindHandler(wxBITMAP_TYPE_PNG)) wxImage::AddHandler(new wxPNGHandler);
+        if (g_Scheme == -1) LoadColorScheme();
+        if (Application* app = Application::the_Application)
+            app->SetRequestHandler("COLORS", _RemoteChangeHandler());
+    } else {
+        s_ChildFrames.insert(this);
+        const wxIcon icon = s_Frame->GetIcon();
+        if (icon.IsOk()) SetIcon(icon);
+    }
+    Manage(this);
+}
+
+wxTaviroFrame::wxTaviroFrame(wxWindow* parent, const wxString& title, long style)
+    : wxFrame(parent, wxID_ANY, title, wxDefaultPosition, wxDefaultSize,
+              style | wxCAPTION | wxFRAME_TOOL_WINDOW | wxFRAME_FLOAT_ON_PARENT) {
+    CALL_ENTRY("wxTaviroFrame::wxTaviroFrame");
+    Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
+    Manage(this);
+}
+
+wxTaviroFrame::~wxTaviroFrame() {
+    CALL_ENTRY("wxTaviroFrame::~wxTaviroFrame");
+    if (s_Frame == this) {
+        s_Frame = nullptr;
+        std::set<wxTaviroFrame*> doomed;
+        doomed.swap(s_ChildFrames);
+        for (wxTaviroFrame* child : doomed) {
+            // A child already in its own destructor finishes by itself; one that wx was going
+            // to delete later is taken off that list, so that it is deleted exactly once.
+            if (child->IsBeingDeleted() && !wxPendingDelete.Member(child)) continue;
+            wxPendingDelete.DeleteObject(child);
+            delete child;
+        }
+    } else if (s_Frame) {
+        s_ChildFrames.erase(this);
+    }
+    s_WinClosed.Emit();
+}
+
+// ---- placement ----
+
+void wxTaviroFrame::_ApplyPosition() {
+    wxSetWindowPos(this, "Window", 0);
+    m_Position = GetPosition();
+    m_NormalSize = GetSize();
+    m_Size = m_NormalSize;
+}
+
+void wxTaviroFrame::LoadWindowPosition() {
+    CALL_ENTRY("wxTaviroFrame::LoadWindowPosition");
+    _ApplyPosition();
+    m_WasMaximized = false;
+    m_WasFullScreen = false;
+    if (Application* app = Application::the_Application) {
+        m_WasMaximized = app->GetOptions()->GetValue("Window", "IsMaximized", false);
+        m_WasFullScreen = app->GetOptions()->GetValue("Window", "IsFullScreen", false);
+    }
+    // Remembered before the states change: the size events they cause run the filter.
+    const bool maximized = m_WasMaximized, fullScreen = m_WasFullScreen;
+    Maximize(maximized);
+    ShowFullScreen(fullScreen, wxFULLSCREEN_ALL);
+    m_PlaceOnShow = !IsShown();
+}
+
+bool wxTaviroFrame::Show(bool show) {
+    const bool changed = wxFrame::Show(show);
+    // GTK places a frame itself when it first appears: the stored place is put back then.
+    if (show && m_PlaceOnShow) {
+        m_PlaceOnShow = false;
+        if (!IsMaximized() && !IsFullScreen()) _ApplyPosition();
+    }
+    return changed;
+}
+
+void wxTaviroFrame::SaveWindowPosition() const {
+    CALL_ENTRY("wxTaviroFrame::SaveWindowPosition");
+    Application* app = Application::the_Application;
+    if (!app) return;
+    OptionsFile* options = app->GetOptions();
+    OptionsFile::Pause pause(options);
+    try {
+        RWLock::WriteGuard lock(*options->GetRWLock());
+        options->InsertSection("Window");
+        options->SetValue("Window", SFormat("%d, %d, %d, %d", m_Position.x, m_Position.y,
+                                            m_NormalSize.x, m_NormalSize.y));
+        options->SetValue("IsMinimized", IsIconized() ? k_Yes : k_No);
+        options->SetValue("IsMaximized", m_WasMaximized ? k_Yes : k_No);
+        options->SetValue("IsFullScreen", m_WasFullScreen ? k_Yes : k_No);
+    } catch (Exception* e) {
+        LogInfo("Cannot save the window position: " + e->Format());
+        delete e;
+    }
+}
+
+// ---- size and move events ----
+
+void wxTaviroFrame::SizeHasChanged(const wxSize&, const wxSize&, bool) {}
+
+void wxTaviroFrame::PositionHasChanged(const wxPoint&, const wxPoint&) {}
+
+void wxTaviroFrame::OnSize(wxSizeEvent& e) {
+    CALL_ENTRY("wxTaviroFrame::OnSize");
+    e.Skip();
+    if (!m_GuiBuilt) {
+        LogDebug("Size event ignored because gui is not finished building");
+        return;
+    }
+    const wxSize size = e.GetSize();
+    if (size == m_Size) {
+        LogDebug("Size event ignored because it is a duplicate event");
+        return;
+    }
+    const wxSize old = m_Size;
+    m_Size = size;
+    bool restoring = false;
+    if (m_WasMaximized)
+        restoring = !IsMaximized();
+    else if (m_WasFullScreen)
+        restoring = !IsFullScreen();
+    m_WasMaximized = IsMaximized();
+    m_WasFullScreen = IsFullScreen();
+    if (restoring && m_Size != m_NormalSize) {
+        SetSize(-1, -1, m_NormalSize.x, m_NormalSize.y, 0);
+        LogDebug("Size event ignored because we're restoring the correct size");
+        return;
+    }
+    if (!m_WasMaximized && !m_WasFullScreen) m_NormalSize = m_Size;
+    SizeHasChanged(m_Size, old, restoring);
+}
+
+void wxTaviroFrame::OnMove(wxMoveEvent& e) {
+    CALL_ENTRY("wxTaviroFrame::OnMove");
+    e.Skip();
+    if (!m_GuiBuilt || IsIconized() || IsMaximized()) return;
+    const wxPoint old = m_Position;
+    m_Position = GetPosition();
+    PositionHasChanged(m_Position, old);
+}
+
+void wxTaviroFrame::OnMenuOpen(wxMenuEvent& e) {
+    CALL_ENTRY("wxTaviroFrame::OnMenuOpen");
+    if (!s_MenuOpen) s_MenuOpen = true;
+    e.Skip();
+}
+
+void wxTaviroFrame::OnMenuClose(wxMenuEvent& e) {
+    CALL_ENTRY("wxTaviroFrame::OnMenuClose");
+    s_MenuOpen = false;
+    e.Skip();
+}
+
+// ---- colour scheme ----
+
+void wxTaviroFrame::ProcessColorChange() {
+    CALL_ENTRY("wxTaviroFrame::ProcessColorChange");
+    auto send = [](wxWindow* w) {
+        wxSysColourChangedEvent event;
+        event.SetId(0);
+        event.SetEventObject(w);
+        w->GetEventHandler()->ProcessEvent(event);
+    };
+    if (s_Frame) send(s_Frame);
+    // A handler may close a frame meanwhile: each one is looked up again before its turn.
+    const std::set<wxTaviroFrame*> children = s_ChildFrames;
+    for (wxTaviroFrame* child : children)
+        if (s_ChildFrames.count(child)) send(child);
+    wxTaviroDlg::RefreshAll();
+}
+
+int wxTaviroFrame::SetColorScheme(int scheme) {
+    CALL_ENTRY("wxTaviroFrame::SetColorScheme");
+    if (scheme < 0) return g_Scheme;
+    g_Scheme = scheme;
+    SetColors(scheme);
+    SaveColorScheme();
+    ProcessColorChange();
+    Application* app = Application::the_Application;
+    if (!app) return g_Scheme;
+    for (int i = 0; i < Components::k_Count; ++i) {
+        const String name = Components::GetName(i);
+        // Never this program itself: it would wait for its own GUI thread, which is here.
+        if (name.empty() || name.CompareNoCase(app->GetName()) == 0) continue;
+        if (!Components::DidStart(name)) continue;
+        LogInfo("Notifying color changed to: " + name);
+        String error;
+        if (!app->SendRequest(Path(name), "COLORS", &error))
+            LogInfo("Color change not taken by " + name + ": " + error);
+    }
+    return g_Scheme;
+}
+
+bool wxTaviroFrame::SetForegroundColour(const wxColour& colour) {
+    const bool changed = wxFrame::SetForegroundColour(colour);
+    m_inheritFgCol = false;
+    return changed;
+}
