@@ -10,10 +10,6 @@
 #include <X11/Xutil.h>
 
 #include <csignal>
-#include <spawn.h>
-#include <sys/wait.h>
-
-extern char** environ;
 
 using namespace taviro_test;
 
@@ -21,45 +17,29 @@ namespace {
 
 // One demo program with its own options and log, its Settings dialog at (x, 40).
 struct _Demo {
-    _Demo(const String& name, int scheme, int x) : m_Name(name), m_Dir(MakeTempDir("demo")) {
-        WriteText(m_Dir + "/options.ini",
-                  SFormat("[Window]\nWindow = %d, 300, 500, 400\n[Settings]\nWindow = %d, 40, "
-                          "300, 220\n",
-                          x, x));
-        std::vector<std::string> args = {TAVIRO_DEMO,
-                                         "--name",
-                                         name,
-                                         "--master",
-                                         "none",
-                                         "--log-dir",
-                                         m_Dir,
-                                         "--options",
-                                         m_Dir + "/options.ini",
-                                         "--scheme",
-                                         std::to_string(scheme),
-                                         "--open-dialog",
-                                         "settings",
-                                         "--exit-after",
-                                         "60"};
-        std::vector<char*> argv;
-        for (auto& a : args)
-            argv.push_back(&a[0]);
-        argv.push_back(nullptr);
-        EXPECT_EQ(posix_spawn(&m_Pid, TAVIRO_DEMO, nullptr, nullptr, argv.data(), environ), 0);
-        m_Probe = wxPoint(x + 4, 44); // dialog background, inside its border
-    }
+    _Demo(const String& name, int scheme, int x)
+        : m_Name(name), m_Dir(MakeTempDir("demo")),
+          m_Child(TAVIRO_DEMO,
+                  (WriteText(m_Dir + "/options.ini",
+                             SFormat("[Window]\nWindow = %d, 300, 500, 400\n[Settings]\nWindow = "
+                                     "%d, 40, 300, 220\n",
+                                     x, x)),
+                   std::vector<String>{"--name", name, "--master", "none", "--log-dir", m_Dir,
+                                       "--options", m_Dir + "/options.ini", "--scheme",
+                                       String::FromInt(scheme), "--open-dialog", "settings",
+                                       "--exit-after", "60"})),
+          m_Probe(x + 4, 44) {} // dialog background, inside its border
     ~_Demo() {
-        kill(m_Pid, SIGTERM);
-        waitpid(m_Pid, nullptr, 0);
+        m_Child.Kill(SIGTERM);
+        m_Child.Wait(10000);
     }
-    String Log() const {
+    bool Logged(const String& text) const {
         const String path = m_Dir + "/" + m_Name + ".log";
-        return File::Exists(path) ? File::ReadAll(path) : String();
+        return File::Exists(path) && File::ReadAll(path).find(text) != String::npos;
     }
-    bool Logged(const String& text) const { return Log().find(text) != String::npos; }
 
     String m_Name, m_Dir;
-    pid_t m_Pid = 0;
+    Child m_Child;
     wxPoint m_Probe;
 };
 
