@@ -511,7 +511,7 @@ public:
 private:
     // Takes the demo's own options out of argv; the rest goes to the farm client.
     void TakeDemoOptions() {
-        std::vector<std::string> args = {argv[0].utf8_str().data()};
+        std::vector<String> args = {String(argv[0].utf8_str().data())};
         bool hasModules = false;
         for (int i = 1; i < argc; ++i) {
             const wxString a = argv[i];
@@ -534,20 +534,14 @@ private:
                 m_LogRefreshes = true;
             } else {
                 hasModules = hasModules || a.StartsWith("--modules");
-                args.push_back(a.utf8_str().data());
+                args.push_back(String(a.utf8_str().data()));
             }
         }
         if (!hasModules) {
             args.push_back("--modules");
-            args.push_back(_ModulesDir());
+            args.push_back(String(_ModulesDir()));
         }
-        m_Args = args;
-        m_ArgPtrs.clear();
-        for (auto& s : m_Args)
-            m_ArgPtrs.push_back(&s[0]);
-        m_ArgPtrs.push_back(nullptr);
-        argc = (int)m_Args.size();
-        argv.Init(argc, m_ArgPtrs.data());
+        SetArguments(args);
     }
 
     void TakeShot() {
@@ -577,8 +571,6 @@ private:
     int m_Scheme = 0;
     wxString m_Page;
     wxTimer m_ShotTimer, m_ExitTimer;
-    std::vector<std::string> m_Args;
-    std::vector<char*> m_ArgPtrs;
 };
 
 } // namespace

@@ -184,6 +184,17 @@ bool wxTaviroApp::Initialize(int& argcIn, wxChar** argvIn) {
     return true;
 }
 
+void wxTaviroApp::SetArguments(const std::vector<String>& args) {
+    CALL_ENTRY("wxTaviroApp::SetArguments");
+    m_Args = args;
+    m_ArgPointers.clear();
+    for (String& a : m_Args)
+        m_ArgPointers.push_back(&a[0]);
+    m_ArgPointers.push_back(nullptr);
+    argc = (int)m_Args.size();
+    argv.Init(argc, m_ArgPointers.data());
+}
+
 void wxTaviroApp::OnEventLoopEnter(wxEventLoopBase* loop) {
     CALL_ENTRY("wxTaviroApp::OnEventLoopEnter");
     if (!loop || !loop->IsMain() || !g_Executable || !g_Executable->IsStopRequested()) return;

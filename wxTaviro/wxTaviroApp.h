@@ -123,9 +123,16 @@ public:
     // The application registered for message processing (null when disabled).
     static wxTaviroApp* GetRegistered();
 
+protected:
+    // Replaces the program's arguments (argc, argv) with these, for a program that takes its
+    // own options out before OnInit reads the rest.
+    void SetArguments(const std::vector<String>& args);
+
 private:
     void _ReportStartupError();
 
     bool m_ShowStartupError = true;
+    std::vector<String> m_Args;       // the strings behind argv after SetArguments
+    std::vector<char*> m_ArgPointers; // argv's array, null-terminated
     wxDECLARE_EVENT_TABLE();
 };
