@@ -236,9 +236,7 @@ bool wxTaviroApp::RequestHasFailed(const String& text) {
     const wxString message = "Master reports error:\n" + wxFromString(text);
     LogInfo(wxToString(message));
     // Shown on the GUI thread whichever thread reports it.
-    auto show = [message, this] {
-        wxMessageBox(message, wxFromString(GetName()), wxOK | wxCENTRE);
-    };
+    auto show = [message] { wxMessageBox(message, "RequestFailed", wxOK | wxCENTRE); };
     if (wxThread::IsMain())
         show();
     else

@@ -1,5 +1,6 @@
-// The application object of the application tests, and a fixture that starts it (OnInit with
-// a farm-less command line in the test's own folder) and ends it (OnExit) around each test.
+// The application object of the application tests, a fixture that starts it (OnInit with a
+// farm-less command line in the test's own folder) and ends it (OnExit) around each test, and
+// the helpers those tests share.
 #pragma once
 
 #include "tests/support/WxTestHelpers.h"
@@ -8,7 +9,9 @@
 #include <wxTaviro/wxTaviroApp.h>
 
 #include <ostrum/File.h>
+#include <ostrum/Log.h>
 
+#include <wx/display.h>
 #include <wx/modalhook.h>
 
 #include <functional>
@@ -88,6 +91,43 @@ protected:
     void Exit(wxDialog*) override {}
 };
 
+// A frame that counts Raise calls: raising shows nothing without a window manager.
+class RaiseFrame : public wxFrame {
+public:
+    RaiseFrame(const wxString& title, wxSize size = wxSize(300, 200), bool show = true)
+        : wxFrame(nullptr, wxID_ANY, title, wxPoint(20, 20), size) {
+        if (show) Show();
+    }
+    void Raise() override {
+        ++m_Raised;
+        wxFrame::Raise();
+    }
+    int m_Raised = 0;
+};
+
+// The client area of the display that holds w.
+inline wxRect ClientAreaOf(wxWindow* w) {
+    return wxDisplay((unsigned)std::max(0, wxDisplay::GetFromWindow(w))).GetClientArea();
+}
+
+// Where a window of size s sits when centred in area.
+inline wxPoint CentredIn(const wxRect& area, wxSize s) {
+    return wxPoint(area.x + (area.width - s.x) / 2, area.y + (area.height - s.y) / 2);
+}
+
+// The farm log so far.
+inline String LogText() {
+    return File::ReadAll(Log::s_GlobalLog->GetFileName());
+}
+
+// Handles every event posted to h so far: pending events of a handler run in posting order,
+// so once a marker posted now has run, anything posted before it has too.
+inline void DrainPosted(wxEvtHandler* h) {
+    bool done = false;
+    h->CallAfter([&] { done = true; });
+    EXPECT_TRUE(taviro_test::WaitFor([&] { return done; }));
+}
+
 // A started application for each test, farm-less unless the test says otherwise.
 class AppTest : public ::testing::Test {
 protected:
@@ -104,10 +144,11 @@ protected:
         App().m_AfterStartup = nullptr;
         App().m_OnException = nullptr;
         App().m_ExceptionsRecoverable = true;
+        App().SetShowStartupError(true);
         App().EnableMessageProcessing();
         g_NotifyDialogsConnected = nullptr;
     }
-    bool Start(const std::vector<String>& extra) {
+    bool Start(const std::vector<String>& extra, const String& options = String()) {
         std::vector<String> args = {"/opt/taviro/bin/apptest",
                                     "--name",
                                     "apptest",
@@ -116,15 +157,14 @@ protected:
                                     "--log-dir",
                                     m_Dir + "/logs",
                                     "--options",
-                                    m_Dir + "/apptest.ini"};
+                                    options.empty() ? m_Dir + "/apptest.ini" : options};
         args.insert(args.end(), extra.begin(), extra.end());
         m_Started = App().RealOnInit(args);
         return m_Started;
     }
-    void Restart(const std::vector<String>& extra) {
+    void Stop() {
         if (m_Started) App().OnExit();
         m_Started = false;
-        ASSERT_TRUE(Start(extra)) << App().GetStartupError();
     }
     String m_Dir;
     bool m_Started = false;

@@ -28,28 +28,30 @@ inline String ReadColorsIni() {
     return File::ReadAll(ColorsIni());
 }
 
-// The custom colours the five-scheme tests use, so that Custom differs from Dark where the
-// controls look.
-inline const char* CustomSchemeFile() {
-    return "scheme=5\n"
-           "ButtonFace = #3050A0\n"
-           "Selected = rgb(10, 200, 90)\n"
-           "3DLight = #E0E0E0\n"
-           "WindowBGDarker = red\n";
-}
-
-// Test names of the five schemes.
-inline std::string SchemeName(const ::testing::TestParamInfo<int>& info) {
-    static const char* const names[] = {"Zero", "Light", "Lighter", "Dark", "Darker", "Custom"};
-    return info.param >= 0 && info.param <= 5 ? names[info.param] : "Other";
-}
-
-// Picks a scheme as the frame base does, without the broadcast.
+// Picks a scheme as the frame base does, without the broadcast; Custom with colours of its
+// own where the controls look.
 inline void UseScheme(int scheme) {
-    if (scheme == 5) WriteColorsIni(CustomSchemeFile());
+    if (scheme == 5)
+        WriteColorsIni("scheme=5\nButtonFace = #3050A0\nSelected = rgb(10, 200, 90)\n"
+                       "3DLight = #E0E0E0\nWindowBGDarker = red\n");
     g_Scheme = scheme;
     SetColors(scheme);
 }
+
+// A colour written 0xRRGGBB, as the tables of the tests give it.
+inline wxColour Hex(unsigned rgb) {
+    return wxColour((rgb >> 16) & 255, (rgb >> 8) & 255, rgb & 255);
+}
+
+// Every test starts with no scheme loaded and the Dark colours in the palette (the palette
+// itself lives as long as the process).
+class ColorsFixture : public ::testing::Test {
+protected:
+    void SetUp() override {
+        g_Scheme = -1;
+        Dark();
+    }
+};
 
 // Makes the palette renderer the application's renderer for one test.
 class ScopedRenderer {
