@@ -22,7 +22,9 @@ public:
     // The executable's start does nothing; each test starts the application itself.
     bool OnInit() override { return true; }
     bool RealOnInit(const std::vector<String>& args) {
-        delete wxLog::SetActiveTarget(nullptr); // see AppTest::SetUp
+        // OnInit leaves the previous log target alone (a program starts once); the tests
+        // start many times, so they clear it themselves.
+        delete wxLog::SetActiveTarget(nullptr);
         m_Args.assign(args.begin(), args.end());
         m_ArgPtrs.clear();
         for (auto& a : m_Args)
@@ -61,13 +63,7 @@ private:
 };
 
 inline TestTaviroApp& App() {
-    auto* app = dynamic_cast<TestTaviroApp*>(wxTheApp);
-    if (!app) {
-        fprintf(stderr,
-                "the application object is not a TestTaviroApp (CreateTestApp not linked?)\n");
-        abort();
-    }
-    return *app;
+    return dynamic_cast<TestTaviroApp&>(*wxTheApp); // throws when CreateTestApp is not linked
 }
 
 // Records modal dialogs (message boxes included) instead of showing them.
@@ -133,9 +129,6 @@ class AppTest : public ::testing::Test {
 protected:
     void SetUp() override {
         m_Dir = taviro_test::MakeTempDir("app");
-        // OnInit leaves the previous log target alone (a program starts once); the tests
-        // start many times, so they clear it themselves.
-        delete wxLog::SetActiveTarget(nullptr);
         ASSERT_TRUE(Start({})) << App().GetStartupError();
     }
     void TearDown() override {
@@ -149,15 +142,10 @@ protected:
         g_NotifyDialogsConnected = nullptr;
     }
     bool Start(const std::vector<String>& extra, const String& options = String()) {
-        std::vector<String> args = {"/opt/taviro/bin/apptest",
-                                    "--name",
-                                    "apptest",
-                                    "--master",
-                                    "none",
-                                    "--log-dir",
-                                    m_Dir + "/logs",
-                                    "--options",
-                                    options.empty() ? m_Dir + "/apptest.ini" : options};
+        std::vector<String> args = {
+            "/opt/taviro/bin/apptest", "--name",   "apptest", "--master", "none", "--log-dir",
+            m_Dir + "/logs",           "--options"};
+        args.push_back(options.empty() ? m_Dir + "/apptest.ini" : options);
         args.insert(args.end(), extra.begin(), extra.end());
         m_Started = App().RealOnInit(args);
         return m_Started;
