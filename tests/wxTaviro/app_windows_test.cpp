@@ -8,23 +8,22 @@ using namespace taviro_test;
 
 namespace {
 
-// The menu as lines: "id:text" for items, "-" for separators, "[text]" for disabled items.
-std::vector<std::string> Describe(wxMenu* menu) {
-    std::vector<std::string> out;
+// The menu in one line: "id:text" for items, "-" for separators, "[text]" for disabled
+// items, each followed by "|".
+std::string Describe(wxMenu* menu) {
+    std::string out;
     for (wxMenuItem* item : menu->GetMenuItems()) {
-        if (item->IsSeparator())
-            out.push_back("-");
-        else if (!item->IsEnabled())
-            out.push_back("[" + item->GetItemLabelText().ToStdString() + "]");
-        else
-            out.push_back(std::to_string(item->GetId()) + ":" +
-                          item->GetItemLabelText().ToStdString());
+        const std::string text = item->GetItemLabelText().ToStdString();
+        out += item->IsSeparator()  ? "-"
+               : !item->IsEnabled() ? "[" + text + "]"
+                                    : std::to_string(item->GetId()) + ":" + text;
+        out += "|";
     }
     return out;
 }
 
-bool Lists(const std::vector<std::string>& lines, const std::string& line) {
-    return std::find(lines.begin(), lines.end(), line) != lines.end();
+bool Lists(wxMenu* menu, const std::string& item) {
+    return ("|" + Describe(menu)).find("|" + item + "|") != std::string::npos;
 }
 
 void Command(int id) {
@@ -34,26 +33,15 @@ void Command(int id) {
 
 TEST_F(AppTest, WindowMenuGroupsByLabelInRegistrationOrder) {
     wxMenu* menu = wxGetOpenWindowMenu();
-    EXPECT_EQ(Describe(menu), std::vector<std::string>({"[No open windows]"}));
+    EXPECT_EQ(Describe(menu), "[No open windows]|");
     wxOpenUserWindow(new RaiseFrame("Log A"), "Logs");
     wxOpenUserWindow(new RaiseFrame("Plain 1"), "");
     wxOpenUserWindow(new RaiseFrame("Job X"), "Jobs");
     wxOpenUserWindow(new RaiseFrame("Log B"), "Logs");
     wxOpenUserWindow(new RaiseFrame("Plain 2"), "");
-    const std::vector<std::string> expected = {"24000:Main Window",
-                                               "-",
-                                               "24002:Plain 1",
-                                               "24005:Plain 2",
-                                               "-",
-                                               "[   Jobs]",
-                                               "24003:Job X",
-                                               "-",
-                                               "[   Logs]",
-                                               "24001:Log A",
-                                               "24004:Log B",
-                                               "-",
-                                               "24102:Collect All",
-                                               "24101:Close All"};
+    const std::string expected = "24000:Main Window|-|24002:Plain 1|24005:Plain 2|-|[   Jobs]|"
+                                 "24003:Job X|-|[   Logs]|24001:Log A|24004:Log B|-|"
+                                 "24102:Collect All|24101:Close All|";
     EXPECT_EQ(wxGetOpenWindowMenu(), menu); // the same menu, refilled
     EXPECT_EQ(Describe(menu), expected);
     EXPECT_EQ(menu->FindItem(24102)->GetHelp(), "Center all open windows over the main window");
@@ -83,16 +71,14 @@ TEST_F(AppTest, OnlyAHundredWindowsAreListed) {
         windows.push_back(new RaiseFrame(wxString::Format("W%d", i), wxSize(300, 200), false));
         wxOpenUserWindow(windows.back(), "");
     }
-    auto lines = Describe(wxGetOpenWindowMenu());
-    EXPECT_TRUE(Lists(lines, "24100:W99"));
-    EXPECT_FALSE(Lists(lines, "24101:W100"));
+    EXPECT_TRUE(Lists(wxGetOpenWindowMenu(), "24100:W99"));
+    EXPECT_FALSE(Lists(wxGetOpenWindowMenu(), "24101:W100"));
     EXPECT_EQ(OpenWindows::_this->GetEntries().size(), 101u); // still registered
     // Closing an earlier one brings the last one in.
     windows[3]->Close(true);
     PumpEvents();
-    lines = Describe(wxGetOpenWindowMenu());
-    EXPECT_TRUE(Lists(lines, "24100:W100"));
-    EXPECT_FALSE(Lists(lines, "24004:W3"));
+    EXPECT_TRUE(Lists(wxGetOpenWindowMenu(), "24100:W100"));
+    EXPECT_FALSE(Lists(wxGetOpenWindowMenu(), "24004:W3"));
 }
 
 TEST_F(AppTest, CloseAllLeavesVetoingWindowsRegistered) {
@@ -113,7 +99,7 @@ TEST_F(AppTest, CloseAllLeavesVetoingWindowsRegistered) {
     EXPECT_EQ(entries[0].window, stubborn);
     EXPECT_EQ(entries[1].window, stubborn2);
     EXPECT_EQ(entries[1].label, "   Group");
-    EXPECT_TRUE(Lists(Describe(wxGetOpenWindowMenu()), "24001:Stubborn"));
+    EXPECT_TRUE(Lists(wxGetOpenWindowMenu(), "24001:Stubborn"));
 }
 
 TEST_F(AppTest, SmallWindowsAreGrownAndCentredAndCommandsRaise) {
@@ -155,22 +141,18 @@ TEST_F(AppTest, SmallWindowsAreGrownAndCentredAndCommandsRaise) {
 
 // ---- window placement ----
 
-TEST_F(AppTest, WindowPositionIsSavedInTheOptionsFile) {
+TEST_F(AppTest, SavingWritesThroughUnderTheWriteLock) {
     auto* w = new RaiseFrame("Saved", wxSize(333, 222));
     w->Move(123, 45);
     PumpEvents();
     wxSaveWindowPos(w, "Editor");
-    // Written through at once (no pause is active).
     EXPECT_NE(File::ReadAll(m_Dir + "/apptest.ini").find("[Editor]\nWindow=123, 45, 333, 222"),
               String::npos);
-}
 
-TEST_F(AppTest, SavingHoldsTheWriteLockAcrossSectionAndValue) {
     // The section and the key are two calls on a shared current section; another thread must
     // never see the one without the other. Without the lock the gap is wide: making a new
     // section writes the options file out before the key is set.
     OptionsFile* options = App().GetOptions();
-    auto* w = new RaiseFrame("Saved");
     std::atomic<bool> done{false}, sawGap{false};
     std::thread watcher([&] {
         while (!done) {
