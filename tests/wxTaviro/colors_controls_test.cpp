@@ -231,33 +231,34 @@ TEST_F(ColorsControls, CheckBoxPaintsThroughTheApplicationRenderer) {
     const wxSize size = check->GetClientSize();
     const int h = size.y, mid = h / 2;
     const wxRect label(h + 2, 0, size.x - h - 6, h);
-    // The first column that shows the label's colour, from column `from` on; a label drawn
-    // at x = 0 tells where the glyphs start to ink, so the label must start there + h + 2.
-    auto inkStart = [&](const wxImage& img, int from, const wxColour& text) {
-        for (int x = from; x < img.GetWidth(); ++x)
+    // The label starts 2 pixels right of the box's square: the geometry says so, and its ink
+    // starts where the same text drawn there by the test does.
+    EXPECT_EQ(check->GetGeometry(size).label, label);
+    auto inkStart = [&](const wxImage& img, const wxColour& text) {
+        for (int x = h - 2; x < img.GetWidth(); ++x)
             if (CountPixels(img, wxRect(x, 0, 1, h), text, 100) > 0) return x;
         return -1;
     };
     auto labelStart = [&](const wxColour& text) {
         const wxImage alone = RenderToImage(
-            60, h,
+            size.x, h,
             [&](wxDC& dc) {
                 dc.SetFont(check->GetFont());
                 dc.SetTextForeground(text);
-                dc.DrawText("WWWW", 0, 0);
+                dc.DrawText("WWWW", h + 2, 0);
             },
             check->GetBackgroundColour());
-        return h + 2 + inkStart(alone, 0, text);
+        return inkStart(alone, text);
     };
     wxImage img = Render(check);
     EXPECT_PIXEL(img, mid, mid, Rgb(108, 108, 108)); // the box face, from the renderer
     EXPECT_PIXEL(img, 0, 0, check->GetBackgroundColour());
-    EXPECT_EQ(inkStart(img, h - 2, Rgb(235, 235, 235)), labelStart(Rgb(235, 235, 235)));
+    EXPECT_EQ(inkStart(img, Rgb(235, 235, 235)), labelStart(Rgb(235, 235, 235))); // "Text"
     check->SetValue(true);
     SendMouse(check, wxEVT_ENTER_WINDOW); // hovered: lit box, "TextOrange" label
     img = Render(check);
     EXPECT_PIXEL(img, mid, mid, Rgb(255, 188, 73));
-    EXPECT_EQ(inkStart(img, h - 2, Rgb(255, 136, 0)), labelStart(Rgb(255, 136, 0)));
+    EXPECT_EQ(inkStart(img, Rgb(255, 136, 0)), labelStart(Rgb(255, 136, 0)));
     EXPECT_EQ(CountPixels(img, label, Rgb(235, 235, 235), 20), 0);
     SendMouse(check, wxEVT_LEAVE_WINDOW);
     check->Enable(false); // the disabled shade, and the disabled roles for the window
