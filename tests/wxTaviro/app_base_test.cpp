@@ -221,6 +221,8 @@ TEST_F(AppTest, ControlShiftCCentresTheActiveWindowOrElseTheTopWindow) {
     EXPECT_TRUE(IsScreenCentred(top)) << top->GetPosition().x << "," << top->GetPosition().y;
     EXPECT_EQ(other->GetPosition(), wxPoint(5, 5));
 
+    top->Move(0, 0); // so that centring on the parent would not centre on the screen
+    ASSERT_TRUE(WaitFor([&] { return top->GetPosition() == wxPoint(0, 0); }, 3000));
     Activate(other, true);
     EXPECT_EQ(wxTaviroApp::GetActiveWindow(), other);
     EXPECT_FALSE(SendKey('C'));

@@ -129,13 +129,18 @@ TEST_F(AppTest, DisabledProcessingDispatchesNothingAndNothingIsReplayed) {
     EXPECT_EQ(handled, std::vector<uint64_t>({1}));
     EXPECT_EQ(App().QueuedMessages(), 5u);
 
-    // The comparison is literal: nothing registered and no current application also counts
-    // as enabled.
-    App().DisableMessageProcessing();
+    // The comparison is literal: registered while another application (here none) is the
+    // current one counts as disabled and dispatches nothing; nothing registered and no
+    // current application counts as enabled.
     Application* const current = Application::the_Application;
     Application::the_Application = nullptr;
+    const bool enabledForAnother = App().IsMessageProcessingEnabled();
+    App().ProcessNextMessage();
+    App().DisableMessageProcessing();
     const bool enabledWithoutApplication = App().IsMessageProcessingEnabled();
     Application::the_Application = current;
+    EXPECT_FALSE(enabledForAnother);
+    EXPECT_EQ(handled.size(), 1u);
     EXPECT_TRUE(enabledWithoutApplication);
 }
 
