@@ -1,5 +1,6 @@
-// The application object of the application tests, and a fixture that starts it (OnInit with
-// a farm-less command line in the test's own folder) and ends it (OnExit) around each test.
+// The application object of the application tests, a fixture that starts it (OnInit with a
+// farm-less command line in the test's own folder) and ends it (OnExit) around each test, and
+// the helpers those tests share.
 #pragma once
 
 #include "tests/support/WxTestHelpers.h"
@@ -8,7 +9,9 @@
 #include <wxTaviro/wxTaviroApp.h>
 
 #include <ostrum/File.h>
+#include <ostrum/Log.h>
 
+#include <wx/display.h>
 #include <wx/modalhook.h>
 
 #include <functional>
@@ -19,7 +22,9 @@ public:
     // The executable's start does nothing; each test starts the application itself.
     bool OnInit() override { return true; }
     bool RealOnInit(const std::vector<String>& args) {
-        delete wxLog::SetActiveTarget(nullptr); // see AppTest::SetUp
+        // OnInit leaves the previous log target alone (a program starts once); the tests
+        // start many times, so they clear it themselves.
+        delete wxLog::SetActiveTarget(nullptr);
         m_Args.assign(args.begin(), args.end());
         m_ArgPtrs.clear();
         for (auto& a : m_Args)
@@ -58,13 +63,7 @@ private:
 };
 
 inline TestTaviroApp& App() {
-    auto* app = dynamic_cast<TestTaviroApp*>(wxTheApp);
-    if (!app) {
-        fprintf(stderr,
-                "the application object is not a TestTaviroApp (CreateTestApp not linked?)\n");
-        abort();
-    }
-    return *app;
+    return dynamic_cast<TestTaviroApp&>(*wxTheApp); // throws when CreateTestApp is not linked
 }
 
 // Records modal dialogs (message boxes included) instead of showing them.
@@ -91,14 +90,48 @@ protected:
     void Exit(wxDialog*) override {}
 };
 
+// A frame that counts Raise calls: raising shows nothing without a window manager.
+class RaiseFrame : public wxFrame {
+public:
+    RaiseFrame(const wxString& title, wxSize size = wxSize(300, 200), bool show = true)
+        : wxFrame(nullptr, wxID_ANY, title, wxPoint(20, 20), size) {
+        if (show) Show();
+    }
+    void Raise() override {
+        ++m_Raised;
+        wxFrame::Raise();
+    }
+    int m_Raised = 0;
+};
+
+// The client area of the display that holds w.
+inline wxRect ClientAreaOf(wxWindow* w) {
+    return wxDisplay((unsigned)std::max(0, wxDisplay::GetFromWindow(w))).GetClientArea();
+}
+
+// Where a window of size s sits when centred in area.
+inline wxPoint CentredIn(const wxRect& area, wxSize s) {
+    return wxPoint(area.x + (area.width - s.x) / 2, area.y + (area.height - s.y) / 2);
+}
+
+// The farm log so far.
+inline String LogText() {
+    return File::ReadAll(Log::s_GlobalLog->GetFileName());
+}
+
+// Handles every event posted to h so far: pending events of a handler run in posting order,
+// so once a marker posted now has run, anything posted before it has too.
+inline void DrainPosted(wxEvtHandler* h) {
+    bool done = false;
+    h->CallAfter([&] { done = true; });
+    EXPECT_TRUE(taviro_test::WaitFor([&] { return done; }));
+}
+
 // A started application for each test, farm-less unless the test says otherwise.
 class AppTest : public ::testing::Test {
 protected:
     void SetUp() override {
         m_Dir = taviro_test::MakeTempDir("app");
-        // OnInit leaves the previous log target alone (a program starts once); the tests
-        // start many times, so they clear it themselves.
-        delete wxLog::SetActiveTarget(nullptr);
         ASSERT_TRUE(Start({})) << App().GetStartupError();
     }
     void TearDown() override {
@@ -107,26 +140,21 @@ protected:
         App().m_AfterStartup = nullptr;
         App().m_OnException = nullptr;
         App().m_ExceptionsRecoverable = true;
+        App().SetShowStartupError(true);
         App().EnableMessageProcessing();
     }
-    bool Start(const std::vector<String>& extra) {
-        std::vector<String> args = {"/opt/taviro/bin/apptest",
-                                    "--name",
-                                    "apptest",
-                                    "--master",
-                                    "none",
-                                    "--log-dir",
-                                    m_Dir + "/logs",
-                                    "--options",
-                                    m_Dir + "/apptest.ini"};
+    bool Start(const std::vector<String>& extra, const String& options = String()) {
+        std::vector<String> args = {
+            "/opt/taviro/bin/apptest", "--name",   "apptest", "--master", "none", "--log-dir",
+            m_Dir + "/logs",           "--options"};
+        args.push_back(options.empty() ? m_Dir + "/apptest.ini" : options);
         args.insert(args.end(), extra.begin(), extra.end());
         m_Started = App().RealOnInit(args);
         return m_Started;
     }
-    void Restart(const std::vector<String>& extra) {
+    void Stop() {
         if (m_Started) App().OnExit();
         m_Started = false;
-        ASSERT_TRUE(Start(extra)) << App().GetStartupError();
     }
     String m_Dir;
     bool m_Started = false;

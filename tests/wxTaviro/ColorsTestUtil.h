@@ -7,49 +7,39 @@
 
 #include <ostrum/File.h>
 
-#include <cstdlib>
-
 namespace colors_test {
 
 inline wxColour Rgb(int r, int g, int b) {
     return wxColour(r, g, b);
 }
+// A colour written 0xRRGGBB, as the tables of the tests give it.
+inline wxColour Hex(unsigned rgb) {
+    return wxColour((rgb >> 16) & 255, (rgb >> 8) & 255, rgb & 255);
+}
 
-// The path of the colour file in the test's private user folder.
+// The colour file in the test's private user folder.
 inline Path ColorsIni() {
     return Path(File::GetUserDir()) / "Colors.ini";
 }
-
 inline void WriteColorsIni(const String& content) {
     File::AtomicWrite(ColorsIni(), content);
 }
-
 inline String ReadColorsIni() {
     return File::ReadAll(ColorsIni());
 }
 
-// The custom colours the five-scheme tests use, so that Custom differs from Dark where the
-// controls look.
-inline const char* CustomSchemeFile() {
-    return "scheme=5\n"
-           "ButtonFace = #3050A0\n"
-           "Selected = rgb(10, 200, 90)\n"
-           "3DLight = #E0E0E0\n"
-           "WindowBGDarker = red\n";
-}
-
-// Test names of the five schemes.
-inline std::string SchemeName(const ::testing::TestParamInfo<int>& info) {
-    static const char* const names[] = {"Zero", "Light", "Lighter", "Dark", "Darker", "Custom"};
-    return info.param >= 0 && info.param <= 5 ? names[info.param] : "Other";
-}
-
 // Picks a scheme as the frame base does, without the broadcast.
 inline void UseScheme(int scheme) {
-    if (scheme == 5) WriteColorsIni(CustomSchemeFile());
     g_Scheme = scheme;
     SetColors(scheme);
 }
+
+// Every test starts with no scheme loaded and the Dark colours in the palette (the palette
+// itself lives as long as the process).
+class ColorsFixture : public ::testing::Test {
+protected:
+    void SetUp() override { UseScheme(-1); } // -1 shows Dark
+};
 
 // Makes the palette renderer the application's renderer for one test.
 class ScopedRenderer {
@@ -65,45 +55,18 @@ private:
     wxRendererNative* m_Old;
 };
 
-// Sets or clears an environment variable for one scope.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const char* value) : m_Name(name) {
-        const char* old = getenv(name);
-        m_Had = old != nullptr;
-        if (m_Had) m_Old = old;
-        if (value)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
-    }
-    ~ScopedEnv() {
-        if (m_Had)
-            setenv(m_Name.c_str(), m_Old.c_str(), 1);
-        else
-            unsetenv(m_Name.c_str());
-    }
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
-
-private:
-    String m_Name, m_Old;
-    bool m_Had = false;
-};
-
+// Events as the toolkit sends them to a window.
 inline void SendFocus(wxWindow* w, bool gained) {
     wxFocusEvent e(gained ? wxEVT_SET_FOCUS : wxEVT_KILL_FOCUS, w->GetId());
     e.SetEventObject(w);
     w->GetEventHandler()->ProcessEvent(e);
 }
-
 inline void SendMouse(wxWindow* w, wxEventType type, wxPoint pos = wxPoint(2, 2)) {
     wxMouseEvent e(type);
     e.SetEventObject(w);
     e.SetPosition(pos);
     w->GetEventHandler()->ProcessEvent(e);
 }
-
 inline void SendKey(wxWindow* w, wxEventType type, int key) {
     wxKeyEvent e(type);
     e.m_keyCode = key;
@@ -111,14 +74,14 @@ inline void SendKey(wxWindow* w, wxEventType type, int key) {
     w->GetEventHandler()->ProcessEvent(e);
 }
 
-inline wxString Describe(const wxColour& c) {
+inline std::string Describe(const wxColour& c) {
     return c.IsOk() ? wxString::Format("(%d, %d, %d, %d)", c.Red(), c.Green(), c.Blue(), c.Alpha())
-                    : wxString("(unset)");
+                          .ToStdString()
+                    : "(unset)";
 }
 
 } // namespace colors_test
 
 // Exact colour comparison with a readable failure message (alpha included).
 #define EXPECT_COLOUR(actual, expected)                                                            \
-    EXPECT_EQ(::colors_test::Describe(actual).ToStdString(),                                       \
-              ::colors_test::Describe(expected).ToStdString())
+    EXPECT_EQ(::colors_test::Describe(actual), ::colors_test::Describe(expected))

@@ -30,10 +30,15 @@ void EmitOnMessengerThread(Evt evt) {
     std::thread([&evt] { Evt::s_Signal.Emit(evt); }).join();
 }
 
-TEST(Bridge, EventTypesAreDistinctAndMadeInOrder) {
-    EXPECT_NE(wxTAVIRO_MESSAGE_EVENT, wxEVT_NULL);
-    EXPECT_EQ(wxTAVIRO_CONNECT_EVENT, wxTAVIRO_MESSAGE_EVENT + 1);
-    EXPECT_EQ(wxTAVIRO_DISCONNECT_EVENT, wxTAVIRO_CONNECT_EVENT + 1);
+// Messages of the given sequence numbers, received on a messenger thread.
+void Receive(uint64_t first, uint64_t last) {
+    std::thread([=] {
+        for (uint64_t i = first; i <= last; ++i) {
+            boost::shared_ptr<Message> m(new Message(k_MsgCustom));
+            m->m_Sequence = i;
+            App().ReceiveMessage(m);
+        }
+    }).join();
 }
 
 TEST_F(AppTest, ConnectionChangesBecomeEventsAndReachDialogs) {
@@ -44,11 +49,10 @@ TEST_F(AppTest, ConnectionChangesBecomeEventsAndReachDialogs) {
     EmitOnMessengerThread(MessengerConnectedEvt("embedded"));
     EXPECT_EQ(g_DialogsTold.load(), 1); // directly, on the messenger's thread
     EXPECT_EQ(g_DialogsLast.load(), 1);
-    EXPECT_TRUE(connects.WaitEvent(1));
+    EXPECT_EQ(connects.GetCount(), 0); // posted, not sent
     EmitOnMessengerThread(MessengerDisconnectedEvt("gone"));
     EXPECT_EQ(g_DialogsLast.load(), 0);
-    EXPECT_TRUE(disconnects.WaitEvent(1));
-    PumpEvents();
+    DrainPosted(TopWindow()->GetEventHandler());
     EXPECT_EQ(connects.GetCount(), 1);
     EXPECT_EQ(disconnects.GetCount(), 1);
 }
@@ -63,33 +67,32 @@ TEST_F(AppTest, WithoutATopWindowOnlyDialogsHearOfConnectionsAndMessagesAreDropp
     ASSERT_EQ(App().GetTopWindow(), nullptr);
 
     EmitOnMessengerThread(MessengerConnectedEvt("embedded"));
-    EXPECT_EQ(g_DialogsTold.load(), 1);
-    std::thread([] {
-        App().ReceiveMessage(boost::shared_ptr<Message>(new Message(k_MsgCustom)));
-    }).join();
+    EmitOnMessengerThread(MessengerDisconnectedEvt("gone"));
+    EXPECT_EQ(g_DialogsTold.load(), 2);
+    Receive(1, 1);
     PumpEvents(5);
     EXPECT_EQ(App().QueuedMessages(), 0u); // dropped, not queued
     EXPECT_EQ(handled, 0);
-    const String log = File::ReadAll(Log::s_GlobalLog->GetFileName());
-    EXPECT_NE(log.find("... Ignoring MessageConnectedEvt because app has no top window"),
-              String::npos);
-    EXPECT_NE(log.find("... Ignoring MessageReceivedEvt because app has no top window"),
-              String::npos);
+    const String log = LogText();
+    for (const char* line : {"... Ignoring MessageConnectedEvt because app has no top window",
+                             "... Ignoring MessageDisconnectedEvt because app has no top window",
+                             "... Ignoring MessageReceivedEvt because app has no top window"})
+        EXPECT_NE(log.find(line), String::npos) << line;
 }
 
 TEST_F(AppTest, MessagesBeforeThePoolIsReadyAreDispatchedOnTheGuiThread) {
     ASSERT_FALSE(ThreadPool::IsReady());
-    std::vector<bool> onMain;
-    App().AddMessageHandler([&](const Message&) { onMain.push_back(wxThread::IsMain()); }, &App());
+    std::vector<uint64_t> onMain;
+    App().AddMessageHandler(
+        [&](const Message& m) {
+            if (wxThread::IsMain()) onMain.push_back(m.m_Sequence);
+        },
+        &App());
     EventCounter events(TopWindow(), wxTAVIRO_MESSAGE_EVENT);
-    std::thread([] {
-        for (int i = 0; i < 3; ++i)
-            App().ReceiveMessage(boost::shared_ptr<Message>(new Message(k_MsgCustom)));
-    }).join();
+    Receive(1, 3);
     EXPECT_TRUE(WaitFor([&] { return onMain.size() == 3; }));
-    EXPECT_EQ(onMain, std::vector<bool>({true, true, true}));
+    EXPECT_EQ(onMain, std::vector<uint64_t>({1, 2, 3}));
     EXPECT_EQ(events.GetCount(), 3);
-    EXPECT_EQ(App().QueuedMessages(), 0u);
 }
 
 TEST_F(AppTest, WithThePoolReadyMessagesBypassTheGuiThread) {
@@ -102,13 +105,10 @@ TEST_F(AppTest, WithThePoolReadyMessagesBypassTheGuiThread) {
         },
         &App());
     EventCounter events(TopWindow(), wxTAVIRO_MESSAGE_EVENT);
-    std::thread([] {
-        for (int i = 0; i < 50; ++i)
-            App().ReceiveMessage(boost::shared_ptr<Message>(new Message(k_MsgCustom)));
-    }).join();
+    Receive(1, 50);
     EXPECT_TRUE(WaitUntil([&] { return total.load() == 50; }));
     ThreadPool::Stop();
-    PumpEvents();
+    DrainPosted(TopWindow()->GetEventHandler());
     EXPECT_EQ(offMain.load(), 50);
     EXPECT_EQ(events.GetCount(), 0);
 }
@@ -117,19 +117,11 @@ TEST_F(AppTest, DisabledProcessingDispatchesNothingAndNothingIsReplayed) {
     std::vector<uint64_t> handled;
     App().AddMessageHandler([&](const Message& m) { handled.push_back(m.m_Sequence); }, &App());
     EventCounter events(TopWindow(), wxTAVIRO_MESSAGE_EVENT);
-    auto send = [](uint64_t seq) {
-        std::thread([seq] {
-            boost::shared_ptr<Message> m(new Message(k_MsgCustom));
-            m->m_Sequence = seq;
-            App().ReceiveMessage(m);
-        }).join();
-    };
     App().DisableMessageProcessing();
     EXPECT_FALSE(App().IsMessageProcessingEnabled());
-    for (uint64_t i = 1; i <= 5; ++i)
-        send(i);
+    Receive(1, 5);
     EXPECT_TRUE(events.WaitEvent(5));
-    PumpEvents();
+    DrainPosted(TopWindow()->GetEventHandler());
     EXPECT_TRUE(handled.empty());
     EXPECT_EQ(App().QueuedMessages(), 5u);
 
@@ -137,11 +129,25 @@ TEST_F(AppTest, DisabledProcessingDispatchesNothingAndNothingIsReplayed) {
     EXPECT_TRUE(App().IsMessageProcessingEnabled());
     PumpEvents(5);
     EXPECT_TRUE(handled.empty()); // no catching up
-    send(6);                      // each later event dispatches exactly one, the oldest first
+    Receive(6, 6);                // each later event dispatches exactly one, the oldest first
     EXPECT_TRUE(WaitFor([&] { return handled.size() == 1; }));
-    PumpEvents();
+    DrainPosted(TopWindow()->GetEventHandler());
     EXPECT_EQ(handled, std::vector<uint64_t>({1}));
     EXPECT_EQ(App().QueuedMessages(), 5u);
+
+    // The comparison is literal: registered while another application (here none) is the
+    // current one counts as disabled and dispatches nothing; nothing registered and no
+    // current application counts as enabled.
+    Application* const current = Application::the_Application;
+    Application::the_Application = nullptr;
+    const bool enabledForAnother = App().IsMessageProcessingEnabled();
+    App().ProcessNextMessage();
+    App().DisableMessageProcessing();
+    const bool enabledWithoutApplication = App().IsMessageProcessingEnabled();
+    Application::the_Application = current;
+    EXPECT_FALSE(enabledForAnother);
+    EXPECT_EQ(handled.size(), 1u);
+    EXPECT_TRUE(enabledWithoutApplication);
 }
 
 // ---- under load ----

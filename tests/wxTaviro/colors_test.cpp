@@ -1,29 +1,50 @@
-// The palette, the colour arithmetic, "Colors.ini", colour management of windows, the graded
-// rectangle and the palette renderer, drawn into memory DCs in all five schemes.
+// The palette and its five schemes, the colour arithmetic, "Colors.ini", colour management of
+// windows, the drawing helpers and the palette renderer, drawn into memory DCs.
 #include "tests/wxTaviro/ColorsTestUtil.h"
 
 #include <ostrum/IniFile.h>
 
 #include <wx/splitter.h>
 
-#include <cstdlib>
-#include <set>
-
-#include <sys/stat.h>
-
 using namespace taviro_test;
 using namespace colors_test;
 
 namespace {
 
-// Every test starts with no scheme loaded and the Dark colours in the palette (the palette
-// itself lives as long as the process).
-class ColorsFixture : public ::testing::Test {
-protected:
-    void SetUp() override {
-        g_Scheme = -1;
-        Dark();
-    }
+// The 27 slots: constant, slot name (also the key in "Colors.ini") and the colour of each
+// fixed scheme, as 0xRRGGBB: Light, Lighter, Dark, Darker.
+const struct SlotRow {
+    const String* constant;
+    const char* name;
+    unsigned rgb[4];
+} k_Slots[] = {
+    {&color_WindowBG, "WindowBG", {0xB9B9B9, 0xE9E9E9, 0x484848, 0x202020}},
+    {&color_WindowBGLighter, "WindowBGLighter", {0xD2D2D2, 0xFFFFFF, 0x5C5C5C, 0x3A3A3A}},
+    {&color_WindowBGDarker, "WindowBGDarker", {0xA8A8A8, 0xD7D7D7, 0x383838, 0x0C0C0C}},
+    {&color_Text, "Text", {0x343434, 0x0A0A0A, 0xEBEBEB, 0xCDCDCD}},
+    {&color_TextRed, "TextRed", {0xEB1E13, 0xF5190C, 0xFF3C21, 0xEB2817}},
+    {&color_TextOrange, "TextOrange", {0xB86300, 0xBF5000, 0xFF8800, 0xEB9C00}},
+    {&color_TextYellow, "TextYellow", {0x615A10, 0xF2E313, 0xFFE100, 0xEBD200}},
+    {&color_TextGreen, "TextGreen", {0x007300, 0x00A500, 0x00FF00, 0x00EB00}},
+    {&color_TextCyan, "TextCyan", {0x00A6A6, 0x00A6A6, 0x00FFFF, 0x00EBEB}},
+    {&color_TextBlue, "TextBlue", {0x001FA6, 0x001FA6, 0x8499F5, 0x8296EB}},
+    {&color_TextIndigo, "TextIndigo", {0x8800FF, 0x8800FF, 0x932EFF, 0x932EFF}},
+    {&color_TextViolet, "TextViolet", {0xE100CD, 0xE100CD, 0xFF00E6, 0xEB00E6}},
+    {&color_TextDarkRed, "TextDarkRed", {0xB9190A, 0xB9190A, 0xB9190A, 0xB9190A}},
+    {&color_TextDarkOrange, "TextDarkOrange", {0x985200, 0x844400, 0xC87F2A, 0xC87F2A}},
+    {&color_TextDarkYellow, "TextDarkYellow", {0xBEB437, 0xBEB437, 0xBEB437, 0xBEB437}},
+    {&color_TextDarkGreen, "TextDarkGreen", {0x1FA600, 0x1FA600, 0x50BE37, 0x50BE37}},
+    {&color_TextDarkCyan, "TextDarkCyan", {0x28B4B4, 0x28B4B4, 0x28B4B4, 0x28B4B4}},
+    {&color_TextDarkBlue, "TextDarkBlue", {0x0000A5, 0x0000A5, 0x0000A5, 0x0000A5}},
+    {&color_TextDarkIndigo, "TextDarkIndigo", {0x6C3494, 0x6C3494, 0x7B5C9C, 0x7B5C9C}},
+    {&color_TextDarkViolet, "TextDarkViolet", {0x911A74, 0x911A74, 0xD60987, 0xD60987}},
+    {&color_TextGrey, "TextGray", {0x555A69, 0x555A69, 0xA0AABE, 0xA0AABE}},
+    {&color_3DLight, "3DLight", {0xA5A5A5, 0xCDCDCD, 0xA5A5A5, 0x919191}},
+    {&color_3DDark, "3DDark", {0x454545, 0x373737, 0x454545, 0x313131}},
+    {&color_ButtonFace, "ButtonFace", {0x9B9B9B, 0xC8C8C8, 0x6C6C6C, 0x4B4B4B}},
+    {&color_ButtonText, "ButtonText", {0x000000, 0x000000, 0xFFFFFF, 0xEBEBEB}},
+    {&color_Selected, "Selected", {0xDEA33E, 0xFAA923, 0xE6A330, 0xC78110}},
+    {&color_Header, "Header", {0xA8A8A8, 0xD3D3D3, 0x737373, 0x373737}},
 };
 
 } // namespace
@@ -39,6 +60,28 @@ TEST(ColorsPaletteFresh, TextIsUnsetBeforeAnySchemeIsApplied) {
 
 using ColorsPalette = ColorsFixture;
 
+TEST_F(ColorsPalette, EverySlotOfEverySchemeHoldsItsTableColour) {
+    wxsSetColor("ClientSlot", Rgb(7, 8, 9));
+    // Scheme number and the column it shows: Custom without a file, 0, 6 and negative numbers
+    // all show Dark.
+    const std::pair<int, int> schemes[] = {{1, 0}, {2, 1}, {3, 2}, {4, 3},
+                                           {5, 2}, {0, 2}, {6, 2}, {-4, 2}};
+    for (const auto& s : schemes) {
+        for (const SlotRow& row : k_Slots)
+            wxsSetColor(row.name, wxColour());
+        g_Scheme = 42;
+        SetColors(s.first);
+        EXPECT_EQ(g_Scheme, 42); // SetColors leaves the number alone
+        for (const SlotRow& row : k_Slots) {
+            EXPECT_EQ(*row.constant, row.name);
+            EXPECT_COLOUR(wxsGetColor(row.name), Hex(row.rgb[s.second]))
+                << row.name << " in scheme " << s.first;
+        }
+    }
+    EXPECT_COLOUR(wxsGetColor("ClientSlot"), Rgb(7, 8, 9)); // other slots are left alone
+    EXPECT_FALSE(File::Exists(ColorsIni()));                // and nothing is written
+}
+
 TEST_F(ColorsPalette, UnknownNamesAreStoredUnsetAndNamesAreCaseSensitive) {
     // The palette outlives the test (and repeats of it): use names never used before.
     static int s_Run = 0;
@@ -46,195 +89,90 @@ TEST_F(ColorsPalette, UnknownNamesAreStoredUnsetAndNamesAreCaseSensitive) {
     EXPECT_FALSE(wxsGetColor(unknown).IsOk());
     wxsSetColor(unknown, Rgb(1, 2, 3));
     EXPECT_COLOUR(wxsGetColor(unknown), Rgb(1, 2, 3));
-
-    const String lower = "text" + String::FromInt(s_Run); // another slot than "Text..."
     wxsSetColor("Text" + String::FromInt(s_Run), Rgb(9, 9, 9));
-    EXPECT_FALSE(wxsGetColor(lower).IsOk());
-    EXPECT_COLOUR(wxsGetColor("Text"), Rgb(235, 235, 235));
-
-    // An invalid colour is stored as it is.
-    wxsSetColor(color_Header, wxColour());
+    EXPECT_FALSE(wxsGetColor("text" + String::FromInt(s_Run)).IsOk());
+    wxsSetColor(color_Header, wxColour()); // an invalid colour is stored as it is
     EXPECT_FALSE(wxsGetColor(color_Header).IsOk());
-}
-
-TEST_F(ColorsPalette, SlotConstantsHoldTheSlotNames) {
-    EXPECT_EQ(color_TextGrey, "TextGray"); // the constant's spelling differs on purpose
-    std::vector<String> all;
-    for (const String* slot : color_Slots)
-        all.push_back(*slot);
-    EXPECT_EQ(std::set<String>(std::begin(all), std::end(all)).size(), 27u);
-    // Every slot of every fixed scheme is filled with an opaque colour.
-    for (void (*scheme)() : {&Light, &Lighter, &Dark, &Darker}) {
-        for (const String& name : all)
-            wxsSetColor(name, wxColour());
-        scheme();
-        for (const String& name : all) {
-            const wxColour c = wxsGetColor(name);
-            EXPECT_TRUE(c.IsOk()) << name;
-            EXPECT_EQ(c.Alpha(), 255) << name;
-        }
-    }
-}
-
-TEST_F(ColorsPalette, FixedSchemesStoreTheirColumnsAndLeaveOtherSlotsAlone) {
-    wxsSetColor("ClientSlot", Rgb(7, 8, 9));
-    // Spot checks: first, middle and last rows of each column.
-    Lighter();
-    EXPECT_COLOUR(wxsGetColor(color_WindowBGLighter), Rgb(255, 255, 255));
-    EXPECT_COLOUR(wxsGetColor(color_TextDarkOrange), Rgb(132, 68, 0));
-    EXPECT_COLOUR(wxsGetColor(color_Header), Rgb(211, 211, 211));
-    Darker();
-    EXPECT_COLOUR(wxsGetColor(color_WindowBGDarker), Rgb(12, 12, 12));
-    EXPECT_COLOUR(wxsGetColor(color_TextDarkRed), Rgb(185, 25, 10)); // never changes
-    Dark();
-    EXPECT_COLOUR(wxsGetColor(color_TextBlue), Rgb(132, 153, 245));
-    // Dark then Light: Light everywhere, the client's own slot untouched.
-    Light();
-    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(185, 185, 185));
-    EXPECT_COLOUR(wxsGetColor(color_TextGrey), Rgb(85, 90, 105));
-    EXPECT_COLOUR(wxsGetColor(color_Header), Rgb(168, 168, 168));
-    EXPECT_COLOUR(wxsGetColor("ClientSlot"), Rgb(7, 8, 9));
 }
 
 TEST_F(ColorsPalette, ColourArithmeticClampsAndIsOpaque) {
     EXPECT_COLOUR(OffsetColor(Rgb(250, 10, 128), 10, -20, 0), Rgb(255, 0, 128));
     EXPECT_COLOUR(OffsetColor(wxColour(1, 2, 3, 40), 0, 0, 0), Rgb(1, 2, 3));
-    EXPECT_COLOUR(OffsetColor(Rgb(100, 100, 100), -300, 300, -1), Rgb(0, 255, 99));
     EXPECT_COLOUR(OffsetColor(Rgb(200, 100, 50), Rgb(100, 100, 100)), Rgb(255, 200, 150));
     EXPECT_COLOUR(OffsetColor(wxColour(0, 0, 0, 0), wxColour(5, 6, 7, 0)), Rgb(5, 6, 7));
     EXPECT_COLOUR(Hilight(Rgb(240, 10, 230)), Rgb(255, 35, 255));
     EXPECT_COLOUR(Hilight(wxColour(0, 0, 0, 10)), Rgb(25, 25, 25));
-
-    const wxColour l = *wxLIGHT_GREY; // the toolkit's stock light grey
-    EXPECT_COLOUR(Disabled(Rgb(255, 100, 10)),
-                  Rgb(int(255 * 0.7 + l.Red() * 0.3), int(100 * 0.7 + l.Green() * 0.3),
-                      int(10 * 0.7 + l.Blue() * 0.3)));
-
-    // An unset colour stays unset (and asserts nothing).
-    EXPECT_FALSE(OffsetColor(wxColour(), 1, 1, 1).IsOk());
-    EXPECT_FALSE(Hilight(wxColour()).IsOk());
-    EXPECT_FALSE(Disabled(wxColour()).IsOk());
+    ASSERT_EQ(*wxLIGHT_GREY, Rgb(192, 192, 192));           // the toolkit's stock light grey
+    EXPECT_COLOUR(Disabled(Rgb(0, 0, 0)), Rgb(57, 57, 57)); // 57.6 truncates
+    EXPECT_COLOUR(Disabled(wxColour(255, 100, 10, 0)), Rgb(236, 127, 64));
 }
 
 // ---- colour schemes and "Colors.ini" ----
 
 using ColorsScheme = ColorsFixture;
 
-TEST_F(ColorsScheme, SetColorsAppliesNumbersWithDarkAsFallback) {
-    const struct {
-        int scheme;
-        wxColour windowBG;
-    } cases[] = {{1, Rgb(185, 185, 185)}, {2, Rgb(233, 233, 233)}, {3, Rgb(72, 72, 72)},
-                 {4, Rgb(32, 32, 32)},    {0, Rgb(72, 72, 72)},    {6, Rgb(72, 72, 72)},
-                 {-4, Rgb(72, 72, 72)},   {5, Rgb(72, 72, 72)}}; // 5 without a file: Dark
-    for (const auto& c : cases) {
-        Light();
-        wxsSetColor(color_WindowBG, Rgb(1, 1, 1));
-        g_Scheme = 42;
-        SetColors(c.scheme);
-        EXPECT_COLOUR(wxsGetColor(color_WindowBG), c.windowBG) << "scheme " << c.scheme;
-        EXPECT_EQ(g_Scheme, 42); // SetColors leaves the number alone
-    }
-    EXPECT_FALSE(File::Exists(ColorsIni())); // and writes nothing
-}
-
-TEST_F(ColorsScheme, NoFileStartsDarkWithSchemeZeroAndWritesNothing) {
-    Light();
-    LoadColorScheme();
-    EXPECT_EQ(g_Scheme, 0);
-    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(72, 72, 72));
-    EXPECT_FALSE(File::Exists(ColorsIni()));
-    // A later load keeps the scheme in force when the file still says nothing.
-    g_Scheme = 2;
-    LoadColorScheme();
-    EXPECT_EQ(g_Scheme, 2);
-    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(233, 233, 233));
-    SaveColorScheme();
-    EXPECT_NE(ReadColorsIni().find("scheme"), String::npos);
-}
-
-TEST_F(ColorsScheme, NoUserFolderStillFillsThePaletteAndThrowsNothing) {
-    {
-        ScopedEnv home("HOME", nullptr), xdg("XDG_CONFIG_HOME", nullptr);
-        Light();
-        EXPECT_EQ(CatchException([] { LoadColorScheme(); }), nullptr);
-        EXPECT_EQ(g_Scheme, 0);
-        EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Rgb(108, 108, 108));
-        g_Scheme = 1;
-        EXPECT_EQ(CatchException([] { SaveColorScheme(); }), nullptr);
-        EXPECT_EQ(CatchException([] { SetColors(5); }), nullptr);
-        EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Rgb(108, 108, 108));
-    }
-    // A user folder that cannot be made (its parent is a file) fails the same quiet way.
-    const String blocker = TempHome() + "/blocker";
-    File::AtomicWrite(blocker, "x");
-    ScopedEnv xdg("XDG_CONFIG_HOME", blocker.c_str());
-    g_Scheme = -1;
-    Light();
-    LoadColorScheme();
-    SaveColorScheme();
-    EXPECT_EQ(g_Scheme, 0);
-    EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Rgb(108, 108, 108));
-}
-
 TEST_F(ColorsScheme, SchemeNumbersFromTheFile) {
     const struct {
-        const char* text;
+        const char* text; // null: no file
         int scheme;
         wxColour buttonFace;
     } cases[] = {
+        {nullptr, 0, Rgb(108, 108, 108)},
         {"scheme=1\n", 1, Rgb(155, 155, 155)},
         {"scheme = 2\n", 2, Rgb(200, 200, 200)},
         {"scheme=4\n", 4, Rgb(75, 75, 75)},
+        {"scheme=7\n", 7, Rgb(108, 108, 108)},
         {"scheme=-3\n", -3, Rgb(108, 108, 108)},
         {"scheme=-1\n", 0, Rgb(108, 108, 108)},         // "never loaded" is not a scheme
         {"[Other]\nscheme=1\n", 0, Rgb(108, 108, 108)}, // only the unnamed section counts
         {"scheme=abc\n", 0, Rgb(108, 108, 108)},
-        {"scheme=99999999999999999999\n", 0, Rgb(108, 108, 108)},
     };
     for (const auto& c : cases) {
-        WriteColorsIni(c.text);
+        if (c.text) WriteColorsIni(c.text);
         g_Scheme = -1;
         Light();
         LoadColorScheme();
-        EXPECT_EQ(g_Scheme, c.scheme) << c.text;
-        EXPECT_COLOUR(wxsGetColor(color_ButtonFace), c.buttonFace) << c.text;
+        EXPECT_EQ(g_Scheme, c.scheme) << (c.text ? c.text : "no file");
+        EXPECT_COLOUR(wxsGetColor(color_ButtonFace), c.buttonFace) << (c.text ? c.text : "");
+        EXPECT_EQ(File::Exists(ColorsIni()), c.text != nullptr); // loading writes nothing
     }
-}
-
-TEST_F(ColorsScheme, UnknownSchemeIsWrittenBackAsItWas) {
-    WriteColorsIni("scheme=7\n");
+    // A later load keeps the scheme in force when the file says nothing.
+    WriteColorsIni("");
+    g_Scheme = 2;
     LoadColorScheme();
-    EXPECT_EQ(g_Scheme, 7);
-    WriteColorsIni("scheme=1\n"); // someone else changed it meanwhile: the last writer wins
-    SaveColorScheme();
-    IniFile file(ColorsIni());
-    file.Load(true, true);
-    EXPECT_EQ(file.GetValue("", "scheme", 0), 7);
-    g_Scheme = -12;
-    SaveColorScheme();
-    file.Load(true, true);
-    EXPECT_EQ(file.GetValue("", "scheme", String()), "-12");
+    EXPECT_EQ(g_Scheme, 2);
+    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(233, 233, 233));
 }
 
-TEST_F(ColorsScheme, CustomColoursOverDark) {
-    WriteColorsIni("scheme=5\nSelected=#FF0000\n");
+TEST_F(ColorsScheme, CustomSchemeReadsEveryColourKeyOverDark) {
+    // Each key of the file gets a colour of its own, in a form wxColour reads.
+    String file = "scheme=5\n";
+    int i = 0;
+    for (const SlotRow& row : k_Slots) {
+        ++i;
+        file += String(row.name) + " = rgb(" + String::FromInt(i) + ", " + String::FromInt(2 * i) +
+                ", " + String::FromInt(3 * i) + ")\n";
+    }
+    WriteColorsIni(file);
     Light();
     LoadColorScheme();
     EXPECT_EQ(g_Scheme, 5);
-    EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(255, 0, 0));
-    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(72, 72, 72));
+    i = 0;
+    for (const SlotRow& row : k_Slots) {
+        ++i;
+        EXPECT_COLOUR(wxsGetColor(row.name), Rgb(i, 2 * i, 3 * i)) << row.name;
+    }
 
-    // Every text form wxColour reads; keys are the slot names ("TextGray", not "TextGrey").
-    WriteColorsIni("scheme=5\nText = rgb(1, 2, 3)\nHeader=blue\nTextGray=#0a0b0c\n"
-                   "TextGrey=#FFFFFF\nButtonFace=\nWindowBG = not a colour\n");
+    // Other text forms; the key is the slot name ("TextGray", not "TextGrey"); an empty value
+    // keeps Dark, one that is no colour leaves the slot unset; keys absent keep Dark.
+    WriteColorsIni("scheme=5\nHeader=blue\nTextGray=#0a0b0c\nTextGrey=#FFFFFF\nButtonFace=\n"
+                   "WindowBG = not a colour\n");
     LoadColorScheme();
-    EXPECT_COLOUR(wxsGetColor(color_Text), Rgb(1, 2, 3));
     EXPECT_COLOUR(wxsGetColor(color_Header), Rgb(0, 0, 255));
     EXPECT_COLOUR(wxsGetColor(color_TextGrey), Rgb(10, 11, 12));
-    EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Rgb(108, 108, 108)); // empty: keeps Dark
-    EXPECT_FALSE(wxsGetColor(color_WindowBG).IsOk());                 // no colour: unset
-    EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(230, 163, 48));    // Dark again
+    EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Rgb(108, 108, 108));
+    EXPECT_FALSE(wxsGetColor(color_WindowBG).IsOk());
+    EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(230, 163, 48));
 
     // Colour keys mean nothing to the fixed schemes.
     WriteColorsIni("scheme=3\nSelected=#FF0000\n");
@@ -242,99 +180,50 @@ TEST_F(ColorsScheme, CustomColoursOverDark) {
     EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(230, 163, 48));
 }
 
-TEST_F(ColorsScheme, GetCustomReadsOneKeyOfTheUnnamedSection) {
-    IniFile file;
-    file.LoadFromString("Selected = #102030\nText=\n[Section]\nHeader=#FFFFFF\n");
-    wxsSetColor(color_Header, Rgb(1, 1, 1));
-    GetCustom(file, color_Selected);
-    GetCustom(file, color_Text);
-    GetCustom(file, color_Header);
-    EXPECT_COLOUR(wxsGetColor(color_Selected), Rgb(16, 32, 48));
-    EXPECT_COLOUR(wxsGetColor(color_Text), Rgb(235, 235, 235));
-    EXPECT_COLOUR(wxsGetColor(color_Header), Rgb(1, 1, 1));
-}
-
-TEST_F(ColorsScheme, SavingKeepsColourKeysAndUnrelatedContent) {
-    WriteColorsIni("; written by hand\nscheme=5\nSelected=#FF0000\nOwnKey=kept\n\n"
+TEST_F(ColorsScheme, SavingWritesTheNumberAndKeepsEverythingElse) {
+    WriteColorsIni("; written by hand\nscheme=7\nSelected=#FF0000\nOwnKey=kept\n\n"
                    "[Elsewhere]\nscheme=9\nthing = 1\n");
     LoadColorScheme();
-    g_Scheme = 2;
-    SetColors(2);
-    SaveColorScheme();
-    const String text = ReadColorsIni();
-    for (const char* kept :
-         {"; written by hand", "Selected=#FF0000", "OwnKey=kept", "[Elsewhere]", "thing = 1"})
-        EXPECT_NE(text.find(kept), String::npos) << kept << " in\n" << text;
+    EXPECT_EQ(g_Scheme, 7);
+    SaveColorScheme(); // an unknown number goes back as it was
     IniFile file(ColorsIni());
     file.Load(true, true);
-    EXPECT_EQ(file.GetValue("", "scheme", 0), 2);
+    EXPECT_EQ(file.GetValue("", "scheme", 0), 7);
+    g_Scheme = -12;
+    SaveColorScheme();
+    const String text = ReadColorsIni();
+    for (const char* kept : {"; written by hand", "Selected=#FF0000", "OwnKey=kept", "[Elsewhere]",
+                             "thing = 1", "scheme=-12"})
+        EXPECT_NE(text.find(kept), String::npos) << kept << " in\n" << text;
+    file.Load(true, true);
     EXPECT_EQ(file.GetValue("Elsewhere", "scheme", 0), 9);
-    // The library never writes colour keys.
-    EXPECT_EQ(file.GetKeys("").size(), 3u);
+    EXPECT_EQ(file.GetKeys("").size(), 3u); // the library never writes colour keys
 }
 
-TEST_F(ColorsScheme, HostileFilesNeverEscapeAndLeaveThePaletteFilled) {
-    String garbage;
-    for (int i = 0; i < 4096; ++i)
-        garbage.push_back(char((i * 37) % 256));
-    const String hostile[] = {
-        garbage,
-        "scheme=5\n" + garbage,
-        "scheme=5\nText=" + String(100000, '#') + "\n",
-        "scheme=5\nText=rgb(999, -1, 1e9)\nHeader=#GGHHII\nSelected=\"#FF0000\n",
-        "scheme=5\n[\nText\n=\n==\nSelected===\n\xff\xfe=\xc3\x28\nHeader=\xc3\x28\n",
-        "scheme=5\nText=rgb(\nWindowBG=#\n3DDark=#12345\n3DLight=rgba(1,2,3,4)\n",
-        String("scheme=5\0Text=#FF0000\n", 23),
-    };
-    for (const String& content : hostile) {
-        WriteColorsIni(content);
-        g_Scheme = -1;
-        Light();
-        EXPECT_EQ(CatchException([] { LoadColorScheme(); }), nullptr);
-        EXPECT_EQ(CatchException([] { SaveColorScheme(); }), nullptr);
-        // Slots the file does not touch hold their Dark value.
-        EXPECT_COLOUR(wxsGetColor(color_TextDarkBlue), Rgb(0, 0, 165));
-        if (g_Scheme != 5) {
-            EXPECT_COLOUR(wxsGetColor(color_Text), Rgb(235, 235, 235));
-        }
-    }
+TEST_F(ColorsScheme, NoUserFolderOrNoFileToReadStillFillsThePaletteAndThrowsNothing) {
+    const String home = getenv("HOME"), xdg = getenv("XDG_CONFIG_HOME");
+    unsetenv("HOME");
+    unsetenv("XDG_CONFIG_HOME");
+    Light();
+    const bool loaded = !CatchException([] { LoadColorScheme(); });
+    const bool saved = !CatchException([] { SaveColorScheme(); });
+    setenv("HOME", home.c_str(), 1);
+    setenv("XDG_CONFIG_HOME", xdg.c_str(), 1);
+    EXPECT_TRUE(loaded && saved);
+    EXPECT_EQ(g_Scheme, 0);
+    EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Rgb(108, 108, 108));
     // "Colors.ini" is a folder: nothing can be read or written, nothing escapes.
-    File::CreateDirectories(ColorsIni().ToString() + ".d");
-    ::remove(ColorsIni().c_str());
     File::CreateDirectories(ColorsIni());
-    g_Scheme = -1;
+    g_Scheme = 5;
     Light();
     EXPECT_EQ(CatchException([] { LoadColorScheme(); }), nullptr);
-    EXPECT_EQ(g_Scheme, 0);
-    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(72, 72, 72));
-    g_Scheme = 5;
     EXPECT_EQ(CatchException([] { SaveColorScheme(); }), nullptr);
-    EXPECT_EQ(CatchException([] { CustomColors(); }), nullptr);
-    EXPECT_TRUE(File::IsDirectory(ColorsIni()));
+    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(72, 72, 72));
 }
 
 // ---- wxsColorManaged ----
 
 using ColorsManaged = ColorsFixture;
-
-TEST_F(ColorsManaged, DefaultsAndDisabledRoles) {
-    auto* panel = new wxsPanel(TopWindow());
-    EXPECT_COLOUR(panel->GetForegroundColour(), Rgb(235, 235, 235));
-    EXPECT_COLOUR(panel->GetBackgroundColour(), Rgb(72, 72, 72));
-
-    // Enabling alone does not recolour; the next refresh does.
-    panel->Enable(false);
-    EXPECT_COLOUR(panel->GetBackgroundColour(), Rgb(72, 72, 72));
-    panel->RefreshColors();
-    EXPECT_COLOUR(panel->GetForegroundColour(), Rgb(160, 170, 190));
-    EXPECT_COLOUR(panel->GetBackgroundColour(), Rgb(142, 142, 142)); // 92 + 50
-    Lighter();
-    panel->RefreshColors();
-    EXPECT_COLOUR(panel->GetBackgroundColour(), Rgb(255, 255, 255)); // clamped
-    panel->Enable(true);
-    panel->RefreshColors();
-    EXPECT_COLOUR(panel->GetBackgroundColour(), Rgb(233, 233, 233));
-}
 
 TEST_F(ColorsManaged, ControlsInheritTheirContainersRoles) {
     auto* outer = new wxsPanel(TopWindow());
@@ -352,48 +241,31 @@ TEST_F(ColorsManaged, ControlsInheritTheirContainersRoles) {
     // A plain window in between breaks the inheritance: its child gets the defaults.
     auto* orphan = new wxsPanel(new wxPanel(outer));
     EXPECT_COLOUR(orphan->GetBackgroundColour(), Rgb(72, 72, 72));
-
-    // The default constructor binds nothing until Manage.
-    wxsColorManaged later;
-    EXPECT_EQ(later.GetManagedWindow(), nullptr);
-    later.RefreshColors(); // harmless
-    auto* window = new wxWindow(outer, wxID_ANY);
-    later.Manage(window);
-    EXPECT_EQ(later.GetBackgroundSlot(), color_Header);
-    EXPECT_COLOUR(window->GetBackgroundColour(), Rgb(105, 105, 105));
-    window->Destroy();
 }
 
-TEST_F(ColorsManaged, ColourChangeReachesEveryManagedChild) {
+TEST_F(ColorsManaged, DisabledRolesAndColourChangesReachEveryManagedChild) {
     auto* root = new wxsPanel(TopWindow());
     auto* nested = new wxsPanel(root);
-    auto* plain = new wxPanel(nested); // unmanaged windows pass the event on as well
-    auto* deep = new wxsPanel(plain);
-    auto* text = new wxsStaticText(deep, wxID_ANY, "text");
+    auto* deep = new wxsPanel(new wxPanel(nested)); // unmanaged windows pass the event on
     auto* button = new wxsButton(nested, wxID_ANY, "Button");
-    auto* check = new wxsCheckBox(deep, wxID_ANY, "Check");
+    auto* off = new wxsPanel(root);
+    EXPECT_COLOUR(deep->GetForegroundColour(), Rgb(235, 235, 235));
+    EXPECT_COLOUR(deep->GetBackgroundColour(), Rgb(72, 72, 72));
     nested->SetBackgroundSlot(color_Header, 5);
-    nested->RefreshColors();
-    EventCounter seen(check, wxEVT_SYS_COLOUR_CHANGED);
-
-    Light();
+    off->Enable(false); // enabling alone does not recolour; the next change does
+    EXPECT_COLOUR(off->GetBackgroundColour(), Rgb(72, 72, 72));
+    off->RefreshColors();
+    EXPECT_COLOUR(off->GetForegroundColour(), Rgb(160, 170, 190)); // "TextGray"
+    EXPECT_COLOUR(off->GetBackgroundColour(), Rgb(142, 142, 142)); // 92 + 50
+    Lighter();
     wxSysColourChangedEvent event;
     event.SetEventObject(TopWindow());
     TopWindow()->GetEventHandler()->ProcessEvent(event);
-
-    EXPECT_EQ(seen.GetCount(), 1);
-    EXPECT_COLOUR(root->GetBackgroundColour(), Rgb(185, 185, 185));
-    EXPECT_COLOUR(nested->GetBackgroundColour(), Rgb(173, 173, 173)); // Header + 5
-    EXPECT_COLOUR(deep->GetBackgroundColour(), Rgb(185, 185, 185));
-    EXPECT_COLOUR(text->GetForegroundColour(), Rgb(52, 52, 52));
-    EXPECT_COLOUR(button->GetBackgroundColour(), Rgb(155, 155, 155)); // its own role
-    EXPECT_COLOUR(check->GetBackgroundColour(), Rgb(185, 185, 185));
-
-    // A slot left unset by a bad custom file resets the window to its default colour.
-    wxsSetColor(color_Text, wxColour());
-    root->RefreshColors();
-    EXPECT_TRUE(root->GetForegroundColour().IsOk());
-    EXPECT_NE(Describe(root->GetForegroundColour()), Describe(Rgb(52, 52, 52)));
+    EXPECT_COLOUR(off->GetBackgroundColour(), Rgb(255, 255, 255)); // clamped
+    EXPECT_COLOUR(root->GetBackgroundColour(), Rgb(233, 233, 233));
+    EXPECT_COLOUR(nested->GetBackgroundColour(), Rgb(216, 216, 216)); // Header + 5
+    EXPECT_COLOUR(deep->GetForegroundColour(), Rgb(10, 10, 10));
+    EXPECT_COLOUR(button->GetBackgroundColour(), Rgb(200, 200, 200)); // its own role
 }
 
 // ---- drawing helpers ----
@@ -413,50 +285,32 @@ wxColour Step(float t) { // the colour of a step with weight t on `second`
 } // namespace
 
 TEST_F(ColorsDrawing, GradedRectangleStepsShrinkFromTheGradedEdge) {
-    // gradeBottom, height 10: five rectangles of heights 10..6 from the same top, so each
+    // Height 10: five rectangles of heights 10..6 from the same top (bottom graded), so each
     // row shows the last step that still reached it.
-    wxImage img = Graded(10, 1.0f, true, false);
-    const float weights[10] = {.2f, .2f, .2f, .2f, .2f, .2f, .4f, .6f, .8f, 1.f};
-    for (int row = 0; row < 10; ++row) {
-        EXPECT_TRUE(RegionNear(img, wxRect(1, 2 + row, 10, 1), Step(weights[row])))
-            << "row " << row;
-    }
-    // Nothing outside the rectangle.
-    EXPECT_EQ(CountPixels(img, wxRect(0, 0, 12, 14), *wxWHITE), 12 * 14 - 10 * 10);
-
-    img = Graded(10, 1.0f, false, true); // mirrored
-    for (int row = 0; row < 10; ++row)
-        EXPECT_PIXEL(img, 5, 2 + row, Step(weights[9 - row])) << "row " << row;
-
-    img = Graded(10, 1.0f, true, true); // from both edges towards the middle
+    const float bottom[10] = {.2f, .2f, .2f, .2f, .2f, .2f, .4f, .6f, .8f, 1.f};
     const float both[10] = {1.f, .8f, .6f, .4f, .2f, .2f, .4f, .6f, .8f, 1.f};
-    for (int row = 0; row < 10; ++row)
-        EXPECT_PIXEL(img, 5, 2 + row, Step(both[row])) << "row " << row;
-}
+    const wxImage b = Graded(10, 1.0f, true, false), t = Graded(10, 1.0f, false, true),
+                  bt = Graded(10, 1.0f, true, true);
+    for (int row = 0; row < 10; ++row) {
+        EXPECT_TRUE(RegionNear(b, wxRect(1, 2 + row, 10, 1), Step(bottom[row]))) << row;
+        EXPECT_PIXEL(t, 5, 2 + row, Step(bottom[9 - row])) << row; // mirrored
+        EXPECT_PIXEL(bt, 5, 2 + row, Step(both[row])) << row;
+    }
+    EXPECT_EQ(CountPixels(b, wxRect(0, 0, 12, 14), *wxWHITE), 12 * 14 - 10 * 10);
 
-TEST_F(ColorsDrawing, GradedRectanglePowerFlatFillAndEmptyCases) {
     // power 2: the edge band narrows (0.8^2 = 0.64 next to the edge, 0.2^2 inside).
-    wxImage img = Graded(10, 2.0f, true, false);
-    EXPECT_PIXEL(img, 5, 10, Step(.64f));
-    EXPECT_PIXEL(img, 5, 3, Step(.04f));
-
-    // No flag: flat in `first`, whatever the height.
-    for (int h : {0, 1, 2, 10}) {
-        img = Graded(h, 3.0f, false, false);
-        EXPECT_TRUE(RegionNear(img, wxRect(1, 2, 10, h), k_First)) << h;
-        EXPECT_PIXEL(img, 5, 2 + h, *wxWHITE) << h;
+    const wxImage p = Graded(10, 2.0f, true, false);
+    EXPECT_PIXEL(p, 5, 10, Step(.64f));
+    EXPECT_PIXEL(p, 5, 3, Step(.04f));
+    // No flag: flat in `first`, whatever the height; height 1 with a flag: nothing.
+    for (int h : {1, 10}) {
+        EXPECT_TRUE(RegionNear(Graded(h, 3.0f, false, false), wxRect(1, 2, 10, h), k_First)) << h;
+        EXPECT_PIXEL(Graded(h, 3.0f, false, false), 5, 2 + h, *wxWHITE) << h;
     }
-    // n = h / 2 = 0: nothing at all.
-    for (bool bottom : {false, true}) {
-        img = Graded(1, 1.0f, bottom, !bottom);
-        EXPECT_EQ(CountPixels(img, wxRect(0, 0, 12, 14), *wxWHITE), 12 * 14);
-    }
-    // A single step (height 2 or 3) has weight 0: `first`.
-    img = Graded(3, 1.0f, true, false);
-    EXPECT_TRUE(RegionNear(img, wxRect(1, 2, 10, 3), k_First));
+    EXPECT_EQ(CountPixels(Graded(1, 1.0f, true, false), wxRect(0, 0, 12, 14), *wxWHITE), 12 * 14);
 }
 
-TEST_F(ColorsDrawing, DrawingHelpersRestoreTheDcsPenAndBrush) {
+TEST_F(ColorsDrawing, TheDrawingHelpersKeepTheDcsPenAndBrush) {
     RenderToImage(20, 20, [](wxDC& dc) {
         dc.SetPen(wxPen(Rgb(1, 2, 3), 3));
         dc.SetBrush(wxBrush(Rgb(4, 5, 6)));
@@ -464,213 +318,131 @@ TEST_F(ColorsDrawing, DrawingHelpersRestoreTheDcsPenAndBrush) {
         wxsRenderer renderer;
         renderer.DrawCheckBox(nullptr, dc, wxRect(0, 0, 13, 13), wxCONTROL_CHECKED);
         renderer.DrawRadioBitmap(nullptr, dc, wxRect(0, 0, 13, 13), 0);
-        renderer.DrawDropArrow(nullptr, dc, wxRect(0, 0, 20, 20), 0);
+        renderer.DrawComboBoxDropButton(nullptr, dc, wxRect(0, 0, 20, 20), 0);
+        renderer.DrawSplitterSash(nullptr, dc, wxSize(5, 5), 0, wxVERTICAL, 0);
         EXPECT_COLOUR(dc.GetPen().GetColour(), Rgb(1, 2, 3));
         EXPECT_EQ(dc.GetPen().GetWidth(), 3);
         EXPECT_COLOUR(dc.GetBrush().GetColour(), Rgb(4, 5, 6));
     });
 }
 
-TEST_F(ColorsDrawing, DrawCircleFillsThePieOfTheGivenAngles) {
-    const wxImage img = RenderToImage(42, 42, [](wxDC& dc) {
-        dc.SetPen(*wxTRANSPARENT_PEN);
-        dc.SetBrush(*wxBLACK_BRUSH);
-        DrawCircle(dc, wxRect(1, 1, 40, 40), 0, 360);
-        dc.SetBrush(*wxRED_BRUSH);
-        DrawCircle(dc, wxRect(1, 1, 40, 40), 80, 100); // a thin wedge pointing up
-    });
-    EXPECT_PIXEL(img, 21, 30, *wxBLACK);
-    EXPECT_PIXEL(img, 10, 21, *wxBLACK);
-    EXPECT_PIXEL(img, 21, 5, *wxRED);   // up is 90 degrees
-    EXPECT_PIXEL(img, 12, 5, *wxBLACK); // outside the wedge
-    EXPECT_PIXEL(img, 2, 2, *wxWHITE);  // outside the circle
-}
-
-// ---- the renderer, in every scheme ----
+// ---- the renderer (Dark scheme) ----
 
 namespace {
-// A background no control colour of any scheme comes near.
+// A background no control colour comes near.
 const wxColour k_Paper = Rgb(0, 128, 0);
-} // namespace
 
-class ColorsRenderer : public ColorsFixture, public ::testing::WithParamInterface<int> {
-protected:
-    void SetUp() override {
-        ColorsFixture::SetUp();
-        UseScheme(GetParam());
-    }
-    static wxColour C(const String& slot) { return wxsGetColor(slot); }
-    wxsRenderer m_Renderer;
-};
-
-INSTANTIATE_TEST_SUITE_P(AllSchemes, ColorsRenderer, ::testing::Values(1, 2, 3, 4, 5), SchemeName);
-
-namespace {
-// Probes of a check box drawn at (0, 0, 13, 13): the border ring, the outer bevel (upper-left
-// edges, lower-right fill), the inner bevel (half-and-half mixes with the face), the face.
-void ExpectCheckBox(const wxImage& img, const wxColour& border, const wxColour& face,
-                    const wxColour& ul, const wxColour& lr) {
-    auto half = [](const wxColour& a, const wxColour& b) {
-        return Rgb((a.Red() + b.Red()) / 2, (a.Green() + b.Green()) / 2, (a.Blue() + b.Blue()) / 2);
-    };
-    EXPECT_PIXEL(img, 0, 0, border);
-    EXPECT_PIXEL(img, 12, 6, border);
-    EXPECT_PIXEL(img, 1, 6, ul);
-    EXPECT_PIXEL(img, 11, 1, ul); // the top row runs to the right end
-    EXPECT_PIXEL(img, 6, 11, lr);
-    EXPECT_PIXEL(img, 6, 2, half(ul, face));
-    EXPECT_PIXEL(img, 10, 6, half(lr, face));
-    EXPECT_TRUE(RegionNear(img, wxRect(3, 3, 7, 7), face));
-    EXPECT_PIXEL(img, 13, 13, k_Paper);
+template <class Draw>
+wxImage Rendered(int w, int h, Draw draw) {
+    wxsRenderer renderer;
+    return RenderToImage(
+        w, h, [&](wxDC& dc) { draw(renderer, dc); }, k_Paper);
 }
 } // namespace
 
-TEST_P(ColorsRenderer, CheckBoxBevelInEveryState) {
-    auto draw = [this](int flags) {
-        return RenderToImage(
-            16, 16,
-            [&](wxDC& dc) {
-                m_Renderer.DrawCheckBox(TopWindow(), dc, wxRect(0, 0, 13, 13), flags);
-            },
-            k_Paper);
+TEST_F(ColorsDrawing, CheckBoxBevelInEveryState) {
+    // Drawn at (0, 0, 13, 13): border ring, outer bevel (upper-left edges over the lower-right
+    // fill), inner bevel (each edge mixed half and half with the face), then the face.
+    const struct {
+        int flags;
+        unsigned border, upperLeft, lowerRight, innerUL, innerLR, face;
+    } cases[] = {
+        {0, 0x383838, 0xA5A5A5, 0x454545, 0x888888, 0x585858, 0x6C6C6C},
+        {wxCONTROL_CHECKED, 0x383838, 0x454545, 0xA5A5A5, 0x95743A, 0xC5A46A, 0xE6A330},
+        {wxCONTROL_FOCUSED, 0x515151, 0xBEBEBE, 0x5E5E5E, 0xA1A1A1, 0x717171, 0x858585},
+        {wxCONTROL_CURRENT | wxCONTROL_CHECKED, 0x515151, 0x5E5E5E, 0xBEBEBE, 0xAE8D53, 0xDEBD83,
+         0xFFBC49},
+        {wxCONTROL_DISABLED | wxCONTROL_FOCUSED | wxCONTROL_CHECKED, 0x606060, 0x696969, 0xADADAD,
+         0xA18A62, 0xC3AC84, 0xDAAB5B}, // disabled wins
     };
-    const wxColour border = C(color_WindowBGDarker), face = C(color_ButtonFace),
-                   sel = C(color_Selected), light = C(color_3DLight), dark = C(color_3DDark);
-    {
-        SCOPED_TRACE("unchecked: raised");
-        ExpectCheckBox(draw(0), border, face, light, dark);
-    }
-    {
-        SCOPED_TRACE("checked: sunken, Selected face");
-        ExpectCheckBox(draw(wxCONTROL_CHECKED), border, sel, dark, light);
-    }
-    {
-        SCOPED_TRACE("disabled");
-        ExpectCheckBox(draw(wxCONTROL_DISABLED), Disabled(border), Disabled(face), Disabled(light),
-                       Disabled(dark));
-    }
-    {
-        SCOPED_TRACE("disabled and focused: disabled wins");
-        ExpectCheckBox(draw(wxCONTROL_DISABLED | wxCONTROL_FOCUSED | wxCONTROL_CHECKED),
-                       Disabled(border), Disabled(sel), Disabled(dark), Disabled(light));
-    }
-    for (int flag : {wxCONTROL_FOCUSED, wxCONTROL_CURRENT}) {
-        SCOPED_TRACE(flag == wxCONTROL_FOCUSED ? "focused" : "hovered");
-        ExpectCheckBox(draw(flag), Hilight(border), Hilight(face), Hilight(light), Hilight(dark));
-        ExpectCheckBox(draw(flag | wxCONTROL_CHECKED), Hilight(border), Hilight(sel), Hilight(dark),
-                       Hilight(light));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "flags " << c.flags);
+        const wxImage img = Rendered(16, 16, [&](wxsRenderer& r, wxDC& dc) {
+            r.DrawCheckBox(TopWindow(), dc, wxRect(0, 0, 13, 13), c.flags);
+        });
+        EXPECT_PIXEL(img, 0, 0, Hex(c.border));
+        EXPECT_PIXEL(img, 12, 6, Hex(c.border));
+        EXPECT_PIXEL(img, 1, 6, Hex(c.upperLeft));
+        EXPECT_PIXEL(img, 11, 1, Hex(c.upperLeft)); // the top row runs to the right end
+        EXPECT_PIXEL(img, 6, 11, Hex(c.lowerRight));
+        EXPECT_PIXEL(img, 6, 2, Hex(c.innerUL));
+        EXPECT_PIXEL(img, 10, 6, Hex(c.innerLR));
+        EXPECT_TRUE(RegionNear(img, wxRect(3, 3, 7, 7), Hex(c.face)));
+        EXPECT_PIXEL(img, 13, 13, k_Paper);
     }
 }
 
-TEST_P(ColorsRenderer, RadioButtonDiscs) {
-    // A big button, so that one-pixel rings are wide enough to probe on the axes: 180 and 90
-    // degrees lie in the light upper-left half, 0 and 270 in the shade.
-    auto draw = [this](int flags) {
-        return RenderToImage(
-            44, 44,
-            [&](wxDC& dc) {
-                m_Renderer.DrawRadioBitmap(TopWindow(), dc, wxRect(0, 0, 41, 41), flags);
-            },
-            k_Paper);
+TEST_F(ColorsDrawing, RadioButtonDiscsInEveryState) {
+    // A big button, so that the one-pixel rings can be probed on the axes: 180 and 90 degrees
+    // lie in the light upper-left half, 0 and 270 in the shade. Rings from the rim inwards:
+    // outer, light/shade, both mixed 0.33 towards the face, both mixed 0.67, the face.
+    const struct {
+        int flags;
+        unsigned outer, light, shade, light2, shade2, light3, shade3, face;
+    } cases[] = {
+        {0, 0x383838, 0xA5A5A5, 0x454545, 0x929292, 0x515151, 0x7E7E7E, 0x5F5F5F, 0x6C6C6C},
+        {wxCONTROL_CHECKED, 0x383838, 0x454545, 0xA5A5A5, 0x7A643E, 0xBAA47E, 0xB08336, 0xD0A356,
+         0xE6A330},
+        {wxCONTROL_FOCUSED, 0x484848, 0xBEBEBE, 0x5E5E5E, 0xA2A2A2, 0x626262, 0x878787, 0x676767,
+         0x6C6C6C},
+        {wxCONTROL_CURRENT, 0x515151, 0xA5A5A5, 0x454545, 0x9A9A9A, 0x5A5A5A, 0x8F8F8F, 0x6F6F6F,
+         0x858585},
+        {wxCONTROL_DISABLED | wxCONTROL_FOCUSED, 0x484848, 0xC6C6C6, 0x828282, 0xB0B0B0, 0x828282,
+         0x9A9A9A, 0x848484, 0x858585}, // both, disabled first
     };
-    auto weighted = [](const wxColour& c, double wc, const wxColour& f, double wf) {
-        return Rgb(int(c.Red() * wc + f.Red() * wf), int(c.Green() * wc + f.Green() * wf),
-                   int(c.Blue() * wc + f.Blue() * wf));
-    };
-    auto expectDisc = [&](const wxImage& img, const wxColour& outer, const wxColour& face,
-                          const wxColour& shade, const wxColour& light) {
-        const int tol = 6; // the rim pixels are anti-aliased
-        EXPECT_TRUE(PixelNear(img, 0, 21, outer, tol));
-        EXPECT_TRUE(PixelNear(img, 21, 1, light, tol));
-        EXPECT_TRUE(PixelNear(img, 40, 21, shade, tol));
-        EXPECT_TRUE(PixelNear(img, 2, 21, weighted(light, 1 - 0.33, face, 0.33), tol));
-        EXPECT_TRUE(PixelNear(img, 39, 21, weighted(shade, 1 - 0.33, face, 0.33), tol));
-        EXPECT_TRUE(PixelNear(img, 3, 21, weighted(light, 0.33, face, 0.67), tol));
-        EXPECT_TRUE(PixelNear(img, 21, 38, weighted(shade, 0.33, face, 0.67), tol));
-        EXPECT_TRUE(RegionNear(img, wxRect(10, 10, 22, 22), face));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "flags " << c.flags);
+        const wxImage img = Rendered(44, 44, [&](wxsRenderer& r, wxDC& dc) {
+            r.DrawRadioBitmap(TopWindow(), dc, wxRect(0, 0, 41, 41), c.flags);
+        });
+        const int tol = 6; // the rims are anti-aliased
+        EXPECT_TRUE(PixelNear(img, 0, 21, Hex(c.outer), tol));
+        EXPECT_TRUE(PixelNear(img, 21, 1, Hex(c.light), tol));
+        EXPECT_TRUE(PixelNear(img, 40, 21, Hex(c.shade), tol));
+        EXPECT_TRUE(PixelNear(img, 2, 21, Hex(c.light2), tol));
+        EXPECT_TRUE(PixelNear(img, 39, 21, Hex(c.shade2), tol));
+        EXPECT_TRUE(PixelNear(img, 3, 21, Hex(c.light3), tol));
+        EXPECT_TRUE(PixelNear(img, 21, 38, Hex(c.shade3), tol));
+        EXPECT_TRUE(RegionNear(img, wxRect(10, 10, 22, 22), Hex(c.face)));
         EXPECT_PIXEL(img, 1, 1, k_Paper); // outside the disc
-    };
-    const wxColour outer = C(color_WindowBGDarker), face = C(color_ButtonFace),
-                   sel = C(color_Selected), light = C(color_3DLight), dark = C(color_3DDark);
-    {
-        SCOPED_TRACE("unchecked");
-        expectDisc(draw(0), outer, face, dark, light);
-    }
-    {
-        SCOPED_TRACE("checked: light and shade swap");
-        expectDisc(draw(wxCONTROL_CHECKED), outer, sel, light, dark);
-    }
-    {
-        SCOPED_TRACE("disabled");
-        expectDisc(draw(wxCONTROL_DISABLED), Disabled(outer), Disabled(face), Disabled(dark),
-                   Disabled(light));
-    }
-    {
-        SCOPED_TRACE("focused: lit rings, WindowBG rim");
-        expectDisc(draw(wxCONTROL_FOCUSED), C(color_WindowBG), face, Hilight(dark), Hilight(light));
-    }
-    {
-        SCOPED_TRACE("hovered: lit face and rim");
-        expectDisc(draw(wxCONTROL_CURRENT), Hilight(outer), Hilight(face), dark, light);
-    }
-    {
-        SCOPED_TRACE("disabled and focused: both, disabled first");
-        expectDisc(draw(wxCONTROL_DISABLED | wxCONTROL_FOCUSED), C(color_WindowBG), Disabled(face),
-                   Hilight(Disabled(dark)), Hilight(Disabled(light)));
     }
 }
 
-TEST_P(ColorsRenderer, DropArrowSitsAtTheRightOfItsRectangle) {
+TEST_F(ColorsDrawing, DropArrowSplitterSashAndBorder) {
     // Rectangle (0, 0, 40, 24) shrinks to (2, 6, 36, 12): the triangle (29, 6), (37, 6),
-    // (33, 17) points down at the right end.
-    const wxColour text = C(color_ButtonText), face = C(color_ButtonFace);
-    const wxImage arrow = RenderToImage(
-        44, 26,
-        [&](wxDC& dc) { m_Renderer.DrawDropArrow(TopWindow(), dc, wxRect(0, 0, 40, 24), 0); },
-        k_Paper);
-    EXPECT_TRUE(RegionNear(arrow, wxRect(31, 7, 5, 3), text));
-    EXPECT_PIXEL(arrow, 33, 14, text);
-    EXPECT_PIXEL(arrow, 33, 20, k_Paper); // below the tip
-    EXPECT_PIXEL(arrow, 33, 3, k_Paper);  // above the top edge
-    EXPECT_GT(CountPixels(arrow, wxRect(28, 5, 11, 14), text, 8), 30);
-    EXPECT_EQ(CountPixels(arrow, wxRect(0, 0, 27, 26), text, 60), 0);
+    // (33, 17) points down at the right end, in "ButtonText" over the "ButtonFace" button.
+    const wxColour text = Rgb(255, 255, 255), face = Rgb(108, 108, 108);
+    for (bool button : {false, true}) {
+        const wxImage img = Rendered(44, 26, [&](wxsRenderer& r, wxDC& dc) {
+            if (button)
+                r.DrawComboBoxDropButton(TopWindow(), dc, wxRect(0, 0, 40, 24), 0);
+            else
+                r.DrawDropArrow(TopWindow(), dc, wxRect(0, 0, 40, 24), 0);
+        });
+        const wxColour around = button ? face : k_Paper;
+        EXPECT_TRUE(RegionNear(img, wxRect(31, 7, 5, 3), text)) << button;
+        EXPECT_PIXEL(img, 33, 14, text);
+        EXPECT_PIXEL(img, 33, 20, around); // below the tip
+        EXPECT_PIXEL(img, 33, 3, around);  // above the top edge
+        EXPECT_TRUE(RegionNear(img, wxRect(0, 0, 27, 24), around));
+        EXPECT_PIXEL(img, 41, 24, k_Paper);
+    }
 
-    // The drop button: the face, then the same arrow over it.
-    const wxImage button = RenderToImage(
-        44, 26,
-        [&](wxDC& dc) {
-            m_Renderer.DrawComboBoxDropButton(TopWindow(), dc, wxRect(0, 0, 40, 24), 0);
-        },
-        k_Paper);
-    EXPECT_TRUE(RegionNear(button, wxRect(0, 0, 27, 24), face));
-    EXPECT_TRUE(RegionNear(button, wxRect(31, 7, 5, 3), text));
-    EXPECT_PIXEL(button, 41, 24, k_Paper);
-}
-
-TEST_P(ColorsRenderer, SplitterSashCoversTheWholeAreaAndTheBorderNothing) {
-    const wxImage img = RenderToImage(
-        50, 40,
-        [&](wxDC& dc) {
-            m_Renderer.DrawSplitterBorder(TopWindow(), dc, wxRect(0, 0, 50, 40), 0);
-            m_Renderer.DrawSplitterSash(TopWindow(), dc, wxSize(45, 33), 20, wxVERTICAL, 0);
-        },
-        k_Paper);
-    EXPECT_TRUE(RegionNear(img, wxRect(0, 0, 45, 33), C(color_ButtonFace)));
-    EXPECT_PIXEL(img, 45, 10, k_Paper);
-    EXPECT_PIXEL(img, 10, 33, k_Paper);
-
-    const wxSplitterRenderParams params = m_Renderer.GetSplitterParams(TopWindow());
+    const wxImage sash = Rendered(50, 40, [&](wxsRenderer& r, wxDC& dc) {
+        r.DrawSplitterBorder(TopWindow(), dc, wxRect(0, 0, 50, 40), 0);
+        r.DrawSplitterSash(TopWindow(), dc, wxSize(45, 33), 20, wxVERTICAL, 0);
+    });
+    EXPECT_TRUE(RegionNear(sash, wxRect(0, 0, 45, 33), face));
+    EXPECT_PIXEL(sash, 45, 10, k_Paper);
+    EXPECT_PIXEL(sash, 10, 33, k_Paper);
+    wxsRenderer renderer;
+    const wxSplitterRenderParams params = renderer.GetSplitterParams(TopWindow());
     EXPECT_EQ(params.widthSash, 5);
     EXPECT_EQ(params.border, 0);
     EXPECT_TRUE(params.isHotSensitive);
-    EXPECT_TRUE(wxRendererVersion::IsCompatible(m_Renderer.GetVersion()));
-}
-
-TEST_F(ColorsManaged, SplitterWindowPaintsItsSashThroughTheApplicationRenderer) {
-    // The toolkit's own splitter asks the application renderer for its sash width.
-    ScopedRenderer renderer;
-    auto* splitter = new wxSplitterWindow(TopWindow(), wxID_ANY, wxPoint(0, 0), wxSize(300, 200),
-                                          wxSP_3D | wxSP_LIVE_UPDATE);
+    EXPECT_TRUE(wxRendererVersion::IsCompatible(renderer.GetVersion()));
+    ScopedRenderer app; // the toolkit's own splitter asks the application renderer
+    auto* splitter = new wxSplitterWindow(TopWindow(), wxID_ANY);
     splitter->SplitVertically(new wxsPanel(splitter), new wxsPanel(splitter), 100);
     EXPECT_EQ(splitter->GetSashSize(), 5);
 }
