@@ -25,13 +25,7 @@ public:
         // OnInit leaves the previous log target alone (a program starts once); the tests
         // start many times, so they clear it themselves.
         delete wxLog::SetActiveTarget(nullptr);
-        m_Args.assign(args.begin(), args.end());
-        m_ArgPtrs.clear();
-        for (auto& a : m_Args)
-            m_ArgPtrs.push_back(&a[0]);
-        m_ArgPtrs.push_back(nullptr);
-        argc = (int)args.size();
-        argv.Init(argc, m_ArgPtrs.data());
+        SetArguments(args);
         return wxTaviroApp::OnInit();
     }
     bool Startup(CommandLine& commandLine) override {
@@ -58,8 +52,6 @@ public:
     bool m_ExceptionsRecoverable = true;
 
 private:
-    std::vector<std::string> m_Args;
-    std::vector<char*> m_ArgPtrs;
 };
 
 inline TestTaviroApp& App() {

@@ -307,12 +307,16 @@ TEST_F(AppTest, MasterErrorsAreShownAndAnsweredFalse) {
     DialogRecorder dialogs;
     EXPECT_FALSE(App().RequestHasFailed("disk full"));
     ASSERT_EQ(dialogs.m_Shown.size(), 1u);
-    EXPECT_EQ(dialogs.m_Shown[0].title, "RequestFailed");
+    EXPECT_EQ(dialogs.m_Shown[0].title, wxFromString(App().GetName())); // the program's name
     EXPECT_EQ(dialogs.m_Shown[0].message, "Master reports error:\ndisk full");
     // Reported from another thread: shown later on the GUI thread.
     std::thread([] { App().RequestHasFailed("later"); }).join();
     EXPECT_TRUE(WaitFor([&] { return dialogs.m_Shown.size() == 2; }));
     EXPECT_EQ(dialogs.m_Shown[1].message, "Master reports error:\nlater");
+    // "RequestFailed" is the key under which the user silences these boxes.
+    App().GetOptions()->SetValue("Confirm", "RequestFailed", "1");
+    EXPECT_FALSE(App().RequestHasFailed("silenced"));
+    EXPECT_EQ(dialogs.m_Shown.size(), 2u);
 }
 
 } // namespace

@@ -48,24 +48,6 @@ TEST_F(AppTest, WindowMenuGroupsByLabelInRegistrationOrder) {
     EXPECT_EQ(menu->FindItem(24102)->GetHelp(), "Center all open windows over the main window");
 }
 
-TEST_F(AppTest, TheMenuCommandsReachTheRegistryThroughTheTopWindow) {
-    // The registry binds its commands on the top window when it makes its first menu: only a
-    // fresh process shows that (where the harness gives no top window: make one).
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            auto* top = new RaiseFrame("Main", wxSize(640, 480));
-            App().SetTopWindow(top);
-            auto* small = new RaiseFrame("Small", wxSize(200, 150));
-            wxOpenUserWindow(small, "");
-            wxGetOpenWindowMenu();
-            wxCommandEvent collect(wxEVT_MENU, wxID_OPENWIN_COLLECTALL);
-            top->GetEventHandler()->ProcessEvent(collect);
-            std::_Exit(small->GetSize() == wxSize(320, 240) ? 0 : 1); // half the top window
-        },
-        ::testing::ExitedWithCode(0), "");
-}
-
 TEST_F(AppTest, OnlyAHundredWindowsAreListed) {
     std::vector<wxFrame*> windows;
     for (int i = 0; i < 101; ++i) {
