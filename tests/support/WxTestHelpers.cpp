@@ -34,12 +34,6 @@ bool WaitFor(const std::function<bool()>& pred, int timeoutMs) {
     }
 }
 
-bool HasWindowManager() {
-    // A bare Xvfb has none; a developer's desktop or a CI with a WM can say so.
-    const char* wm = getenv("TAVIRO_TEST_WM");
-    return wm && *wm == '1';
-}
-
 EventCounter::EventCounter(wxEvtHandler* handler, wxEventType type)
     : m_Handler(handler), m_Type(type) {
     m_Handler->Bind(m_Type, &EventCounter::OnEvent, this);

@@ -22,9 +22,6 @@ bool WaitFor(const std::function<bool()>& pred, int timeoutMs = 10000);
 // Pumps events for a moment; for settling after Show/Refresh, never for timing.
 void PumpEvents(int rounds = 3);
 
-// Whether a window manager runs (activation and iconizing need one; plain Xvfb has none).
-bool HasWindowManager();
-
 // Counts events of one type reaching a handler; the events are skipped, so the default
 // handling still runs.
 class EventCounter {
