@@ -39,6 +39,8 @@ TEST(String, FindNoCase) {
     EXPECT_EQ(String("xxxab").FindNoCase("AB"), 3u); // at the very end
     // A failed candidate must not hide a later one, with either case of the first byte.
     EXPECT_EQ(String("xAyaz").FindNoCase("az"), 3u);
+    EXPECT_EQ(String("xAZaz").FindNoCase("az"), 1u); // the earlier candidate, whatever its case
+    EXPECT_EQ(String("aAb").FindNoCase("ab"), 1u);   // the next byte may start the match
     EXPECT_EQ(String("12312345").FindNoCase("1234"), 3u);
     const String text("abcABC");
     EXPECT_EQ(text.FindNoCase("abc", 1), 3u);
@@ -82,6 +84,9 @@ TEST(String, ConversionsNeedTheWholeTextAndRejectOverflow) {
     EXPECT_EQ(String("-2147483648").ToInt(-1, &ok), INT_MIN);
     EXPECT_EQ(String("9000000000").ToLong(0, &ok), 9000000000L);
     EXPECT_TRUE(ok);
+    EXPECT_EQ(String("99999999999999999999").ToLong(0, &ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(String("az_AZ").Upper(), "AZ_AZ");
     EXPECT_DOUBLE_EQ(String(" -1e3 ").ToDouble(0, &ok), -1000.0);
     EXPECT_DOUBLE_EQ(String("1e999").ToDouble(9.0, &ok), 9.0);
     EXPECT_FALSE(ok);
@@ -129,6 +134,7 @@ TEST(StringTokenizer, QuotesAndEscapes) {
     EXPECT_EQ(Tokens("\"in \\\" quote\"", ","), (Strings{"in \" quote"}));
     // An unclosed quote runs to the end.
     EXPECT_EQ(Tokens("a,\"b,c", ","), (Strings{"a", "b,c"}));
+    EXPECT_EQ(Tokens("a\\", ","), (Strings{"a\\"})); // a trailing escape stays itself
     // Other quote and escape characters.
     EXPECT_EQ(StringTokenizer("'a b' c", " ", false, '\'', '%').GetTokens(), (Strings{"a b", "c"}));
     EXPECT_EQ(StringTokenizer("a% b c", " ", false, '\'', '%').GetTokens(), (Strings{"a b", "c"}));
