@@ -89,6 +89,19 @@ int Crash(const char* logFile) {
     return 0;
 }
 
+// An object still registered when the program ends is cleaned up on the way out.
+int ExitWithLibStatic() {
+    struct _Late : LibStatic {
+        _Late() : LibStatic("child") {}
+        void OnLibCleanup() override {
+            printf("cleaned\n");
+            delete this;
+        }
+    };
+    new _Late;
+    return 0;
+}
+
 int WaitForSignal() {
     Executable exe(nullptr);
     Executable::SetCurrent(&exe);
@@ -112,5 +125,6 @@ int main(int argc, char** argv) {
     if (mode == "listen" && argc > 2) return Listen(argv[2]);
     if (mode == "crash" && argc > 2) return Crash(argv[2]);
     if (mode == "signal") return WaitForSignal();
+    if (mode == "exit") return ExitWithLibStatic();
     return 2;
 }

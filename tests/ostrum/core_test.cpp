@@ -3,6 +3,7 @@
 
 #include <ostrum/CommandLine.h>
 #include <ostrum/Exception.h>
+#include <ostrum/Executable.h>
 #include <ostrum/File.h>
 #include <ostrum/LibStatic.h>
 #include <ostrum/Lock.h>
@@ -45,7 +46,7 @@ TEST(UID, GeneratedTextFormAndBadText) {
     for (const String text :
          {"", "00010203-0405-0607-0809-abcdef10fef", "00010203-0405-0607-0809-abcdef10feff0",
           "0001020304050607-0809-abcdef10feff-", "00010203-0405-0607-0809-abcdef10fefg",
-          "{00010203-0405-0607-0809-abcdef10feff"}) {
+          "{00010203-0405-0607-0809-abcdef10feff0", "00010203-0405-0607-0809+abcdef10feff"}) {
         EXPECT_TRUE(UID(text, false).IsNull()) << text;
         auto e = CatchException([&] { UID u(text, true); });
         ASSERT_TRUE(e) << text;
@@ -84,6 +85,9 @@ TEST(Time, FormatDuration) {
     EXPECT_EQ(fmt(2 * 3600 * kSec, 2, Time::k_Second, Time::k_Hour, true, 7, '_', 3600 * kSec),
               "___> 1h");
     EXPECT_EQ(fmt(3600 * kSec, 2, Time::k_Second, Time::k_Hour, true, 0, ' ', 3600 * kSec), "1h");
+    EXPECT_EQ(fmt(-2 * 3600 * kSec, 2, Time::k_Second, Time::k_Hour, true, 0, ' ', 3600 * kSec),
+              "< -1h");
+    EXPECT_EQ(fmt(90 * kSec, 0, Time::k_Minute, Time::k_Second), "1m"); // bounds, parts clamped
 }
 
 // ---- CommandLine ----
@@ -179,8 +183,10 @@ auto OnOtherThread(F f) -> decltype(f()) {
 TEST(Mutex, IsRecursiveAndKnowsItsOwner) {
     Mutex m;
     m.Lock();
+    EXPECT_TRUE(m.IsLockedByCurrentThread());
     EXPECT_TRUE(m.TryLock()); // the owner may enter again
     EXPECT_FALSE(OnOtherThread([&] { return m.TryLock() || m.IsLockedByCurrentThread(); }));
+    EXPECT_EQ(OnOtherThread([&] { return m.EntryCount(); }), 0u);
     m.Unlock();
     EXPECT_FALSE(OnOtherThread([&] { return m.TryLock(); })); // still held once
     m.Unlock();
@@ -195,14 +201,23 @@ TEST(Mutex, IsRecursiveAndKnowsItsOwner) {
 TEST(RWLock, WriterMayReenterAndWaitsForEveryReadEntry) {
     RWLock l;
     l.WriteLock();
+    std::atomic<bool> reading{false};
+    std::thread reader([&] {
+        RWLock::ReadGuard g(l);
+        reading = true;
+    });
     l.ReadLock();
     l.WriteLock();
     EXPECT_FALSE(OnOtherThread([&] { return l.IsWriteLockedByCurrentThread(); }));
     l.WriteUnlock();
     l.ReadUnlock();
     EXPECT_TRUE(l.IsWriteLockedByCurrentThread());
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_FALSE(reading.load()); // another thread's reader waits for the writer
     l.WriteUnlock();
     EXPECT_FALSE(l.IsWriteLockedByCurrentThread());
+    EXPECT_TRUE(WaitUntil([&] { return reading.load(); }));
+    reader.join();
 
     l.ReadLock();
     l.ReadLock(); // a reader may read again, and readers share
@@ -226,8 +241,14 @@ TEST(Log, WritesRecordsAtOrBelowTheLevelAndAppends) {
     const String path = Home() + "/logs/sub/farm.log";
     Log log;
     log.SetEchoLevel(-1);
+    log.SetLevel(LL_Debug);
+    log.Write(LL_Debug, "early"); // kept until the first Open
     log.SetLevel(LL_Warning);
     log.Open(path); // creates the folders
+    const int fd = log.GetFd();
+    log.Open(path);
+    log.Open(path); // each Open closes the replaced file: the lowest free number comes back
+    EXPECT_EQ(log.GetFd(), fd);
     log.Write(LL_Error, "first");
     log.Write(LL_Debug, "dropped");
     EXPECT_TRUE(CatchException([&] { log.Open(path + "/not-a-folder/x.log"); }));
@@ -239,10 +260,27 @@ TEST(Log, WritesRecordsAtOrBelowTheLevelAndAppends) {
     log.Close();
     // One line per record, in order, each with its level name and its text.
     const Strings lines = StringTokenizer(File::ReadAll(path), "\n", true).GetTokens();
-    ASSERT_EQ(lines.size(), 3u);
-    const char* expected[][2] = {{"ERROR", "first"}, {"WARNING", "second"}, {"FATAL", "appended"}};
-    for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(lines.size(), 4u);
+    const char* expected[][2] = {
+        {"DEBUG", "early"}, {"ERROR", "first"}, {"WARNING", "second"}, {"FATAL", "appended"}};
+    for (int i = 0; i < 4; ++i) {
         EXPECT_NE(lines[i].find(expected[i][0]), String::npos) << lines[i];
         EXPECT_NE(lines[i].find(expected[i][1]), String::npos) << lines[i];
     }
+}
+
+// ---- Executable ----
+
+TEST(Executable, StopWakesTheWaiterAndADeadExecutableIsNoLongerCurrent) {
+    {
+        Executable exe(nullptr);
+        Executable::SetCurrent(&exe);
+        std::atomic<bool> woke{false};
+        std::thread waiter([&] { woke = exe.WaitForStop(20000); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(30)); // let it wait first
+        exe.Signal(0);
+        EXPECT_TRUE(WaitUntil([&] { return woke.load(); })); // long before its own time-out
+        waiter.join();
+    }
+    EXPECT_EQ(Executable::GetCurrent(), nullptr);
 }

@@ -139,7 +139,18 @@ TEST(Process, CrashWritesTheCallTraceIntoTheLog) {
     EXPECT_NE(outer, String::npos) << text;
     EXPECT_NE(inner, String::npos) << text;
     EXPECT_LT(outer, inner); // innermost last
-    EXPECT_NE(text.find("child_main.cpp:"), String::npos) << text;
+    // The file and line written for the outer entry are where its CALL_ENTRY stands.
+    const size_t start = outer + strlen("#0 Outer::Method ("), colon = text.find(':', start);
+    const String source = File::ReadAll(text.substr(start, colon - start));
+    const std::vector<String> lines = StringTokenizer(source, "\n", false, 0, 0).GetTokens();
+    const long line = text.substr(colon + 1, text.find(')', colon) - colon - 1).ToLong(0);
+    ASSERT_TRUE(line > 0 && line <= (long)lines.size()) << text;
+    EXPECT_NE(lines[line - 1].find("CALL_ENTRY(\"Outer::Method\")"), String::npos) << text;
+}
+
+TEST(Process, LibraryObjectsAreCleanedUpAtExit) {
+    _Child child({"exit"});
+    EXPECT_EQ(child.ReadLine(), "cleaned");
 }
 
 #if defined(__SANITIZE_THREAD__)

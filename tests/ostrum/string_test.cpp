@@ -19,6 +19,8 @@ TEST(String, CaseInsensitiveCompareFindAndMapKeys) {
     EXPECT_EQ(sign(String("\xE4").CompareNoCase("z")), 1); // bytes are unsigned, not folded
     EXPECT_EQ(String("Hello World").FindNoCase("o w"), 4u);
     EXPECT_EQ(String("xAyaz").FindNoCase("az"), 3u); // a failed candidate hides no later one
+    EXPECT_EQ(String("xAZaz").FindNoCase("az"), 1u); // the earlier candidate, whatever its case
+    EXPECT_EQ(String("aAb").FindNoCase("ab"), 1u);   // the next byte may start the match
     EXPECT_EQ(String("12312345").FindNoCase("1234"), 3u);
     EXPECT_EQ(String("abcABC").FindNoCase("abc", 1), 3u);
     EXPECT_EQ(String("abcABC").FindNoCase("", 6), 6u);
@@ -40,6 +42,9 @@ TEST(String, ConversionsNeedTheWholeTextAndRejectOverflow) {
     }
     EXPECT_EQ(String("-2147483648").ToInt(-1, &ok), INT_MIN);
     EXPECT_EQ(String("9000000000").ToLong(0, &ok), 9000000000L);
+    EXPECT_EQ(String("99999999999999999999").ToLong(0, &ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(String("az_AZ").Upper(), "AZ_AZ");
     EXPECT_DOUBLE_EQ(String(" -1e3 ").ToDouble(0, &ok), -1000.0);
     EXPECT_DOUBLE_EQ(String("1e999").ToDouble(9.0, &ok), 9.0);
     EXPECT_FALSE(ok);
@@ -65,6 +70,7 @@ TEST(StringTokenizer, DelimitersQuotesEscapesAndJoin) {
     EXPECT_EQ(tokens("pre\"x,y\"post,z"), (Strings{"prex,ypost", "z"})); // quotes go
     EXPECT_EQ(tokens("a\\,b,back\\\\,\"in \\\" q\""), (Strings{"a,b", "back\\", "in \" q"}));
     EXPECT_EQ(tokens("a,\"b,c"), (Strings{"a", "b,c"})); // an unclosed quote runs to the end
+    EXPECT_EQ(tokens("a\\"), (Strings{"a\\"}));          // a trailing escape stays itself
     EXPECT_EQ(StringTokenizer("'a b' c% d", " ", false, '\'', '%').GetTokens(),
               (Strings{"a b", "c d"}));
     StringTokenizer t("x y", " ");

@@ -5,6 +5,7 @@
 #include <taviro/Job.h>
 #include <taviro/JobFactory.h>
 #include <taviro/SimulatedMaster.h>
+#include <taviro/ThreadPool.h>
 
 #include <ostrum/Exception.h>
 #include <ostrum/File.h>
@@ -13,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <set>
 #include <sys/stat.h>
@@ -374,4 +376,30 @@ TEST(FarmSchedule, Commands) {
         EXPECT_FALSE(s.ApplyCommand(id, "Pause", "", &error, out));
         EXPECT_FALSE(error.empty());
     }
+}
+
+// ---- Messages and the worker pool ----
+
+TEST(Messages, TypeNamesTellTheTypesApart) {
+    std::set<String> names{Message::TypeName((MessageType)0)};
+    for (MessageType t :
+         {k_MsgJobCreated, k_MsgJobChanged, k_MsgJobRemoved, k_MsgLogLine, k_MsgEngineLoad,
+          k_MsgShutdown, k_MsgJobBatch, k_MsgRequestFailed, k_MsgCustom})
+        names.insert(Message::TypeName(t));
+    EXPECT_EQ(names.size(), 10u); // nine names and the one for an unknown type
+}
+
+TEST(ThreadPool, StopRunsEverythingPostedBeforeIt) {
+    ASSERT_TRUE(ThreadPool::Start(0)); // one thread all the same
+    EXPECT_FALSE(ThreadPool::Start(2));
+    std::atomic<int> ran{0};
+    for (int i = 0; i < 50; ++i)
+        ThreadPool::Post([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            ++ran;
+        });
+    ThreadPool::Stop();
+    EXPECT_EQ(ran.load(), 50);
+    EXPECT_FALSE(ThreadPool::IsReady());
+    EXPECT_FALSE(ThreadPool::Post([] {}));
 }
