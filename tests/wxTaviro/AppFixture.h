@@ -72,7 +72,7 @@ protected:
     int Enter(wxDialog* dialog) override {
         Shown s;
         s.title = dialog->GetTitle();
-        if (auto* box = wxDynamicCast(dialog, wxMessageDialog))
+        if (auto* box = dynamic_cast<wxMessageDialog*>(dialog)) // wx RTTI: our dialogs have none
             s.message = box->GetMessage();
         else if (wxWindow* text = dialog->FindWindowByName("staticText")) // the library's own
             s.message = text->GetLabel();
