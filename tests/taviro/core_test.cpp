@@ -27,8 +27,6 @@ const char* const k_IdA = "11111111-2222-4333-8444-555555555501";
 const char* const k_IdB = "11111111-2222-4333-8444-555555555502";
 const char* const k_IdC = "11111111-2222-4333-8444-555555555503";
 const char* const k_FrameRender = "6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0a01";
-const char* const k_Script = "0b4f7c2e-93a1-4d3f-8e21-5a6b7c8d9e01";
-const char* const k_Shell = "3c9e8d7f-6a5b-4c3d-9e2f-1a0b9c8d7e01";
 
 using taviro_test::CatchException;
 using taviro_test::WriteText;
@@ -163,26 +161,6 @@ TEST(JobModules, LoadModulesFromFolders) {
 }
 
 // ---- command sub-items ----
-
-TEST(CommandItems, FixedItemsOfTheDemoModules) {
-    JobFactory::s_JobFactory.Clear();
-    LoadDemoModules();
-    const Job job(UID(true));
-    const auto& render = JobFactory::s_JobFactory.GetTypeInfo(UID(k_FrameRender, true), true);
-    ASSERT_NE(render.FindCommand("Priority"), nullptr);
-    EXPECT_EQ(render.FindCommand("Priority")->Itemize(job), "Low;Normal;High;DISABLED:Urgent");
-    EXPECT_EQ(render.FindCommand("Pause")->Itemize(job), "");
-
-    const auto& script = JobFactory::s_JobFactory.GetTypeInfo(UID(k_Script, true), true);
-    ASSERT_NE(script.FindCommand("Open Output"), nullptr);
-    EXPECT_EQ(Tokens(script.FindCommand("Open Output")->Itemize(job)),
-              (Strings{"report;final.txt", "log.txt", "DISABLED:core"}));
-
-    const auto& shell = JobFactory::s_JobFactory.GetTypeInfo(UID(k_Shell, true), true);
-    ASSERT_NE(shell.FindCommand("Run On"), nullptr);
-    EXPECT_EQ(Tokens(shell.FindCommand("Run On")->Itemize(job)),
-              (Strings{"render;gpu", "render;cpu", "archive"}));
-}
 
 TEST(CommandItems, ItemsFromAJobParameter) {
     CommandInfo c;
