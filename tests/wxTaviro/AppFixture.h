@@ -1,6 +1,5 @@
-// The application object of the application tests, a fixture that starts it (OnInit with a
-// farm-less command line in the test's own folder) and ends it (OnExit) around each test, and
-// the helpers those tests share.
+// The application object of the application tests, the fixture that starts it (farm-less, in
+// the test's own folder) and ends it around each test, and the helpers those tests share.
 #pragma once
 
 #include "tests/support/WxTestHelpers.h"
@@ -19,22 +18,17 @@
 class TestTaviroApp : public wxTaviroApp {
 public:
     TestTaviroApp() : wxTaviroApp(LL_Debug, (LogLevel)-1) {}
-    // The executable's start does nothing; each test starts the application itself.
-    bool OnInit() override { return true; }
+    bool OnInit() override { return true; } // each test starts the application itself
     bool RealOnInit(const std::vector<String>& args) {
-        // OnInit leaves the previous log target alone (a program starts once); the tests
-        // start many times, so they clear it themselves.
-        delete wxLog::SetActiveTarget(nullptr);
+        delete wxLog::SetActiveTarget(nullptr); // OnInit leaves it: a program starts once
         SetArguments(args);
         return wxTaviroApp::OnInit();
     }
     bool Startup(CommandLine& commandLine) override {
-        bool ok = TaviroClientApp::Startup(commandLine);
-        if (m_AfterStartup) ok = m_AfterStartup(ok);
-        return ok;
+        const bool ok = TaviroClientApp::Startup(commandLine);
+        return m_AfterStartup ? m_AfterStartup(ok) : ok;
     }
     bool OnException(Exception* e) override {
-        ++m_Exceptions;
         if (e) m_LastExceptionCode = e->GetCode();
         if (m_OnException) m_OnException();
         return m_ExceptionsRecoverable;
@@ -44,14 +38,10 @@ public:
         ADD_FAILURE() << "wx assertion: " << wxString(cond) << " " << wxString(msg ? msg : wxT(""))
                       << " at " << wxString(file) << ":" << line;
     }
-
     std::function<bool(bool)> m_AfterStartup;
     std::function<void()> m_OnException;
-    int m_Exceptions = 0;
     uint32_t m_LastExceptionCode = 0;
     bool m_ExceptionsRecoverable = true;
-
-private:
 };
 
 inline TestTaviroApp& App() {
@@ -63,20 +53,13 @@ class DialogRecorder : public wxModalDialogHook {
 public:
     DialogRecorder() { Register(); }
     ~DialogRecorder() override { Unregister(); }
-    struct Shown {
-        wxString title, message;
-    };
-    std::vector<Shown> m_Shown;
+    std::vector<std::pair<wxString, wxString>> m_Shown; // title, message
 
 protected:
-    int Enter(wxDialog* dialog) override {
-        Shown s;
-        s.title = dialog->GetTitle();
-        if (auto* box = wxDynamicCast(dialog, wxMessageDialog))
-            s.message = box->GetMessage();
-        else if (wxWindow* text = dialog->FindWindowByName("staticText")) // the library's own
-            s.message = text->GetLabel();
-        m_Shown.push_back(s);
+    int Enter(wxDialog* d) override {
+        auto* box = wxDynamicCast(d, wxMessageDialog);
+        wxWindow* text = d->FindWindowByName("staticText"); // the library's own
+        m_Shown.emplace_back(d->GetTitle(), box ? box->GetMessage() : text ? text->GetLabel() : "");
         return wxID_OK;
     }
     void Exit(wxDialog*) override {}
@@ -96,30 +79,25 @@ public:
     int m_Raised = 0;
 };
 
-// The client area of the display that holds w.
+// The client area of the display that holds w, and where a window of size s sits centred in it.
 inline wxRect ClientAreaOf(wxWindow* w) {
     return wxDisplay((unsigned)std::max(0, wxDisplay::GetFromWindow(w))).GetClientArea();
 }
-
-// Where a window of size s sits when centred in area.
 inline wxPoint CentredIn(const wxRect& area, wxSize s) {
     return wxPoint(area.x + (area.width - s.x) / 2, area.y + (area.height - s.y) / 2);
 }
 
-// The farm log so far.
 inline String LogText() {
     return File::ReadAll(Log::s_GlobalLog->GetFileName());
 }
 
-// Handles every event posted to h so far: pending events of a handler run in posting order,
-// so once a marker posted now has run, anything posted before it has too.
+// Handles every event posted to h so far (a handler's pending events run in posting order).
 inline void DrainPosted(wxEvtHandler* h) {
     bool done = false;
     h->CallAfter([&] { done = true; });
     EXPECT_TRUE(taviro_test::WaitFor([&] { return done; }));
 }
 
-// A started application for each test, farm-less unless the test says otherwise.
 class AppTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -127,7 +105,7 @@ protected:
         ASSERT_TRUE(Start({})) << App().GetStartupError();
     }
     void TearDown() override {
-        if (m_Started) App().OnExit();
+        Stop();
         delete wxLog::SetActiveTarget(nullptr);
         App().m_AfterStartup = nullptr;
         App().m_OnException = nullptr;
@@ -137,12 +115,11 @@ protected:
     }
     bool Start(const std::vector<String>& extra, const String& options = String()) {
         std::vector<String> args = {
-            "/opt/taviro/bin/apptest", "--name",   "apptest", "--master", "none", "--log-dir",
-            m_Dir + "/logs",           "--options"};
-        args.push_back(options.empty() ? m_Dir + "/apptest.ini" : options);
+            "/opt/taviro/bin/apptest", "--name",    "apptest", "--master", "none", "--log-dir",
+            m_Dir + "/logs",           "--options", options};
+        if (options.empty()) args.back() = m_Dir + "/apptest.ini";
         args.insert(args.end(), extra.begin(), extra.end());
-        m_Started = App().RealOnInit(args);
-        return m_Started;
+        return m_Started = App().RealOnInit(args);
     }
     void Stop() {
         if (m_Started) App().OnExit();
