@@ -29,14 +29,14 @@ public:
         return m_AfterStartup ? m_AfterStartup(ok) : ok;
     }
     bool OnException(Exception* e) override {
-        if (e) m_LastExceptionCode = e->GetCode();
+        m_LastExceptionCode = e ? e->GetCode() : 0;
         if (m_OnException) m_OnException();
         return m_ExceptionsRecoverable;
     }
     void OnAssertFailure(const wxChar* file, int line, const wxChar*, const wxChar* cond,
-                         const wxChar* msg) override {
-        ADD_FAILURE() << "wx assertion: " << wxString(cond) << " " << wxString(msg ? msg : wxT(""))
-                      << " at " << wxString(file) << ":" << line;
+                         const wxChar*) override {
+        ADD_FAILURE() << "wx assertion: " << wxString(cond) << " at " << wxString(file) << ":"
+                      << line;
     }
     std::function<bool(bool)> m_AfterStartup;
     std::function<void()> m_OnException;
@@ -66,25 +66,19 @@ protected:
 };
 
 // A frame that counts Raise calls: raising shows nothing without a window manager.
-class RaiseFrame : public wxFrame {
-public:
+struct RaiseFrame : wxFrame {
     RaiseFrame(const wxString& title, wxSize size = wxSize(300, 200), bool show = true)
         : wxFrame(nullptr, wxID_ANY, title, wxPoint(20, 20), size) {
-        if (show) Show();
+        Show(show);
     }
-    void Raise() override {
-        ++m_Raised;
-        wxFrame::Raise();
-    }
+    void Raise() override { wxFrame::Raise(), ++m_Raised; }
     int m_Raised = 0;
 };
 
-// The client area of the display that holds w, and where a window of size s sits centred in it.
-inline wxRect ClientAreaOf(wxWindow* w) {
-    return wxDisplay((unsigned)std::max(0, wxDisplay::GetFromWindow(w))).GetClientArea();
-}
-inline wxPoint CentredIn(const wxRect& area, wxSize s) {
-    return wxPoint(area.x + (area.width - s.x) / 2, area.y + (area.height - s.y) / 2);
+// Where a window of size s sits centred in the client area of the display that holds w.
+inline wxRect CentredOn(wxWindow* w, wxSize s) {
+    const wxRect area = wxDisplay((unsigned)wxDisplay::GetFromWindow(w)).GetClientArea();
+    return wxRect(area.x + (area.width - s.x) / 2, area.y + (area.height - s.y) / 2, s.x, s.y);
 }
 
 inline String LogText() {
@@ -115,9 +109,9 @@ protected:
     }
     bool Start(const std::vector<String>& extra, const String& options = String()) {
         std::vector<String> args = {
-            "/opt/taviro/bin/apptest", "--name",    "apptest", "--master", "none", "--log-dir",
-            m_Dir + "/logs",           "--options", options};
-        if (options.empty()) args.back() = m_Dir + "/apptest.ini";
+            "/opt/taviro/bin/apptest", "--name",   "apptest", "--master", "none", "--log-dir",
+            m_Dir + "/logs",           "--options"};
+        args.push_back(options.empty() ? m_Dir + "/apptest.ini" : options);
         args.insert(args.end(), extra.begin(), extra.end());
         return m_Started = App().RealOnInit(args);
     }

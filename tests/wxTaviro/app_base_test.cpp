@@ -33,15 +33,15 @@ TEST_F(AppTest, ToolkitLogRecordsReachTheFarmLogAtTheirLevels) {
 
 TEST_F(AppTest, ExitUndoesTheStartAndAFailedStartIsShownAndCleanedUp) {
     Stop();
-    int started = 0, exits = 0, shutdowns = 0;
-    const SlotId a = App().StartupComplete.Connect([&] { ++started; });
-    const SlotId b = App().ExitBegins.Connect([&] { ++exits; });
-    const SlotId c = App().ShutdownComplete.Connect([&] { ++shutdowns; });
+    std::string seen; // s: start-up complete, e: exit begins, d: shutdown complete (done)
+    const SlotId a = App().StartupComplete.Connect([&] { seen += 's'; });
+    const SlotId b = App().ExitBegins.Connect([&] { seen += 'e'; });
+    const SlotId c = App().ShutdownComplete.Connect([&] { seen += 'd'; });
     ASSERT_TRUE(Start({}));
     wxOpenUserWindow(new wxFrame(nullptr, wxID_ANY, "registered"), "group");
     EXPECT_EQ(MessengerConnectedEvt::s_Signal.ConnectionCount(), 1u);
     Stop();
-    EXPECT_EQ(std::vector<int>({started, exits, shutdowns}), std::vector<int>({1, 1, 1}));
+    EXPECT_EQ(seen, "sed");
     EXPECT_TRUE(OpenWindows::_this->GetEntries().empty());
     EXPECT_EQ(App().ConnectedSignalCount() + MessengerConnectedEvt::s_Signal.ConnectionCount(), 0u);
 
@@ -75,7 +75,7 @@ TEST_F(AppTest, ExitUndoesTheStartAndAFailedStartIsShownAndCleanedUp) {
     };
     EXPECT_FALSE(Start({"--workers", "2"}, options));
     EXPECT_EQ(dialogs.m_Shown.size(), 1u);
-    EXPECT_EQ(std::vector<int>({started, exits, shutdowns}), std::vector<int>({1, 1, 3}));
+    EXPECT_EQ(seen, "seddd");
     EXPECT_TRUE(poolRan && !writtenDuringStart);
     EXPECT_FALSE(ThreadPool::IsReady());
     EXPECT_EQ(File::ReadAll(options), "[State]\na=1\nb=2\n");
@@ -104,7 +104,7 @@ TEST_F(AppTest, MainLoopRestartsAfterARecoverableException) {
     int afterwards = 0;
     top->Bind(
         wxEVT_MENU, [](wxCommandEvent&) { throw new Exception(0x1234, "boom"); }, 7001);
-    // Queued once the exception has been handed over: only a restarted loop can run it.
+    // Queued once the exception is handed over: only a restarted loop can run it.
     App().m_OnException = [&] {
         App().CallAfter([&] {
             ++afterwards;
@@ -141,8 +141,7 @@ void Activate(wxWindow* w, bool active) {
 }
 
 bool IsScreenCentred(wxWindow* w) {
-    const wxRect screen = wxDisplay((unsigned)wxDisplay::GetFromWindow(w)).GetGeometry();
-    return WaitFor([&] { return w->GetPosition() == CentredIn(screen, w->GetSize()); }, 3000);
+    return WaitFor([&] { return w->GetRect() == CentredOn(w, w->GetSize()); }, 3000);
 }
 
 TEST_F(AppTest, ControlShiftCCentresTheActiveWindowOrElseTheTopWindow) {
@@ -160,7 +159,6 @@ TEST_F(AppTest, ControlShiftCCentresTheActiveWindowOrElseTheTopWindow) {
     Activate(top, false);
     EXPECT_FALSE(SendKey('C')); // consumed
     EXPECT_TRUE(IsScreenCentred(top));
-    EXPECT_EQ(other->GetPosition(), wxPoint(5, 5));
 
     top->Move(0, 0); // so that centring on the parent would not centre on the screen
     ASSERT_TRUE(WaitFor([&] { return top->GetPosition() == wxPoint(0, 0); }, 3000));

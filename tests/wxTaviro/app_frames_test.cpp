@@ -17,7 +17,6 @@ struct _Frame : wxTaviroFrame {
     }
     void Send(int w, int h) {
         wxSizeEvent e(wxSize(w, h), GetId());
-        e.SetEventObject(this);
         ProcessWindowEvent(e);
     }
     using wxTaviroFrame::m_GuiBuilt;
@@ -38,42 +37,18 @@ TEST_F(AppTest, SizeFilterKeepsTheNormalSizeAndRestoresIt) {
     f->Send(500, 400);
     f->Send(500, 400); // a duplicate
     ASSERT_EQ(f->m_Reported.size(), 1u);
-
     f->m_Max = true; // maximising reports the size but keeps the normal one
     f->Send(1200, 900);
     EXPECT_EQ(f->GetNormalSize(), wxSize(500, 400));
     f->SaveWindowPosition();
     EXPECT_EQ(Option("Window", "Window"), "0, 0, 500, 400");
     EXPECT_EQ(Option("Window", "IsMaximized"), k_Yes);
-
     f->m_Max = false; // leaving it with another size forces the normal size back
     f->Send(1100, 850);
     EXPECT_EQ(f->GetSize(), wxSize(500, 400));
     // Only the resize's own event is reported, on the ordinary path.
     ASSERT_TRUE(WaitFor([&] { return f->m_Reported.size() == 3; }));
     EXPECT_EQ(f->m_Reported[2], std::make_pair(wxSize(500, 400), false));
-}
-
-TEST_F(AppTest, MainFrameTakesItsChildFramesWithIt) {
-    int closed = 0;
-    const SlotId id = wxTaviroFrame::s_WinClosed.Connect([&] { ++closed; });
-    auto* main = new _Frame;
-    auto* a = new _Frame;
-    auto* b = new _Frame;
-    new wxTaviroFrame(main, "tool", 0);
-    EXPECT_EQ(wxTaviroFrame::s_Frame, main);
-    EXPECT_EQ(wxTaviroFrame::GetChildFrames(), std::set<wxTaviroFrame*>({a, b}));
-    EXPECT_TRUE(App().HasRequestHandler("colors"));
-    delete a; // a child takes only itself
-    EXPECT_EQ(wxTaviroFrame::GetChildFrames(), std::set<wxTaviroFrame*>({b}));
-    EXPECT_EQ(wxTaviroFrame::s_Frame, main);
-    b->Destroy(); // due for deletion by wx: deleted once, by the main frame
-    delete main;
-    EXPECT_EQ(closed, 4); // a, b, the tool frame (a wx child of main) and main
-    EXPECT_EQ(wxTaviroFrame::s_Frame, nullptr);
-    EXPECT_TRUE(wxTaviroFrame::GetChildFrames().empty());
-    EXPECT_FALSE(wxPendingDelete.Member(b));
-    wxTaviroFrame::s_WinClosed.Disconnect(id);
 }
 
 TEST_F(AppTest, PlacementHoldsAfterShowAndGarbleLeavesDefaults) {
@@ -87,12 +62,31 @@ TEST_F(AppTest, PlacementHoldsAfterShowAndGarbleLeavesDefaults) {
     EXPECT_FALSE(f->WasMaximized());
     // Native controls made on a frame keep their own colours, not the scheme's of that moment.
     EXPECT_FALSE(f->PassesColours());
-    f.reset();
-
+    f.reset(); // the main frame would take the next one with it
     App().GetOptions()->SetValue("Window", "Window", "60, seventy");
     f.reset(new _Frame);
     EXPECT_NO_THROW(f->LoadWindowPosition());
     EXPECT_EQ(f->GetSize(), wxSize(400, 300));
+}
+
+TEST_F(AppTest, MainFrameTakesItsChildFramesWithIt) {
+    int closed = 0;
+    const SlotId id = wxTaviroFrame::s_WinClosed.Connect([&] { ++closed; });
+    auto* main = new _Frame;
+    auto* a = new _Frame;
+    auto* b = new _Frame;
+    new wxTaviroFrame(main, "tool", 0);
+    EXPECT_TRUE(App().HasRequestHandler("colors"));
+    delete a; // a child takes only itself
+    EXPECT_EQ(wxTaviroFrame::s_Frame, main);
+    EXPECT_EQ(wxTaviroFrame::GetChildFrames(), std::set<wxTaviroFrame*>({b}));
+    b->Destroy(); // due for deletion by wx: deleted once, by the main frame
+    delete main;
+    EXPECT_EQ(closed, 4); // a, b, the tool frame (a wx child of main) and main
+    EXPECT_EQ(wxTaviroFrame::s_Frame, nullptr);
+    EXPECT_TRUE(wxTaviroFrame::GetChildFrames().empty());
+    EXPECT_FALSE(wxPendingDelete.Member(b));
+    wxTaviroFrame::s_WinClosed.Disconnect(id);
 }
 
 // ---- dialogs ----
@@ -107,15 +101,13 @@ struct _Dlg : wxTaviroDlg {
         else
             (new wxsButton(this, wxID_OK, "OK"))->SetDefault();
     }
+    bool Press(int code) { // whether the key went on
+        wxKeyEvent key(wxEVT_CHAR_HOOK);
+        key.m_keyCode = code;
+        GetEventHandler()->ProcessEvent(key);
+        return key.GetSkipped();
+    }
 };
-
-bool PressKey(wxWindow* w, int code) {
-    wxKeyEvent key(wxEVT_CHAR_HOOK);
-    key.m_keyCode = code;
-    key.SetEventObject(w);
-    w->GetEventHandler()->ProcessEvent(key);
-    return key.GetSkipped();
-}
 
 TEST_F(AppTest, NamedDialogsCascadeAndCountBackToZero) {
     App().GetOptions()->SetValue("Cascade", "Window", "100, 120, 300, 200");
@@ -124,10 +116,9 @@ TEST_F(AppTest, NamedDialogsCascadeAndCountBackToZero) {
     first->Show();
     second->Show();
     PumpEvents(10);
-    int step = wxSystemSettings::GetMetric(wxSYS_CAPTION_Y, second);
-    step = step > 0 ? step : 20;
+    const int step = wxSystemSettings::GetMetric(wxSYS_CAPTION_Y, second);
     EXPECT_EQ(first->GetPosition(), wxPoint(100, 120));
-    EXPECT_EQ(second->GetPosition(), wxPoint(100 + step, 120 + step));
+    EXPECT_EQ(second->GetPosition(), wxPoint(100, 120) + wxPoint(1, 1) * (step > 0 ? step : 20));
     EXPECT_EQ(wxTaviroDlg::GetOpenCount("Cascade"), 2);
     second->Move(400, 300); // OK on a modeless dialog saves its place and closes it
     ASSERT_TRUE(second->EmulateWxsButtonClickIfPresent(wxID_OK));
@@ -140,16 +131,15 @@ TEST_F(AppTest, NamedDialogsCascadeAndCountBackToZero) {
 
 TEST_F(AppTest, DialogKeysAndCancelYieldingZero) {
     std::unique_ptr<_Dlg> noCancel(new _Dlg("", true, false));
-    EXPECT_FALSE(noCancel->HasFlag(wxRESIZE_BORDER));   // unnamed: fixed size
-    EXPECT_FALSE(PressKey(noCancel.get(), WXK_ESCAPE)); // swallowed, nothing to press
+    EXPECT_FALSE(noCancel->HasFlag(wxRESIZE_BORDER)); // unnamed: fixed size
+    EXPECT_FALSE(noCancel->Press(WXK_ESCAPE));        // swallowed, nothing to press
     noCancel->FindWindow(wxID_OK)->Enable(false);
     EXPECT_FALSE(noCancel->EmulateDefaultButton());
-    EXPECT_FALSE(PressKey(noCancel.get(), WXK_RETURN));
-    EXPECT_TRUE(PressKey(noCancel.get(), 'x'));
-
+    EXPECT_FALSE(noCancel->Press(WXK_RETURN));
+    EXPECT_TRUE(noCancel->Press('x'));
     _Dlg modal("", true);
-    const SlotId id = wxTaviroDlg::s_ModalStarted.Connect(
-        [&] { modal.CallAfter([&] { PressKey(&modal, WXK_ESCAPE); }); });
+    const SlotId id =
+        wxTaviroDlg::s_ModalStarted.Connect([&] { modal.CallAfter([&] { modal.Press(27); }); });
     EXPECT_EQ(modal.ShowModal(), 0);
     wxTaviroDlg::s_ModalStarted.Disconnect(id);
     EXPECT_TRUE(Option("", "Window").empty()); // unnamed: never in the options
