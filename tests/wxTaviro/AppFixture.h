@@ -1,5 +1,4 @@
-// The application object of the application tests, the fixture that starts it (farm-less, in
-// the test's own folder) and ends it around each test, and the helpers those tests share.
+// The application tests' application object, their fixture (a farm-less start) and helpers.
 #pragma once
 
 #include "tests/support/WxTestHelpers.h"
@@ -24,10 +23,6 @@ public:
         SetArguments(args);
         return wxTaviroApp::OnInit();
     }
-    bool Startup(CommandLine& commandLine) override {
-        const bool ok = TaviroClientApp::Startup(commandLine);
-        return m_AfterStartup ? m_AfterStartup(ok) : ok;
-    }
     bool OnException(Exception* e) override {
         m_LastExceptionCode = e ? e->GetCode() : 0;
         if (m_OnException) m_OnException();
@@ -38,7 +33,6 @@ public:
         ADD_FAILURE() << "wx assertion: " << wxString(cond) << " at " << wxString(file) << ":"
                       << line;
     }
-    std::function<bool(bool)> m_AfterStartup;
     std::function<void()> m_OnException;
     uint32_t m_LastExceptionCode = 0;
     bool m_ExceptionsRecoverable = true;
@@ -75,7 +69,7 @@ struct RaiseFrame : wxFrame {
     int m_Raised = 0;
 };
 
-// Where a window of size s sits centred in the client area of the display that holds w.
+// Where a window of size s sits centred in the client area of w's display.
 inline wxRect CentredOn(wxWindow* w, wxSize s) {
     const wxRect area = wxDisplay((unsigned)wxDisplay::GetFromWindow(w)).GetClientArea();
     return wxRect(area.x + (area.width - s.x) / 2, area.y + (area.height - s.y) / 2, s.x, s.y);
@@ -85,7 +79,7 @@ inline String LogText() {
     return File::ReadAll(Log::s_GlobalLog->GetFileName());
 }
 
-// Handles every event posted to h so far (a handler's pending events run in posting order).
+// Handles every event posted to h so far (they run in posting order).
 inline void DrainPosted(wxEvtHandler* h) {
     bool done = false;
     h->CallAfter([&] { done = true; });
@@ -96,24 +90,20 @@ class AppTest : public ::testing::Test {
 protected:
     void SetUp() override {
         m_Dir = taviro_test::MakeTempDir("app");
-        ASSERT_TRUE(Start({})) << App().GetStartupError();
+        ASSERT_TRUE(Start()) << App().GetStartupError();
     }
     void TearDown() override {
         Stop();
         delete wxLog::SetActiveTarget(nullptr);
-        App().m_AfterStartup = nullptr;
         App().m_OnException = nullptr;
         App().m_ExceptionsRecoverable = true;
         App().SetShowStartupError(true);
         App().EnableMessageProcessing();
     }
-    bool Start(const std::vector<String>& extra, const String& options = String()) {
-        std::vector<String> args = {
-            "/opt/taviro/bin/apptest", "--name",   "apptest", "--master", "none", "--log-dir",
-            m_Dir + "/logs",           "--options"};
-        args.push_back(options.empty() ? m_Dir + "/apptest.ini" : options);
-        args.insert(args.end(), extra.begin(), extra.end());
-        return m_Started = App().RealOnInit(args);
+    bool Start() {
+        return m_Started = App().RealOnInit({"/opt/taviro/bin/apptest", "--name", "apptest",
+                                             "--master", "none", "--log-dir", m_Dir + "/logs",
+                                             "--options", m_Dir + "/apptest.ini"});
     }
     void Stop() {
         if (m_Started) App().OnExit();

@@ -71,8 +71,7 @@ TEST(SchemeAcrossPrograms, ChosenInOneRecolorsTheOther) {
             const wxColour now = ScreenPixel(monitor.m_Probe);
             return now != before && now == ScreenPixel(gui.m_Probe);
         },
-        2000))
-        << ScreenPixel(monitor.m_Probe).GetAsString();
+        2000));
 }
 
 } // namespace
