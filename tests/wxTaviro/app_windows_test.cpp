@@ -1,9 +1,7 @@
-// The open windows registry with its menu and commands, and window placement in the options
-// file.
+// The open windows registry with its menu and commands, and window placement.
 #include "tests/wxTaviro/AppFixture.h"
 
 #include <map>
-#include <thread>
 
 using namespace taviro_test;
 
@@ -11,7 +9,7 @@ namespace {
 
 // The menu in one line: "id:text" for items, "-" for separators, "[text]" for disabled
 // items, each followed by "|".
-std::string Describe(wxMenu* menu) {
+std::string Describe(wxMenu* menu = wxGetOpenWindowMenu()) {
     std::string out;
     for (wxMenuItem* item : menu->GetMenuItems()) {
         const std::string text = item->GetItemLabelText().ToStdString();
@@ -23,15 +21,6 @@ std::string Describe(wxMenu* menu) {
     return out;
 }
 
-bool Lists(wxMenu* menu, const std::string& item) {
-    return ("|" + Describe(menu)).find("|" + item + "|") != std::string::npos;
-}
-
-void Command(int id) {
-    wxCommandEvent e(wxEVT_MENU, id);
-    OpenWindows::_this->OnCommand(e);
-}
-
 TEST_F(AppTest, WindowMenuGroupsByLabelInRegistrationOrder) {
     wxMenu* menu = wxGetOpenWindowMenu();
     EXPECT_EQ(Describe(menu), "[No open windows]|");
@@ -40,33 +29,31 @@ TEST_F(AppTest, WindowMenuGroupsByLabelInRegistrationOrder) {
     wxOpenUserWindow(new RaiseFrame("Job X"), "Jobs");
     wxOpenUserWindow(new RaiseFrame("Log B"), "Logs");
     wxOpenUserWindow(new RaiseFrame("Plain 2"), "");
-    const std::string expected = "24000:Main Window|-|24002:Plain 1|24005:Plain 2|-|[   Jobs]|"
-                                 "24003:Job X|-|[   Logs]|24001:Log A|24004:Log B|-|"
-                                 "24102:Collect All|24101:Close All|";
-    EXPECT_EQ(wxGetOpenWindowMenu(), menu); // the same menu, refilled
-    EXPECT_EQ(Describe(menu), expected);
-    EXPECT_EQ(menu->FindItem(24102)->GetHelp(), "Center all open windows over the main window");
+    ASSERT_EQ(wxGetOpenWindowMenu(), menu); // the same menu, refilled
+    EXPECT_EQ(Describe(menu), "24000:Main Window|-|24002:Plain 1|24005:Plain 2|-|[   Jobs]|"
+                              "24003:Job X|-|[   Logs]|24001:Log A|24004:Log B|-|"
+                              "24102:Collect All|24101:Close All|");
 }
 
-TEST_F(AppTest, OnlyAHundredWindowsAreListed) {
-    std::vector<wxFrame*> windows;
-    for (int i = 0; i < 101; ++i) {
-        windows.push_back(new RaiseFrame(wxString::Format("W%d", i), wxSize(300, 200), false));
-        wxOpenUserWindow(windows.back(), "");
-    }
-    EXPECT_TRUE(Lists(wxGetOpenWindowMenu(), "24100:W99"));
-    EXPECT_FALSE(Lists(wxGetOpenWindowMenu(), "24101:W100"));
-    EXPECT_EQ(OpenWindows::_this->GetEntries().size(), 101u); // still registered
-    // Closing an earlier one brings the last one in.
-    windows[3]->Close(true);
-    PumpEvents();
-    EXPECT_TRUE(Lists(wxGetOpenWindowMenu(), "24100:W100"));
-    EXPECT_FALSE(Lists(wxGetOpenWindowMenu(), "24004:W3"));
+TEST_F(AppTest, WindowMenuOutlivesItsMenuBarKeepsAmpersandsAndListsAHundred) {
+    auto* owner = new RaiseFrame("Old main");
+    auto* bar = new wxMenuBar;
+    bar->Append(wxGetOpenWindowMenu(), "&Window");
+    owner->SetMenuBar(bar);
+    owner->Destroy(); // takes the menu with it
+    ASSERT_TRUE(WaitFor([&] { return !wxTopLevelWindows.Find(owner); }));
+    wxOpenUserWindow(new RaiseFrame("R&D shots"), "R&D");
+    EXPECT_EQ(wxGetOpenWindowMenu()->GetMenuBar(), nullptr); // a new menu, in no menu bar
+    EXPECT_EQ(Describe(), "24000:Main Window|-|[   R&D]|24001:R&D shots|-|24102:Collect All|"
+                          "24101:Close All|");
+    for (int i = 0; i < 100; ++i)
+        wxOpenUserWindow(new RaiseFrame(wxString::Format("W%d", i), wxSize(300, 200), false), "");
+    EXPECT_NE(Describe().find("|24100:W98|-|"), std::string::npos); // 100 listed, all registered
+    EXPECT_EQ(OpenWindows::_this->GetEntries().size(), 101u);
 }
 
 TEST_F(AppTest, CloseAllLeavesVetoingWindowsRegistered) {
-    // The vetoes are bound first, so they run after the registry's own close handler (the
-    // handler bound last runs first) and veto a close the registry already saw.
+    // Bound first, the vetoes run after the registry's close handler: a close it already saw.
     auto* stubborn = new RaiseFrame("Stubborn");
     auto* stubborn2 = new RaiseFrame("Stubborn too");
     for (wxFrame* f : {(wxFrame*)stubborn, (wxFrame*)stubborn2})
@@ -74,23 +61,20 @@ TEST_F(AppTest, CloseAllLeavesVetoingWindowsRegistered) {
     wxOpenUserWindow(stubborn, "");
     wxOpenUserWindow(new RaiseFrame("Willing"), "");
     wxOpenUserWindow(stubborn2, "Group");
-
-    Command(wxID_OPENWIN_CLOSEALL);
+    wxCommandEvent closeAll(wxEVT_MENU, wxID_OPENWIN_CLOSEALL);
+    OpenWindows::_this->OnCommand(closeAll);
     PumpEvents();
     std::map<wxTopLevelWindow*, String> left;
     for (const auto& entry : OpenWindows::_this->GetEntries())
         left[entry.window] = entry.label;
     EXPECT_EQ(left, (std::map<wxTopLevelWindow*, String>{{stubborn, ""}, {stubborn2, "   Group"}}));
-    const std::string menu = Describe(wxGetOpenWindowMenu());
-    EXPECT_NE(menu.find(":Stubborn|"), std::string::npos) << menu;
-    EXPECT_EQ(menu.find("Willing"), std::string::npos) << menu;
 }
 
-TEST_F(AppTest, SmallWindowsAreGrownAndCentredAndCommandsRaise) {
-    // Main window 800 by 600: a visible 50 by 50 window becomes 400 by 300, centred in the
-    // client area of the main window's display.
+TEST_F(AppTest, SmallWindowsAreGrownAndCentredAndCommandsFollowTheTopWindow) {
+    wxGetOpenWindowMenu(); // the commands go to the test's top window
     auto* top = new RaiseFrame("Main", wxSize(800, 600));
     App().SetTopWindow(top);
+    wxGetOpenWindowMenu(); // the client refreshes its menu: the commands follow
     top->Move(100, 100);
     auto* tiny = new RaiseFrame("Tiny", wxSize(50, 50));
     auto* normal = new RaiseFrame("Normal", wxSize(500, 350));
@@ -99,93 +83,63 @@ TEST_F(AppTest, SmallWindowsAreGrownAndCentredAndCommandsRaise) {
     wxOpenUserWindow(tiny, "");
     wxOpenUserWindow(normal, "x");
     wxOpenUserWindow(hidden, "");
-    const wxRect area = ClientAreaOf(top);
-    EXPECT_EQ(tiny->GetRect(), wxRect(CentredIn(area, wxSize(400, 300)), wxSize(400, 300)));
-    EXPECT_EQ(tiny->m_Raised, 1);
-    EXPECT_EQ(normal->GetRect(), wxRect(20, 20, 500, 350)); // left alone
+    // A visible window under 100 pixels grows to half the main window, centred on its display.
+    EXPECT_EQ(tiny->GetRect(), CentredOn(top, wxSize(400, 300)));
+    EXPECT_EQ(normal->GetRect(), wxRect(20, 20, 500, 350));
     EXPECT_EQ(hidden->GetSize(), wxSize(50, 50));
-
-    // Collect All: each window centred, grown to half the main window where smaller.
+    // Collect All (the old top window carries nothing now) centres each window, grown to half
+    // the main window where smaller; Main Window raises the top window, an entry's id its window.
     top->SetSize(1200, 400);
-    Command(wxID_OPENWIN_COLLECTALL);
-    EXPECT_EQ(tiny->GetRect(), wxRect(CentredIn(area, wxSize(600, 300)), wxSize(600, 300)));
-    EXPECT_EQ(normal->GetRect(), wxRect(CentredIn(area, wxSize(600, 350)), wxSize(600, 350)));
-    EXPECT_EQ(std::vector<int>({tiny->m_Raised, normal->m_Raised, hidden->m_Raised}),
-              std::vector<int>({2, 1, 1}));
-
-    // Main Window raises the top window, an entry's id its window; other ids do nothing.
-    Command(wxID_OPENWIN_MAIN);
-    EXPECT_EQ(top->m_Raised, 1);
-    Command(wxID_OPENWIN_FIRST + 1);
-    Command(wxID_OPENWIN_FIRST + 3);
-    Command(wxID_OPENWIN_LAST);
+    const std::pair<wxWindow*, int> commands[] = {{TopWindow(), wxID_OPENWIN_COLLECTALL},
+                                                  {top, wxID_OPENWIN_COLLECTALL},
+                                                  {top, wxID_OPENWIN_MAIN},
+                                                  {top, wxID_OPENWIN_FIRST + 1}};
+    for (const auto& c : commands) {
+        wxCommandEvent e(wxEVT_MENU, c.second);
+        c.first->GetEventHandler()->ProcessEvent(e);
+    }
+    EXPECT_EQ(tiny->GetRect(), CentredOn(top, wxSize(600, 300)));
+    EXPECT_EQ(normal->GetRect(), CentredOn(top, wxSize(600, 350)));
     EXPECT_EQ(std::vector<int>({top->m_Raised, tiny->m_Raised, normal->m_Raised, hidden->m_Raised}),
               std::vector<int>({1, 2, 2, 1}));
 }
 
-// ---- window placement ----
-
-TEST_F(AppTest, SavingWritesThroughUnderTheWriteLock) {
-    auto* w = new RaiseFrame("Saved", wxSize(333, 222));
-    w->Move(123, 45);
+TEST_F(AppTest, SavedRectanglesAreWrittenThroughAndAppliedOrTheWindowIsCentred) {
+    auto* saved = new RaiseFrame("Saved", wxSize(333, 222));
+    saved->Move(123, 45);
     PumpEvents();
-    wxSaveWindowPos(w, "Editor");
+    wxSaveWindowPos(saved, "Editor");
     EXPECT_NE(File::ReadAll(m_Dir + "/apptest.ini").find("[Editor]\nWindow=123, 45, 333, 222"),
               String::npos);
-
-    // The section and the key are two calls on a shared current section; another thread must
-    // never see the one without the other. Without the lock the gap is wide: making a new
-    // section writes the options file out before the key is set.
-    OptionsFile* options = App().GetOptions();
-    std::atomic<bool> done{false}, sawGap{false};
-    std::thread watcher([&] {
-        while (!done) {
-            RWLock::ReadGuard lock(*options->GetRWLock());
-            const String section = options->GetCurrentSection();
-            if (section.rfind("Pos", 0) == 0 && !options->HasKey(section, "Window")) sawGap = true;
-            std::this_thread::sleep_for(std::chrono::microseconds(50)); // let the writer in
-        }
-    });
-    for (int i = 0; i < 20; ++i)
-        wxSaveWindowPos(w, "Pos" + String::FromInt(i));
-    done = true;
-    watcher.join();
-    EXPECT_FALSE(sawGap.load());
-    EXPECT_TRUE(options->HasKey("Pos19", "Window"));
-}
-
-TEST_F(AppTest, StoredRectanglesAreAppliedOrTheWindowIsCentred) {
-    OptionsFile* options = App().GetOptions();
+    const wxRect a = wxDisplay(0u).GetClientArea();
+    const wxRect centred(-1, -1, 400, 250); // (-1, -1): centred on the display, this size
+    const auto at = [](int x, int y) { return SFormat("%d, %d, 400, 250", x, y); };
     const struct {
-        const char* text;
+        String text;
         int offset;
         bool shown;
-        wxRect rect; // (-1, -1): centred on the screen, with this size
+        wxRect rect;
     } cases[] = {
-        {"10, 20, 300, 200", 25, true, wxRect(35, 45, 300, 200)},
-        {"10,20,300,200,7", 0, true, wxRect(10, 20, 300, 200)},
-        {"010, 020, 300, 200", 0, true, wxRect(10, 20, 300, 200)}, // decimal, not octal
-        {"-5, 0, 310, 210", 0, true, wxRect(-5, 0, 310, 210)},
-        {"10, 20, 300", 0, true, wxRect(-1, -1, 400, 250)}, // too few: centred, size kept
-        {nullptr, 0, true, wxRect(-1, -1, 400, 250)},       // missing: centred
-        {"50000, 50000, 320, 240", 0, true, wxRect(-1, -1, 320, 240)},        // on no display
-        {"50000, 50000, 320, 240", 0, false, wxRect(50000, 50000, 320, 240)}, // hidden: kept
+        {"10, 20, 300, 200", 25, true, {35, 45, 300, 200}},
+        {"010, 020, 300, 200", 0, true, {10, 20, 300, 200}},     // decimal, not octal
+        {"10, 20, 300", 0, true, centred},                       // too few: centred, size kept
+        {"50000, 50000, 320, 240", 0, true, {-1, -1, 320, 240}}, // on no display
+        {"50000, 50000, 320, 240", 0, false, {50000, 50000, 320, 240}}, // hidden: kept
+        // Partly off the screen: kept while the title bar can be grabbed, else centred.
+        {at(a.GetRight() - 199, a.y + 100), 0, true, {a.GetRight() - 199, a.y + 100, 400, 250}},
+        {at(a.x - 300, a.y + 100), 0, true, {a.x - 300, a.y + 100, 400, 250}},
+        {at(a.GetRight() - 10, a.y + 100), 0, true, centred}, // a sliver of the title bar
+        {at(a.x + 100, a.y - 150), 0, true, centred},         // the title bar above
     };
     for (const auto& c : cases) {
         auto* w = new RaiseFrame("Placed", wxSize(400, 250), c.shown);
         w->Move(1, 1);
         PumpEvents();
-        if (c.text)
-            options->SetValue("Placed", "Window", c.text);
-        else
-            options->RemoveKey("Placed", "Window");
+        App().GetOptions()->SetValue("Placed", "Window", c.text);
         wxSetWindowPos(w, "Placed", c.offset);
         if (c.shown) PumpEvents();
-        const wxRect expected =
-            c.rect.x != -1 ? c.rect
-                           : wxRect(CentredIn(ClientAreaOf(w), c.rect.GetSize()), c.rect.GetSize());
-        EXPECT_EQ(w->GetRect(), expected) << (c.text ? c.text : "(none)");
-        EXPECT_EQ(w->m_Raised, 1) << (c.text ? c.text : "(none)");
+        EXPECT_EQ(w->GetRect(), c.rect.x != -1 ? c.rect : CentredOn(w, c.rect.GetSize())) << c.text;
+        EXPECT_EQ(w->m_Raised, 1) << c.text;
         w->Destroy();
         PumpEvents();
     }
