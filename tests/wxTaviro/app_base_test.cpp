@@ -2,16 +2,29 @@
 // surviving exceptions, Control+Shift+C and activation, and closes from outside.
 #include "tests/wxTaviro/AppFixture.h"
 
+#include <wx/renderer.h>
+#include <wx/tooltip.h>
+
 #include <csignal>
+#include <dlfcn.h>
 #include <thread>
 
-using namespace taviro_test;
+    using namespace taviro_test;
 
 wxAppConsole* taviro_test::CreateTestApp() {
     return new TestTaviroApp;
 }
 
 namespace {
+
+// The toolkit keeps the tooltip settings in GTK's settings object: read them back there.
+int GtkSetting(const char* name) {
+    auto getDefault = (void* (*)())dlsym(RTLD_DEFAULT, "gtk_settings_get_default");
+    auto get = (void (*)(void*, const char*, ...))dlsym(RTLD_DEFAULT, "g_object_get");
+    int value = -1;
+    if (getDefault && get) get(getDefault(), name, &value, nullptr);
+    return value;
+}
 
 TEST_F(AppTest, ToolkitLogRecordsReachTheFarmLogAtTheirLevels) {
     wxLogWarning("record!");
@@ -30,7 +43,11 @@ TEST_F(AppTest, ExitUndoesTheStartAndAFailedStartIsShownAndCleanedUp) {
     const SlotId a = App().StartupComplete.Connect([&] { seen += 's'; });
     const SlotId b = App().ExitBegins.Connect([&] { seen += 'e'; });
     const SlotId c = App().ShutdownComplete.Connect([&] { seen += 'd'; });
+    wxToolTip::Enable(false);
+    wxToolTip::SetDelay(1);
     ASSERT_TRUE(Start());
+    EXPECT_EQ(GtkSetting("gtk-enable-tooltips"), 1);
+    EXPECT_EQ(GtkSetting("gtk-tooltip-timeout"), 330);
     wxOpenUserWindow(new wxFrame(nullptr, wxID_ANY, "registered"), "group");
     Stop();
     EXPECT_EQ(seen, "sed");
@@ -145,6 +162,33 @@ TEST_F(AppTest, EndOfSessionShutdownAndSigtermPostAVetoableCloseToTheTopWindow) 
     raise(SIGTERM); // handled on the foundation's signal thread
     EXPECT_TRUE(WaitFor([&] { return closes == 3; }));
     EXPECT_TRUE(canVeto && onMainThread);
+    // Only a stop (signal 0) of an application that processes messages posts a close; fresh
+    // executables, so that the base's stop flag tells whether the base ran.
+    wxTaviroExecutable other(&App()), disabled(&App());
+    EXPECT_EQ(other.Signal(SIGUSR1), 0);
+    App().DisableMessageProcessing();
+    EXPECT_EQ(disabled.Signal(0), 0);
+    App().EnableMessageProcessing();
+    DrainPosted(TopWindow()->GetEventHandler());
+    EXPECT_EQ(closes, 3);
+    EXPECT_FALSE(other.IsStopRequested());
+    EXPECT_TRUE(disabled.IsStopRequested());
+}
+
+TEST(AppTraits, TheThemedRendererDelegatesToTheGenericOne) {
+    std::unique_ptr<wxAppTraits> traits(App().CreateTraits());
+    std::unique_ptr<wxRendererNative> themed(traits->CreateRenderer());
+    auto header = [](wxRendererNative& r) {
+        return RenderToImage(80, 30, [&](wxDC& dc) {
+            r.DrawHeaderButton(TopWindow(), dc, wxRect(2, 2, 76, 26), wxCONTROL_CURRENT);
+        });
+    };
+    auto same = [](const wxImage& a, const wxImage& b) {
+        return memcmp(a.GetData(), b.GetData(), (size_t)a.GetWidth() * a.GetHeight() * 3) == 0;
+    };
+    const wxImage generic = header(wxRendererNative::GetGeneric());
+    ASSERT_FALSE(same(generic, header(wxRendererNative::GetDefault()))); // they can be told apart
+    EXPECT_TRUE(same(header(*themed), generic));
 }
 
 TEST_F(AppTest, MasterErrorsAreShownOnTheGuiThreadAndAnsweredFalse) {

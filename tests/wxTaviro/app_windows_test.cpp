@@ -1,7 +1,9 @@
 // The open windows registry with its menu and commands, and window placement.
 #include "tests/wxTaviro/AppFixture.h"
 
+#include <atomic>
 #include <map>
+#include <thread>
 
 using namespace taviro_test;
 
@@ -143,6 +145,27 @@ TEST_F(AppTest, SavedRectanglesAreWrittenThroughAndAppliedOrTheWindowIsCentred) 
         w->Destroy();
         PumpEvents();
     }
+}
+
+TEST_F(AppTest, SavingHoldsTheWriteLockAcrossSectionAndKey) {
+    // The section and the key are two calls on a shared current section; another thread must
+    // never see the one without the other (making a new section writes the file out at once).
+    auto* w = new RaiseFrame("Saved");
+    OptionsFile* options = App().GetOptions();
+    std::atomic<bool> done{false}, sawGap{false};
+    std::thread watcher([&] {
+        while (!done) {
+            RWLock::ReadGuard lock(*options->GetRWLock());
+            const String section = options->GetCurrentSection();
+            if (section.rfind("Pos", 0) == 0 && !options->HasKey(section, "Window")) sawGap = true;
+            std::this_thread::sleep_for(std::chrono::microseconds(50)); // let the writer in
+        }
+    });
+    for (int i = 0; i < 20; ++i)
+        wxSaveWindowPos(w, "Pos" + String::FromInt(i));
+    done = true;
+    watcher.join();
+    EXPECT_FALSE(sawGap.load());
 }
 
 } // namespace
