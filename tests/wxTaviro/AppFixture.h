@@ -23,6 +23,10 @@ public:
         SetArguments(args);
         return wxTaviroApp::OnInit();
     }
+    bool Startup(CommandLine& commandLine) override {
+        const bool ok = TaviroClientApp::Startup(commandLine);
+        return m_AfterStartup ? m_AfterStartup(ok) : ok;
+    }
     bool OnException(Exception* e) override {
         m_LastExceptionCode = e ? e->GetCode() : 0;
         if (m_OnException) m_OnException();
@@ -33,6 +37,7 @@ public:
         ADD_FAILURE() << "wx assertion: " << wxString(cond) << " at " << wxString(file) << ":"
                       << line;
     }
+    std::function<bool(bool)> m_AfterStartup;
     std::function<void()> m_OnException;
     uint32_t m_LastExceptionCode = 0;
     bool m_ExceptionsRecoverable = true;
@@ -51,7 +56,7 @@ public:
 
 protected:
     int Enter(wxDialog* d) override {
-        auto* box = dynamic_cast<wxMessageDialog*>(d); // wx RTTI: our dialogs have none
+        auto* box = dynamic_cast<wxMessageDialog*>(d);      // wx RTTI: our dialogs have none
         wxWindow* text = d->FindWindowByName("staticText"); // the library's own
         m_Shown.emplace_back(d->GetTitle(), box ? box->GetMessage() : text ? text->GetLabel() : "");
         return wxID_OK;

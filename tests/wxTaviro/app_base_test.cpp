@@ -2,6 +2,8 @@
 // surviving exceptions, Control+Shift+C and activation, and closes from outside.
 #include "tests/wxTaviro/AppFixture.h"
 
+#include <taviro/ThreadPool.h>
+
 #include <wx/renderer.h>
 #include <wx/tooltip.h>
 
@@ -69,10 +71,26 @@ TEST_F(AppTest, ExitUndoesTheStartAndAFailedStartIsShownAndCleanedUp) {
                   "\n\nCheck the startup log file for more information:\n" +
                   wxFromString(Log::s_GlobalLog->GetFileName()) + "\n\n" +
                   wxFromString(App().GetStartupError()));
-    EXPECT_EQ(seen, "sedd");          // cleaned up and announced
-    App().SetShowStartupError(false); // the program asked for no box
-    EXPECT_FALSE(App().RealOnInit({"/opt/taviro/bin/failing-app", "--no-such-option"}));
+    EXPECT_EQ(seen, "sedd"); // cleaned up and announced
+    // A client that started its pool and then failed: no box (the program asked for none),
+    // the pool stopped again, the options changed during the start written once, after.
+    App().SetShowStartupError(false);
+    bool poolRan = false, writtenDuringStart = true;
+    const String options = m_Dir + "/apptest.ini";
+    App().m_AfterStartup = [&](bool ok) {
+        poolRan = ok && ThreadPool::IsReady();
+        App().GetOptions()->SetValue("State", "a", "1");
+        App().GetOptions()->SetValue("State", "b", "2");
+        writtenDuringStart = File::Exists(options);
+        return false;
+    };
+    EXPECT_FALSE(App().RealOnInit({"/opt/taviro/bin/apptest", "--name", "apptest", "--master",
+                                   "none", "--workers", "2", "--options", options}));
+    App().m_AfterStartup = nullptr;
     EXPECT_EQ(dialogs.m_Shown.size(), 1u);
+    EXPECT_TRUE(poolRan && !ThreadPool::IsReady()); // cleaned up
+    EXPECT_FALSE(writtenDuringStart);
+    EXPECT_EQ(File::ReadAll(options), "[State]\na=1\nb=2\n");
     App().StartupComplete.Disconnect(a);
     App().ExitBegins.Disconnect(b);
     App().ShutdownComplete.Disconnect(c);
@@ -93,6 +111,11 @@ TEST_F(AppTest, MainLoopRestartsAfterARecoverableException) {
     top->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, 7001));
     EXPECT_EQ(App().OnRun(), 0);
     EXPECT_EQ(App().m_LastExceptionCode, 0x1234u);
+    EXPECT_EQ(afterwards, 1);
+    // An exception the client does not accept ends the run at once.
+    App().m_ExceptionsRecoverable = false;
+    top->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, 7001));
+    EXPECT_EQ(App().OnRun(), 0);
     EXPECT_EQ(afterwards, 1);
     PumpEvents(); // the queued exit runs outside any main loop, harmlessly
 }
