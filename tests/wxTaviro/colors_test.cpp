@@ -1,16 +1,39 @@
-// The palette and its five schemes, the colour arithmetic, "Colors.ini", colour management of
-// windows, the drawing helpers and the palette renderer, drawn into memory DCs.
-#include "tests/wxTaviro/ColorsTestUtil.h"
+// The palette, its schemes and "Colors.ini", colour management, the drawing helpers and the
+// renderer drawn into memory DCs, and the themed buttons and toggles (Dark scheme).
+#include "tests/support/WxTestHelpers.h"
+
+#include <wxTaviro/wxTaviroColors.h>
 
 #include <ostrum/File.h>
 
+#include <wx/sizer.h>
+
+inline void PrintTo(const wxColour& c, std::ostream* os) {
+    *os << (c.IsOk() ? c.GetAsString(wxC2S_CSS_SYNTAX) : wxString("unset"));
+}
+
 using namespace taviro_test;
-using namespace colors_test;
 
 namespace {
 
-// The 27 slots in table order: slot name (also the key in "Colors.ini") and the colour of each
-// fixed scheme, as 0xRRGGBB: Light, Lighter, Dark, Darker.
+wxColour Rgb(int r, int g, int b) {
+    return wxColour(r, g, b);
+}
+wxColour Hex(unsigned rgb) {
+    return wxColour((rgb >> 16) & 255, (rgb >> 8) & 255, rgb & 255);
+}
+
+// Every test starts with no scheme loaded and the Dark colours (the palette outlives the test).
+class Colors : public ::testing::Test {
+protected:
+    void SetUp() override {
+        g_Scheme = -1;
+        SetColors(-1);
+    }
+    wxsRenderer r;
+};
+
+// The 27 slots in table order (name, also the file key): Light, Lighter, Dark, Darker.
 const struct SlotRow {
     const char* name;
     unsigned rgb[4];
@@ -48,56 +71,66 @@ Path ColorsIni() {
     return Path(File::GetUserDir()) / "Colors.ini";
 }
 
+const wxColour k_Paper = Rgb(0, 128, 0); // a background no control colour comes near
+
+// Draws on k_Paper with a pen and a brush of its own, which must be the dc's again after.
+template <class Draw>
+wxImage Drawn(int w, int h, Draw draw) {
+    return RenderToImage(
+        w, h,
+        [&](wxDC& dc) {
+            const wxPen pen(Rgb(1, 2, 3), 3);
+            dc.SetPen(pen);
+            dc.SetBrush(*wxCYAN_BRUSH);
+            draw(dc);
+            EXPECT_TRUE(dc.GetPen() == pen && dc.GetBrush() == *wxCYAN_BRUSH);
+        },
+        k_Paper);
+}
+wxImage Graded(int h, float power, bool bottom, bool top) {
+    return Drawn(12, 14, [&](wxDC& dc) {
+        DrawGradedRectangle(dc, {1, 2, 10, h}, *wxBLACK, Rgb(200, 100, 50), power, bottom, top);
+    });
+}
+wxColour Step(float t) { // a step with weight t on `second`
+    return Rgb(int(200 * t), int(100 * t), int(50 * t));
+}
+
 } // namespace
 
 // ---- palette ----
 
-TEST(ColorsPaletteFresh, TextIsUnsetBeforeAnySchemeIsApplied) {
-    // Only a fresh process has an empty palette: run the check in a child of its own.
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(std::_Exit(wxsGetColor(color_Text).IsOk()), ::testing::ExitedWithCode(0), "");
-}
-
-using ColorsPalette = ColorsFixture;
-
-TEST_F(ColorsPalette, EverySlotOfEverySchemeHoldsItsTableColour) {
+TEST_F(Colors, EverySlotOfEverySchemeHoldsItsTableColour) {
     wxsSetColor("ClientSlot", Rgb(7, 8, 9));
-    // Scheme number and the column it shows: 5 (Custom) without a file, 0, 6 and negative
-    // numbers all show Dark.
+    // Scheme number and its column: Custom without a file, 0, 6 and negatives show Dark.
     const std::pair<int, int> schemes[] = {{1, 0}, {2, 1}, {3, 2}, {4, 3},
                                            {5, 2}, {0, 2}, {6, 2}, {-4, 2}};
     for (const auto& s : schemes) {
         for (const SlotRow& row : k_Slots)
             wxsSetColor(row.name, wxColour());
-        g_Scheme = 42;
         SetColors(s.first);
-        EXPECT_EQ(g_Scheme, 42); // SetColors leaves the number alone
         for (size_t i = 0; i < std::size(k_Slots); ++i) {
             EXPECT_EQ(*color_Slots[i], k_Slots[i].name);
-            EXPECT_COLOUR(wxsGetColor(k_Slots[i].name), Hex(k_Slots[i].rgb[s.second]))
+            EXPECT_EQ(wxsGetColor(k_Slots[i].name), Hex(k_Slots[i].rgb[s.second]))
                 << k_Slots[i].name << " in scheme " << s.first;
         }
     }
-    EXPECT_COLOUR(wxsGetColor("ClientSlot"), Rgb(7, 8, 9)); // other slots are left alone
-    EXPECT_FALSE(File::Exists(ColorsIni()));                // and nothing is written
+    EXPECT_EQ(wxsGetColor("ClientSlot"), Rgb(7, 8, 9)); // other slots are left alone
 }
 
-TEST_F(ColorsPalette, ColourArithmeticClampsAndIsOpaque) {
-    EXPECT_COLOUR(OffsetColor(Rgb(250, 10, 128), 10, -20, 0), Rgb(255, 0, 128));
-    EXPECT_COLOUR(OffsetColor(wxColour(1, 2, 3, 40), 0, 0, 0), Rgb(1, 2, 3));
-    EXPECT_COLOUR(OffsetColor(Rgb(200, 100, 50), Rgb(100, 100, 100)), Rgb(255, 200, 150));
-    EXPECT_COLOUR(OffsetColor(wxColour(0, 0, 0, 0), wxColour(5, 6, 7, 0)), Rgb(5, 6, 7));
-    EXPECT_COLOUR(Hilight(Rgb(240, 10, 230)), Rgb(255, 35, 255));
-    EXPECT_COLOUR(Hilight(wxColour(0, 0, 0, 10)), Rgb(25, 25, 25));
-    EXPECT_COLOUR(Disabled(Rgb(0, 0, 0)), Rgb(57, 57, 57)); // 57.6 truncates (light grey 192)
-    EXPECT_COLOUR(Disabled(wxColour(255, 100, 10, 0)), Rgb(236, 127, 64));
+TEST_F(Colors, ColourArithmeticClampsAndIsOpaque) {
+    EXPECT_EQ(OffsetColor(Rgb(250, 10, 128), 10, -20, 0), Rgb(255, 0, 128));
+    EXPECT_EQ(OffsetColor(wxColour(1, 2, 3, 40), 0, 0, 0), Rgb(1, 2, 3));
+    EXPECT_EQ(OffsetColor(Rgb(200, 100, 50), Rgb(100, 100, 100)), Rgb(255, 200, 150));
+    EXPECT_EQ(OffsetColor(wxColour(0, 0, 0, 0), wxColour(5, 6, 7, 0)), Rgb(5, 6, 7));
+    EXPECT_EQ(Hilight(Rgb(240, 10, 230)), Rgb(255, 35, 255));
+    EXPECT_EQ(Disabled(Rgb(0, 0, 0)), Rgb(57, 57, 57)); // 57.6 truncates (light grey 192)
+    EXPECT_EQ(Disabled(wxColour(255, 100, 10, 0)), Rgb(236, 127, 64));
 }
 
 // ---- colour schemes and "Colors.ini" ----
 
-using ColorsScheme = ColorsFixture;
-
-TEST_F(ColorsScheme, SchemeNumbersFromTheFile) {
+TEST_F(Colors, SchemeNumbersFromTheFile) {
     const struct {
         const char* text; // null: no file
         int before, after;
@@ -116,14 +149,12 @@ TEST_F(ColorsScheme, SchemeNumbersFromTheFile) {
         Light();
         LoadColorScheme();
         EXPECT_EQ(g_Scheme, c.after) << (c.text ? c.text : "no file");
-        EXPECT_COLOUR(wxsGetColor(color_ButtonFace), Hex(c.buttonFace)) << (c.text ? c.text : "");
-        EXPECT_EQ(File::Exists(ColorsIni()), c.text != nullptr); // loading writes nothing
+        EXPECT_EQ(wxsGetColor(color_ButtonFace), Hex(c.buttonFace)) << (c.text ? c.text : "");
     }
 }
 
-TEST_F(ColorsScheme, CustomSchemeReadsEveryColourKeyOverDark) {
-    // Each key gets a colour of its own; an empty value keeps Dark, one that is no colour
-    // leaves the slot unset.
+TEST_F(Colors, CustomSchemeReadsEveryColourKeyOverDark) {
+    // An empty value keeps Dark, one that is no colour leaves the slot unset.
     String file = "scheme=5\nWindowBG = not a colour\nWindowBGLighter=\n";
     for (int i = 2; i < int(std::size(k_Slots)); ++i)
         file += String(k_Slots[i].name) + " = rgb(" + String::FromInt(i) + ", " +
@@ -133,14 +164,12 @@ TEST_F(ColorsScheme, CustomSchemeReadsEveryColourKeyOverDark) {
     LoadColorScheme();
     EXPECT_EQ(g_Scheme, 5);
     EXPECT_FALSE(wxsGetColor(color_WindowBG).IsOk());
-    EXPECT_COLOUR(wxsGetColor(color_WindowBGLighter), Rgb(92, 92, 92));
+    EXPECT_EQ(wxsGetColor(color_WindowBGLighter), Rgb(92, 92, 92));
     for (int i = 2; i < int(std::size(k_Slots)); ++i)
-        EXPECT_COLOUR(wxsGetColor(k_Slots[i].name), Rgb(i, 2 * i, 3 * i)) << k_Slots[i].name;
-    SetColors(3); // colour keys mean nothing to the fixed schemes
-    EXPECT_COLOUR(wxsGetColor(color_Header), Rgb(115, 115, 115));
+        EXPECT_EQ(wxsGetColor(k_Slots[i].name), Rgb(i, 2 * i, 3 * i)) << k_Slots[i].name;
 }
 
-TEST_F(ColorsScheme, SavingWritesTheNumberAndKeepsEverythingElse) {
+TEST_F(Colors, SavingWritesTheNumberAndKeepsEverythingElse) {
     File::AtomicWrite(ColorsIni(), "; written by hand\nscheme=7\nSelected=#FF0000\nOwnKey=kept\n\n"
                                    "[Elsewhere]\nscheme=9\n");
     g_Scheme = -12;
@@ -152,7 +181,7 @@ TEST_F(ColorsScheme, SavingWritesTheNumberAndKeepsEverythingElse) {
     EXPECT_EQ(text.find("scheme=7"), String::npos) << text;
 }
 
-TEST_F(ColorsScheme, NoUserFolderThrowsNothingAndStillFillsThePalette) {
+TEST_F(Colors, NoUserFolderThrowsNothingAndStillFillsThePalette) {
     EnvVar home("HOME"), xdg("XDG_CONFIG_HOME");
     home.Unset();
     xdg.Unset();
@@ -161,116 +190,66 @@ TEST_F(ColorsScheme, NoUserFolderThrowsNothingAndStillFillsThePalette) {
     EXPECT_EQ(CatchException(LoadColorScheme), nullptr);
     EXPECT_EQ(CatchException(SaveColorScheme), nullptr);
     EXPECT_EQ(g_Scheme, 5);
-    EXPECT_COLOUR(wxsGetColor(color_WindowBG), Rgb(72, 72, 72));
+    EXPECT_EQ(wxsGetColor(color_WindowBG), Rgb(72, 72, 72));
 }
 
 // ---- wxsColorManaged ----
 
-TEST_F(ColorsFixture, ManagedWindowsInheritRolesAndFollowColourChanges) {
+TEST_F(Colors, ManagedWindowsInheritRolesAndFollowColourChanges) {
     auto* outer = new wxsPanel(TopWindow());
     outer->SetBackgroundSlot(color_Header, -10);
     outer->SetDisabledForegroundSlot(color_TextRed, 3);
     outer->RefreshColors();
-    EXPECT_COLOUR(outer->GetBackgroundColour(), Rgb(105, 105, 105));
     auto* text = new wxsStaticText(new wxsPanel(outer), wxID_ANY, "label");
     EXPECT_EQ(text->GetDisabledForegroundSlot(), color_TextRed);
     EXPECT_EQ(text->GetDisabledForegroundOffset(), 3);
-    EXPECT_COLOUR(text->GetBackgroundColour(), Rgb(105, 105, 105));
-    // A plain window in between breaks the inheritance: its child gets the defaults, and
-    // passes a colour change on.
+    EXPECT_EQ(text->GetBackgroundColour(), Rgb(105, 105, 105));
+    // A plain window in between breaks the inheritance, and passes a colour change on.
     auto* deep = new wxsPanel(new wxPanel(outer));
     auto* off = new wxsPanel(deep);
-    EXPECT_COLOUR(deep->GetForegroundColour(), Rgb(235, 235, 235));
-    EXPECT_COLOUR(deep->GetBackgroundColour(), Rgb(72, 72, 72));
-    off->Enable(false); // enabling alone does not recolour; the next change does
-    EXPECT_COLOUR(off->GetBackgroundColour(), Rgb(72, 72, 72));
+    EXPECT_EQ(deep->GetBackgroundColour(), Rgb(72, 72, 72));
+    off->Enable(false);
     off->RefreshColors();
-    EXPECT_COLOUR(off->GetForegroundColour(), Rgb(160, 170, 190)); // "TextGray"
-    EXPECT_COLOUR(off->GetBackgroundColour(), Rgb(142, 142, 142)); // 92 + 50
+    EXPECT_EQ(off->GetForegroundColour(), Rgb(160, 170, 190)); // "TextGray"
+    EXPECT_EQ(off->GetBackgroundColour(), Rgb(142, 142, 142)); // 92 + 50
     Lighter();
     wxSysColourChangedEvent event;
     event.SetEventObject(TopWindow());
     TopWindow()->GetEventHandler()->ProcessEvent(event);
-    EXPECT_COLOUR(off->GetBackgroundColour(), Rgb(255, 255, 255)); // clamped
-    EXPECT_COLOUR(outer->GetBackgroundColour(), Rgb(201, 201, 201));
-    EXPECT_COLOUR(deep->GetForegroundColour(), Rgb(10, 10, 10));
+    EXPECT_EQ(off->GetBackgroundColour(), Rgb(255, 255, 255)); // clamped
+    EXPECT_EQ(outer->GetBackgroundColour(), Rgb(201, 201, 201));
+    EXPECT_EQ(deep->GetForegroundColour(), Rgb(10, 10, 10));
 }
 
-// ---- drawing helpers ----
+// ---- drawing helpers and the renderer (Dark scheme) ----
 
-using ColorsDrawing = ColorsFixture;
-
-namespace {
-const wxColour k_Second = Rgb(200, 100, 50);
-// Draws into a dc with a pen and a brush of its own, which must be the dc's again after.
-template <class Draw>
-wxImage Drawn(int w, int h, Draw draw, const wxColour& background = *wxWHITE) {
-    return RenderToImage(
-        w, h,
-        [&](wxDC& dc) {
-            const wxPen pen(Rgb(1, 2, 3), 3);
-            dc.SetPen(pen);
-            dc.SetBrush(*wxCYAN_BRUSH);
-            draw(dc);
-            EXPECT_TRUE(dc.GetPen() == pen && dc.GetBrush() == *wxCYAN_BRUSH);
-        },
-        background);
-}
-wxImage Graded(int height, float power, bool bottom, bool top) {
-    return Drawn(12, 14, [&](wxDC& dc) {
-        DrawGradedRectangle(dc, wxRect(1, 2, 10, height), *wxBLACK, k_Second, power, bottom, top);
-    });
-}
-wxColour Step(float t) { // the colour of a step with weight t on `second`
-    return Rgb(int(200 * t), int(100 * t), int(50 * t));
-}
-} // namespace
-
-TEST_F(ColorsDrawing, GradedRectangleStepsShrinkFromTheGradedEdge) {
-    // Height 10: five rectangles of heights 10..6 from the same top (bottom graded), so each
-    // row shows the last step that still reached it; power 2 narrows the edge band.
+TEST_F(Colors, GradedRectangleStepsShrinkFromTheGradedEdge) {
+    // Bottom graded: steps of heights 10..6 from the top; a row shows the last that reached it.
     const float bottom[10] = {.2f, .2f, .2f, .2f, .2f, .2f, .4f, .6f, .8f, 1.f};
     const float both[10] = {1.f, .8f, .6f, .4f, .2f, .2f, .4f, .6f, .8f, 1.f};
-    const wxImage b = Graded(10, 1.0f, true, false), t = Graded(10, 1.0f, false, true),
-                  bt = Graded(10, 1.0f, true, true), p = Graded(10, 2.0f, true, false);
+    const wxImage b = Graded(10, 1.0f, true, false), bt = Graded(10, 1.0f, true, true),
+                  p = Graded(10, 2.0f, true, false);
     for (int row = 0; row < 10; ++row) {
         EXPECT_TRUE(RegionNear(b, wxRect(1, 2 + row, 10, 1), Step(bottom[row]))) << row;
-        EXPECT_PIXEL(t, 5, 2 + row, Step(bottom[9 - row])) << row; // mirrored
         EXPECT_PIXEL(bt, 5, 2 + row, Step(both[row])) << row;
         EXPECT_PIXEL(p, 5, 2 + row, Step(bottom[row] * bottom[row])) << row;
     }
     const wxRect all(0, 0, 12, 14);
-    EXPECT_EQ(CountPixels(b, all, *wxWHITE), 12 * 14 - 10 * 10);
+    EXPECT_EQ(CountPixels(b, all, k_Paper), 12 * 14 - 10 * 10);
     // No flag: flat in `first`, whatever the height; height 1 with a flag: nothing.
     for (int h : {1, 10})
         EXPECT_EQ(CountPixels(Graded(h, 3.0f, false, false), all, *wxBLACK), 10 * h) << h;
-    EXPECT_EQ(CountPixels(Graded(1, 1.0f, true, false), all, *wxWHITE), 12 * 14);
+    EXPECT_EQ(CountPixels(Graded(1, 1.0f, true, false), all, k_Paper), 12 * 14);
 }
 
-// ---- the renderer (Dark scheme) ----
-
-namespace {
-const wxColour k_Paper = Rgb(0, 128, 0); // a background no control colour comes near
-
-template <class Draw>
-wxImage Rendered(int w, int h, Draw draw) {
-    wxsRenderer renderer;
-    return Drawn(
-        w, h, [&](wxDC& dc) { draw(renderer, dc); }, k_Paper);
-}
-} // namespace
-
-TEST_F(ColorsDrawing, CheckBoxBevelInEveryState) {
-    // Drawn at (0, 0, 13, 13), colours: border ring, outer bevel upper-left (its top row runs
-    // to the right end) over the lower-right fill, inner bevel (each edge mixed half and half
-    // with the face), face.
+TEST_F(Colors, CheckBoxBevelInEveryState) {
+    // Border, outer bevel upper-left (over the lower-right) and lower-right, inner ones, face.
     const struct {
         int flags;
         unsigned rgb[6];
     } cases[] = {
         {0, {0x383838, 0xA5A5A5, 0x454545, 0x888888, 0x585858, 0x6C6C6C}},
         {wxCONTROL_CHECKED, {0x383838, 0x454545, 0xA5A5A5, 0x95743A, 0xC5A46A, 0xE6A330}},
-        {wxCONTROL_FOCUSED, {0x515151, 0xBEBEBE, 0x5E5E5E, 0xA1A1A1, 0x717171, 0x858585}},
         {wxCONTROL_CURRENT | wxCONTROL_CHECKED,
          {0x515151, 0x5E5E5E, 0xBEBEBE, 0xAE8D53, 0xDEBD83, 0xFFBC49}},
         {wxCONTROL_DISABLED | wxCONTROL_FOCUSED | wxCONTROL_CHECKED, // disabled wins
@@ -279,7 +258,7 @@ TEST_F(ColorsDrawing, CheckBoxBevelInEveryState) {
     const int probes[][3] = {{0, 0, 0},  {12, 6, 0}, {1, 6, 1}, {11, 1, 1},
                              {6, 11, 2}, {6, 2, 3},  {10, 6, 4}}; // x, y, colour
     for (const auto& c : cases) {
-        const wxImage img = Rendered(16, 16, [&](wxsRenderer& r, wxDC& dc) {
+        const wxImage img = Drawn(16, 16, [&](wxDC& dc) {
             r.DrawCheckBox(TopWindow(), dc, wxRect(0, 0, 13, 13), c.flags);
         });
         for (const auto& p : probes)
@@ -289,19 +268,16 @@ TEST_F(ColorsDrawing, CheckBoxBevelInEveryState) {
     }
 }
 
-TEST_F(ColorsDrawing, RadioButtonDiscsInEveryState) {
-    // A big button, so that the one-pixel rings can be probed on the axes: 180 and 90 degrees
-    // lie in the light upper-left half, 0 and 270 in the shade. Rings from the rim inwards:
-    // outer, light/shade, both mixed 0.33 towards the face, both mixed 0.67, the face.
+TEST_F(Colors, RadioButtonDiscsInEveryState) {
+    // Big, to probe the one-pixel rings on the axes (180 and 90 degrees in the light half):
+    // outer, light and shade, both mixed 0.33 towards the face, both mixed 0.67, the face.
     const struct {
         int flags;
-        unsigned rgb[8]; // outer, light, shade, light2, shade2, light3, shade3, face
+        unsigned rgb[8];
     } cases[] = {
         {0, {0x383838, 0xA5A5A5, 0x454545, 0x929292, 0x515151, 0x7E7E7E, 0x5F5F5F, 0x6C6C6C}},
         {wxCONTROL_CHECKED,
          {0x383838, 0x454545, 0xA5A5A5, 0x7A643E, 0xBAA47E, 0xB08336, 0xD0A356, 0xE6A330}},
-        {wxCONTROL_FOCUSED,
-         {0x484848, 0xBEBEBE, 0x5E5E5E, 0xA2A2A2, 0x626262, 0x878787, 0x676767, 0x6C6C6C}},
         {wxCONTROL_CURRENT,
          {0x515151, 0xA5A5A5, 0x454545, 0x9A9A9A, 0x5A5A5A, 0x8F8F8F, 0x6F6F6F, 0x858585}},
         {wxCONTROL_DISABLED | wxCONTROL_FOCUSED, // both, disabled first
@@ -309,7 +285,7 @@ TEST_F(ColorsDrawing, RadioButtonDiscsInEveryState) {
     };
     const wxPoint probes[] = {{0, 21}, {21, 1}, {40, 21}, {2, 21}, {39, 21}, {3, 21}, {21, 38}};
     for (const auto& c : cases) {
-        const wxImage img = Rendered(44, 44, [&](wxsRenderer& r, wxDC& dc) {
+        const wxImage img = Drawn(44, 44, [&](wxDC& dc) {
             r.DrawRadioBitmap(TopWindow(), dc, wxRect(0, 0, 41, 41), c.flags);
         });
         for (int i = 0; i < 7; ++i) // the rims are anti-aliased
@@ -319,33 +295,274 @@ TEST_F(ColorsDrawing, RadioButtonDiscsInEveryState) {
     }
 }
 
-TEST_F(ColorsDrawing, DropArrowSplitterSashAndBorder) {
-    // Rectangle (0, 0, 40, 24) shrinks to (2, 6, 36, 12): the triangle (29, 6), (37, 6),
-    // (33, 17) points down at the right end, in "ButtonText" over the "ButtonFace" button.
+TEST_F(Colors, DropArrowSplitterSashAndBorder) {
+    // (0, 0, 40, 24) shrinks to (2, 6, 36, 12): the arrow (29, 6), (37, 6), (33, 17) at its right.
     const wxColour text = Rgb(255, 255, 255), face = Rgb(108, 108, 108);
-    for (bool button : {false, true}) {
-        const wxImage img = Rendered(44, 26, [&](wxsRenderer& r, wxDC& dc) {
-            (r.*(button ? &wxsRenderer::DrawComboBoxDropButton : &wxsRenderer::DrawDropArrow))(
-                TopWindow(), dc, wxRect(0, 0, 40, 24), 0);
-        });
-        const wxColour around = button ? face : k_Paper;
-        EXPECT_TRUE(RegionNear(img, wxRect(31, 7, 5, 3), text)) << button;
-        EXPECT_PIXEL(img, 33, 14, text);
-        EXPECT_PIXEL(img, 33, 20, around); // below the tip
-        EXPECT_PIXEL(img, 33, 3, around);  // above the top edge
-        EXPECT_TRUE(RegionNear(img, wxRect(0, 0, 27, 24), around));
-        EXPECT_PIXEL(img, 41, 24, k_Paper);
-    }
+    const wxImage img = Drawn(
+        44, 26, [&](wxDC& dc) { r.DrawComboBoxDropButton(TopWindow(), dc, wxRect(0, 0, 40, 24)); });
+    EXPECT_TRUE(RegionNear(img, wxRect(31, 7, 5, 3), text));
+    EXPECT_PIXEL(img, 33, 14, text);
+    EXPECT_PIXEL(img, 33, 20, face); // below the tip
+    EXPECT_PIXEL(img, 33, 3, face);  // above the top edge
+    EXPECT_TRUE(RegionNear(img, wxRect(0, 0, 27, 24), face));
+    EXPECT_PIXEL(img, 41, 24, k_Paper);
     // The sash fills the size given, the border draws nothing.
-    const wxImage sash = Rendered(50, 40, [&](wxsRenderer& r, wxDC& dc) {
+    const wxImage sash = Drawn(50, 40, [&](wxDC& dc) {
         r.DrawSplitterBorder(TopWindow(), dc, wxRect(0, 0, 50, 40), 0);
         r.DrawSplitterSash(TopWindow(), dc, wxSize(45, 33), 20, wxVERTICAL, 0);
     });
     EXPECT_TRUE(RegionNear(sash, wxRect(0, 0, 45, 33), face));
     EXPECT_PIXEL(sash, 45, 10, k_Paper);
     EXPECT_PIXEL(sash, 10, 33, k_Paper);
-    wxsRenderer renderer;
-    const wxSplitterRenderParams params = renderer.GetSplitterParams(TopWindow());
+    const wxSplitterRenderParams params = r.GetSplitterParams(TopWindow());
     EXPECT_TRUE(params.widthSash == 5 && params.border == 0 && params.isHotSensitive);
-    EXPECT_TRUE(wxRendererVersion::IsCompatible(renderer.GetVersion()));
+    EXPECT_TRUE(wxRendererVersion::IsCompatible(r.GetVersion()));
+}
+
+// ---- wxsButton ----
+
+namespace {
+
+class ColorsControls : public Colors {
+protected:
+    void SetUp() override {
+        Colors::SetUp();
+        m_Panel = new wxsPanel(TopWindow());
+        m_Panel->SetSizer(new wxBoxSizer(wxHORIZONTAL));
+        m_Panel->SetSize(TopWindow()->GetClientSize());
+    }
+    template <class T, class... Args>
+    T* Add(Args&&... args) {
+        T* w = new T(m_Panel, std::forward<Args>(args)...);
+        m_Panel->GetSizer()->Add(w, 0, wxALL, 4);
+        m_Panel->Layout();
+        PumpEvents();
+        return w;
+    }
+    template <class T>
+    static wxImage Render(T* control) {
+        const wxSize size = control->GetClientSize();
+        return RenderToImage(size.x, size.y, [control](wxDC& dc) { control->Draw(dc); });
+    }
+    // Events as the toolkit sends them.
+    static void Focus(wxWindow* w, bool in) {
+        wxFocusEvent e(in ? wxEVT_SET_FOCUS : wxEVT_KILL_FOCUS);
+        w->ProcessWindowEvent(e);
+    }
+    static void Mouse(wxWindow* w, wxEventType type, int x = 2, int y = 2, int clicks = 1) {
+        wxMouseEvent e(type);
+        e.m_x = x, e.m_y = y, e.m_clickCount = clicks;
+        w->ProcessWindowEvent(e);
+    }
+    static void Key(wxWindow* w, wxEventType type, int key) {
+        wxKeyEvent e(type);
+        e.m_keyCode = key;
+        w->ProcessWindowEvent(e);
+    }
+    wxsPanel* m_Panel = nullptr;
+};
+
+// The palette renderer as the application's (asked for once first: traits install their own).
+struct ScopedRenderer {
+    wxRendererNative* old = (wxRendererNative::Get(), wxRendererNative::Set(new wxsRenderer()));
+    ~ScopedRenderer() { delete wxRendererNative::Set(old); }
+};
+
+const wxColour k_NormalFace = Rgb(108, 108, 108), k_HoveredFace = Rgb(133, 133, 133),
+               k_DefaultFace = Rgb(250, 183, 68), k_HoveredDefaultFace = Rgb(255, 208, 93),
+               k_Grey = Rgb(160, 170, 190); // "TextGray"
+
+} // namespace
+
+TEST_F(ColorsControls, ButtonLooksNormalDefaultHoveredAndDisabledThroughItsParent) {
+    auto* normal = Add<wxsButton>(wxID_ANY, "Normal");
+    auto* def = Add<wxsButton>(wxID_OK, "OK");
+    EXPECT_EQ(def->SetDefault(), nullptr);
+    EXPECT_PIXEL(Render(normal), 1, 1, k_NormalFace);
+    EXPECT_EQ(normal->GetForegroundColour(), Rgb(255, 255, 255));
+    EXPECT_PIXEL(Render(def), 1, 1, k_DefaultFace);         // "Selected" + 20
+    EXPECT_EQ(def->GetForegroundColour(), Rgb(49, 49, 49)); // "3DDark" - 20
+    EXPECT_EQ(def->GetFont(), wxsButton::GetDefaultFont());
+    EXPECT_EQ(wxsButton::GetDefaultFont(), wxsButton::GetNormalFont().Bold());
+    EXPECT_EQ(wxsButton::GetNormalFont().GetPointSize(), m_Panel->GetFont().GetPointSize() - 1);
+    EXPECT_TRUE(normal->HasFlag(wxBORDER_NONE));
+
+    // Hovering adds 25 to whichever look is current, once; a leave without an enter is nothing.
+    Mouse(normal, wxEVT_LEAVE_WINDOW);
+    Mouse(normal, wxEVT_ENTER_WINDOW);
+    Mouse(normal, wxEVT_ENTER_WINDOW);
+    Mouse(def, wxEVT_ENTER_WINDOW);
+    EXPECT_PIXEL(Render(normal), 1, 1, k_HoveredFace);
+    EXPECT_PIXEL(Render(def), 1, 1, k_HoveredDefaultFace); // +20 and +25, clamped
+    EXPECT_EQ(def->GetForegroundColour(), Rgb(74, 74, 74));
+    def->SetNormal(); // the shade follows a change of look
+    EXPECT_PIXEL(Render(def), 1, 1, k_HoveredFace);
+    EXPECT_EQ(def->GetFont(), wxsButton::GetNormalFont());
+
+    // Disabled through the panel while hovered: the grey label, centred, on the face, unlit.
+    m_Panel->Enable(false);
+    PumpEvents();
+    EXPECT_EQ(normal->GetBackgroundColour(), Rgb(56, 56, 56));
+    const wxImage img = Render(normal);
+    const wxSize text = normal->GetTextExtent("Normal"), size = normal->GetClientSize();
+    const wxRect label((size.x - text.x) / 2, (size.y - text.y) / 2, text.x, text.y);
+    EXPECT_GT(CountPixels(img, label, k_Grey, 12), 0);
+    EXPECT_EQ(CountPixels(img, wxRect(0, 0, label.x, size.y), k_NormalFace), label.x * size.y);
+    m_Panel->Enable(true);
+    PumpEvents();
+    EXPECT_EQ(normal->GetForegroundColour(), Rgb(255, 255, 255));
+}
+
+TEST_F(ColorsControls, MinimumSizeHoldsTheBoldLabelAndALongerLabelGrowsTheButton) {
+    auto* button = Add<wxsButton>(wxID_ANY, "OK");
+    auto* fit = Add<wxsButton>(wxID_ANY, "i", wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    // Exact fit: 1.5 characters or the label, plus a character and an eighth of its height.
+    wxMemoryDC dc;
+    dc.SetFont(wxsButton::GetDefaultFont());
+    const int cw = fit->GetCharWidth(), ch = fit->GetCharHeight();
+    const wxSize i = dc.GetTextExtent("i");
+    EXPECT_EQ(fit->GetMinSize(), wxSize(std::max(3 * cw / 2, i.x) + cw, i.y + ch / 8));
+
+    button->SetLabel("Render the selected frames again");
+    button->SetDefault(); // the bold default font is the wider
+    m_Panel->Layout();
+    const wxRect label = button->GetLabelRect(button->GetClientSize());
+    EXPECT_TRUE(label.x >= 0 && label.GetRight() < button->GetClientSize().x) << label.width;
+}
+
+TEST_F(ColorsControls, FocusMovesTheDefaultLookAndGivesItBack) {
+    auto* ok = Add<wxsButton>(wxID_OK, "OK");
+    auto* b = Add<wxsButton>(wxID_ANY, "B");
+    auto* icon = Add<wxsButton>(wxID_ANY, "", wxDefaultPosition, wxDefaultSize, wxBU_NOTEXT);
+    Focus(b, true); // no default item yet: focus only shades
+    EXPECT_PIXEL(Render(b), 1, 1, k_HoveredFace);
+    Focus(b, false);
+    EXPECT_PIXEL(Render(b), 1, 1, k_NormalFace);
+    EXPECT_EQ(TopWindow()->GetDefaultItem(), nullptr);
+
+    ok->SetDefault();
+    Focus(b, true); // B borrows the default look, OK turns normal
+    EXPECT_TRUE(b->IsDefault());
+    EXPECT_PIXEL(Render(b), 1, 1, k_DefaultFace);
+    EXPECT_PIXEL(Render(ok), 1, 1, k_NormalFace);
+    Focus(b, false); // B gives it back
+    EXPECT_TRUE(ok->IsDefault());
+    EXPECT_PIXEL(Render(ok), 1, 1, k_DefaultFace);
+    EXPECT_PIXEL(Render(b), 1, 1, k_NormalFace);
+    Focus(ok, true); // on the default button itself: the hover shade
+    EXPECT_PIXEL(Render(ok), 1, 1, k_HoveredDefaultFace);
+    Focus(ok, false);
+    EXPECT_PIXEL(Render(ok), 1, 1, k_DefaultFace);
+    Focus(icon, true); // a button without text never takes part
+    EXPECT_TRUE(ok->IsDefault());
+    // The earlier default going away meanwhile leaves nothing dangling.
+    Focus(b, true);
+    delete ok;
+    Focus(b, false);
+    EXPECT_TRUE(b->IsDefault());
+}
+
+TEST_F(ColorsControls, KeysAndReleasesClickTheButton) {
+    auto* b = Add<wxsButton>(wxID_ANY, "Press");
+    int clicks = 0, sound = 0; // sound: from the button, disabled while the handler runs
+    b->Bind(wxEVT_BUTTON, [&](wxCommandEvent& e) {
+        ++clicks;
+        sound += !b->IsEnabled() && e.GetId() == b->GetId() && e.GetEventObject() == b;
+        e.Skip();
+    });
+    for (int key :
+         {int(WXK_SPACE), int(WXK_RETURN), int(WXK_NUMPAD_ENTER), int('A'), int(WXK_ESCAPE)})
+        Key(b, wxEVT_KEY_UP, key);
+    Key(b, wxEVT_KEY_DOWN, WXK_SPACE); // a press alone is not a click
+    EXPECT_EQ(clicks, 3);
+    Mouse(b, wxEVT_LEFT_UP, 3, 3);
+    Mouse(b, wxEVT_LEFT_UP, -5, 3);   // released outside
+    Mouse(b, wxEVT_LEFT_UP, 3, 3, 2); // the release of a double click
+    EXPECT_EQ(clicks, 4);
+    EXPECT_EQ(sound, 4);
+    EXPECT_TRUE(b->IsEnabled());
+    EXPECT_EQ(b->GetForegroundColour(), Rgb(255, 255, 255)); // enabled colours again
+    // A handler that disables its own button has the last word.
+    b->Bind(wxEVT_BUTTON, [b](wxCommandEvent&) { b->Disable(); });
+    b->EmulateClick();
+    EXPECT_FALSE(b->IsThisEnabled());
+    EXPECT_EQ(b->GetForegroundColour(), k_Grey);
+}
+
+// ---- wxsCheckBox and wxsRadioButton ----
+
+TEST_F(ColorsControls, CheckBoxTogglesReportsAndPaintsThroughTheApplicationRenderer) {
+    ScopedRenderer renderer;
+    auto* check = Add<wxsCheckBox>(wxID_ANY, "WWWW");
+    std::vector<int> values;
+    check->Bind(wxEVT_CHECKBOX, [&](wxCommandEvent& e) {
+        EXPECT_TRUE(e.GetEventObject() == check && e.GetId() == check->GetId() &&
+                    e.IsChecked() == check->GetValue()); // sent after the change
+        values.push_back(e.GetInt());
+    });
+    const wxSize size = check->GetClientSize();
+    Mouse(check, wxEVT_LEFT_UP, 3, 3);
+    Key(check, wxEVT_KEY_UP, WXK_SPACE);
+    Mouse(check, wxEVT_LEFT_UP, size.x + 3, 3); // outside
+    Mouse(check, wxEVT_LEFT_UP, size.x - 2, 3); // on the label
+    EXPECT_EQ(values, (std::vector<int>{1, 0, 1}));
+    check->SetValue(false); // without an event, like the toolkit's
+    EXPECT_EQ(values.size(), 3u);
+
+    // The label 2 pixels right of the box's square; nothing of it left of there.
+    const int h = size.y, mid = h / 2;
+    const wxRect label(h + 2, 0, size.x - h - 6, h), left(0, 0, h + 2, h);
+    EXPECT_EQ(check->GetGeometry(size).label, label);
+    const wxColour text = Rgb(235, 235, 235), orange = Rgb(255, 136, 0);
+    wxImage img = Render(check);
+    EXPECT_PIXEL(img, mid, mid, Rgb(108, 108, 108)); // the box face, from the renderer
+    EXPECT_PIXEL(img, 0, 0, check->GetBackgroundColour());
+    EXPECT_GT(CountPixels(img, label, text, 20), 0);
+    check->SetValue(true);
+    Mouse(check, wxEVT_ENTER_WINDOW); // hovered: lit box, "TextOrange" label
+    img = Render(check);
+    EXPECT_PIXEL(img, mid, mid, Rgb(255, 188, 73));
+    EXPECT_GT(CountPixels(img, label, orange, 20), 0);
+    EXPECT_EQ(CountPixels(img, left, orange, 20) + CountPixels(img, label, text, 20), 0);
+    m_Panel->Enable(false); // disabled through the parent: the disabled shade and roles
+    PumpEvents();
+    img = Render(check);
+    EXPECT_PIXEL(img, mid, mid, Rgb(218, 171, 91));
+    EXPECT_GT(CountPixels(img, label, k_Grey, 12), 0);
+    EXPECT_EQ(CountPixels(img, label, orange, 60), 0);
+    EXPECT_EQ(check->GetBackgroundColour(), Rgb(142, 142, 142));
+    m_Panel->Enable(true); // the hover went with the disabling
+    PumpEvents();
+    EXPECT_GT(CountPixels(Render(check), label, text, 20), 0);
+}
+
+TEST_F(ColorsControls, RadioGroupsSetOnClickAndAlwaysReport) {
+    ScopedRenderer renderer;
+    auto* a = Add<wxsRadioButton>(wxID_ANY, "A", wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
+    auto* b = Add<wxsRadioButton>(wxID_ANY, "B");
+    Add<wxsButton>(wxID_ANY, "not a radio button"); // skipped over, does not end the group
+    auto* c = Add<wxsRadioButton>(wxID_ANY, "C");
+    auto* d = Add<wxsRadioButton>(wxID_ANY, "D", wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
+    EXPECT_EQ(c->GetGroup(), (std::vector<wxsRadioButton*>{a, b, c}));
+    EXPECT_TRUE(a->GetValue() && !b->GetValue() && d->GetValue()); // the first of a group is set
+    const int mid = a->GetClientSize().y / 2;
+    const wxImage img = Render(a); // a disc: its face in the middle, the panel in the corner
+    EXPECT_PIXEL(img, mid, mid, Rgb(230, 163, 48));
+    EXPECT_PIXEL(img, 2, 2, a->GetBackgroundColour());
+    std::vector<wxObject*> from;
+    m_Panel->Bind(wxEVT_RADIOBUTTON, [&](wxCommandEvent& ev) {
+        EXPECT_EQ(ev.GetInt(), 1);
+        from.push_back(ev.GetEventObject());
+    });
+    Mouse(c, wxEVT_LEFT_UP);
+    Key(c, wxEVT_KEY_UP, WXK_SPACE); // set already: stays set, still reports
+    EXPECT_TRUE(c->GetValue() && !a->GetValue() && d->GetValue()); // d: another group
+    Mouse(b, wxEVT_LEFT_UP);
+    EXPECT_FALSE(c->GetValue());
+    a->Enable(false); // arrow keys select the neighbour in the group, skipping disabled ones
+    Key(b, wxEVT_KEY_DOWN, WXK_DOWN);
+    Key(c, wxEVT_KEY_DOWN, WXK_UP);
+    Key(b, wxEVT_KEY_DOWN, WXK_LEFT); // only a disabled one before it
+    EXPECT_TRUE(b->GetValue());
+    EXPECT_EQ(from, (std::vector<wxObject*>{c, c, b, c, b}));
 }
