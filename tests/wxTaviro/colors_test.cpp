@@ -120,12 +120,11 @@ TEST_F(Colors, EverySlotOfEverySchemeHoldsItsTableColour) {
 
 TEST_F(Colors, ColourArithmeticClampsAndIsOpaque) {
     EXPECT_EQ(OffsetColor(Rgb(250, 10, 128), 10, -20, 0), Rgb(255, 0, 128));
-    EXPECT_EQ(OffsetColor(wxColour(1, 2, 3, 40), 0, 0, 0), Rgb(1, 2, 3));
-    EXPECT_EQ(OffsetColor(Rgb(200, 100, 50), Rgb(100, 100, 100)), Rgb(255, 200, 150));
-    EXPECT_EQ(OffsetColor(wxColour(0, 0, 0, 0), wxColour(5, 6, 7, 0)), Rgb(5, 6, 7));
-    EXPECT_EQ(Hilight(Rgb(240, 10, 230)), Rgb(255, 35, 255));
-    EXPECT_EQ(Disabled(Rgb(0, 0, 0)), Rgb(57, 57, 57)); // 57.6 truncates (light grey 192)
-    EXPECT_EQ(Disabled(wxColour(255, 100, 10, 0)), Rgb(236, 127, 64));
+    EXPECT_EQ(OffsetColor(wxColour(200, 100, 50, 0), wxColour(100, 100, 100, 0)),
+              Rgb(255, 200, 150));
+    EXPECT_EQ(Hilight(wxColour(240, 10, 230, 7)), Rgb(255, 35, 255));
+    EXPECT_EQ(Disabled(wxColour(0, 0, 0, 0)), Rgb(57, 57, 57)); // 57.6 truncates (grey 192)
+    EXPECT_EQ(Disabled(Rgb(255, 100, 10)), Rgb(236, 127, 64));
 }
 
 // ---- colour schemes and "Colors.ini" ----
@@ -138,7 +137,6 @@ TEST_F(Colors, SchemeNumbersFromTheFile) {
     } cases[] = {
         {nullptr, -1, 0, 0x6C6C6C},
         {"scheme=4\n", -1, 4, 0x4B4B4B},
-        {"scheme=7\n", -1, 7, 0x6C6C6C},          // kept as it is, shown as Dark
         {"scheme=-1\n", -1, 0, 0x6C6C6C},         // "never loaded" is not a scheme
         {"[Other]\nscheme=1\n", -1, 0, 0x6C6C6C}, // only the unnamed section counts
         {"", 2, 2, 0xC8C8C8},                     // no key: the scheme in force stays
@@ -201,8 +199,8 @@ TEST_F(Colors, ManagedWindowsInheritRolesAndFollowColourChanges) {
     outer->SetDisabledForegroundSlot(color_TextRed, 3);
     outer->RefreshColors();
     auto* text = new wxsStaticText(new wxsPanel(outer), wxID_ANY, "label");
-    EXPECT_EQ(text->GetDisabledForegroundSlot(), color_TextRed);
-    EXPECT_EQ(text->GetDisabledForegroundOffset(), 3);
+    EXPECT_TRUE(text->GetDisabledForegroundSlot() == color_TextRed &&
+                text->GetDisabledForegroundOffset() == 3);
     EXPECT_EQ(text->GetBackgroundColour(), Rgb(105, 105, 105));
     // A plain window in between breaks the inheritance, and passes a colour change on.
     auto* deep = new wxsPanel(new wxPanel(outer));
@@ -214,8 +212,7 @@ TEST_F(Colors, ManagedWindowsInheritRolesAndFollowColourChanges) {
     EXPECT_EQ(off->GetBackgroundColour(), Rgb(142, 142, 142)); // 92 + 50
     Lighter();
     wxSysColourChangedEvent event;
-    event.SetEventObject(TopWindow());
-    TopWindow()->GetEventHandler()->ProcessEvent(event);
+    TopWindow()->ProcessWindowEvent(event);
     EXPECT_EQ(off->GetBackgroundColour(), Rgb(255, 255, 255)); // clamped
     EXPECT_EQ(outer->GetBackgroundColour(), Rgb(201, 201, 201));
     EXPECT_EQ(deep->GetForegroundColour(), Rgb(10, 10, 10));
@@ -327,6 +324,9 @@ class ColorsControls : public Colors {
 protected:
     void SetUp() override {
         Colors::SetUp();
+        // The palette renderer as the application's (asked for once first: the application
+        // traits install their own).
+        m_OldRenderer = (wxRendererNative::Get(), wxRendererNative::Set(new wxsRenderer()));
         m_Panel = new wxsPanel(TopWindow());
         m_Panel->SetSizer(new wxBoxSizer(wxHORIZONTAL));
         m_Panel->SetSize(TopWindow()->GetClientSize());
@@ -359,13 +359,9 @@ protected:
         e.m_keyCode = key;
         w->ProcessWindowEvent(e);
     }
+    void TearDown() override { delete wxRendererNative::Set(m_OldRenderer); }
     wxsPanel* m_Panel = nullptr;
-};
-
-// The palette renderer as the application's (asked for once first: traits install their own).
-struct ScopedRenderer {
-    wxRendererNative* old = (wxRendererNative::Get(), wxRendererNative::Set(new wxsRenderer()));
-    ~ScopedRenderer() { delete wxRendererNative::Set(old); }
+    wxRendererNative* m_OldRenderer = nullptr;
 };
 
 const wxColour k_NormalFace = Rgb(108, 108, 108), k_HoveredFace = Rgb(133, 133, 133),
@@ -417,10 +413,9 @@ TEST_F(ColorsControls, MinimumSizeHoldsTheBoldLabelAndALongerLabelGrowsTheButton
     auto* button = Add<wxsButton>(wxID_ANY, "OK");
     auto* fit = Add<wxsButton>(wxID_ANY, "i", wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
     // Exact fit: 1.5 characters or the label, plus a character and an eighth of its height.
-    wxMemoryDC dc;
-    dc.SetFont(wxsButton::GetDefaultFont());
     const int cw = fit->GetCharWidth(), ch = fit->GetCharHeight();
-    const wxSize i = dc.GetTextExtent("i");
+    wxSize i;
+    fit->GetTextExtent("i", &i.x, &i.y, nullptr, nullptr, &wxsButton::GetDefaultFont());
     EXPECT_EQ(fit->GetMinSize(), wxSize(std::max(3 * cw / 2, i.x) + cw, i.y + ch / 8));
 
     button->SetLabel("Render the selected frames again");
@@ -438,7 +433,6 @@ TEST_F(ColorsControls, FocusMovesTheDefaultLookAndGivesItBack) {
     EXPECT_PIXEL(Render(b), 1, 1, k_HoveredFace);
     Focus(b, false);
     EXPECT_PIXEL(Render(b), 1, 1, k_NormalFace);
-    EXPECT_EQ(TopWindow()->GetDefaultItem(), nullptr);
 
     ok->SetDefault();
     Focus(b, true); // B borrows the default look, OK turns normal
@@ -452,12 +446,10 @@ TEST_F(ColorsControls, FocusMovesTheDefaultLookAndGivesItBack) {
     Focus(ok, true); // on the default button itself: the hover shade
     EXPECT_PIXEL(Render(ok), 1, 1, k_HoveredDefaultFace);
     Focus(ok, false);
-    EXPECT_PIXEL(Render(ok), 1, 1, k_DefaultFace);
     Focus(icon, true); // a button without text never takes part
     EXPECT_TRUE(ok->IsDefault());
-    // The earlier default going away meanwhile leaves nothing dangling.
     Focus(b, true);
-    delete ok;
+    delete ok; // the earlier default going away meanwhile leaves nothing dangling
     Focus(b, false);
     EXPECT_TRUE(b->IsDefault());
 }
@@ -470,20 +462,17 @@ TEST_F(ColorsControls, KeysAndReleasesClickTheButton) {
         sound += !b->IsEnabled() && e.GetId() == b->GetId() && e.GetEventObject() == b;
         e.Skip();
     });
-    for (int key :
-         {int(WXK_SPACE), int(WXK_RETURN), int(WXK_NUMPAD_ENTER), int('A'), int(WXK_ESCAPE)})
+    for (int key : {+WXK_SPACE, +WXK_RETURN, +WXK_NUMPAD_ENTER, +'A', +WXK_ESCAPE})
         Key(b, wxEVT_KEY_UP, key);
     Key(b, wxEVT_KEY_DOWN, WXK_SPACE); // a press alone is not a click
     EXPECT_EQ(clicks, 3);
     Mouse(b, wxEVT_LEFT_UP, 3, 3);
     Mouse(b, wxEVT_LEFT_UP, -5, 3);   // released outside
     Mouse(b, wxEVT_LEFT_UP, 3, 3, 2); // the release of a double click
-    EXPECT_EQ(clicks, 4);
-    EXPECT_EQ(sound, 4);
+    EXPECT_TRUE(clicks == 4 && sound == 4) << clicks << " " << sound;
     EXPECT_TRUE(b->IsEnabled());
-    EXPECT_EQ(b->GetForegroundColour(), Rgb(255, 255, 255)); // enabled colours again
-    // A handler that disables its own button has the last word.
-    b->Bind(wxEVT_BUTTON, [b](wxCommandEvent&) { b->Disable(); });
+    EXPECT_EQ(b->GetForegroundColour(), Rgb(255, 255, 255));       // enabled colours again
+    b->Bind(wxEVT_BUTTON, [b](wxCommandEvent&) { b->Disable(); }); // it has the last word
     b->EmulateClick();
     EXPECT_FALSE(b->IsThisEnabled());
     EXPECT_EQ(b->GetForegroundColour(), k_Grey);
@@ -492,7 +481,6 @@ TEST_F(ColorsControls, KeysAndReleasesClickTheButton) {
 // ---- wxsCheckBox and wxsRadioButton ----
 
 TEST_F(ColorsControls, CheckBoxTogglesReportsAndPaintsThroughTheApplicationRenderer) {
-    ScopedRenderer renderer;
     auto* check = Add<wxsCheckBox>(wxID_ANY, "WWWW");
     std::vector<int> values;
     check->Bind(wxEVT_CHECKBOX, [&](wxCommandEvent& e) {
@@ -505,9 +493,8 @@ TEST_F(ColorsControls, CheckBoxTogglesReportsAndPaintsThroughTheApplicationRende
     Key(check, wxEVT_KEY_UP, WXK_SPACE);
     Mouse(check, wxEVT_LEFT_UP, size.x + 3, 3); // outside
     Mouse(check, wxEVT_LEFT_UP, size.x - 2, 3); // on the label
+    check->SetValue(false);                     // without an event, like the toolkit's
     EXPECT_EQ(values, (std::vector<int>{1, 0, 1}));
-    check->SetValue(false); // without an event, like the toolkit's
-    EXPECT_EQ(values.size(), 3u);
 
     // The label 2 pixels right of the box's square; nothing of it left of there.
     const int h = size.y, mid = h / 2;
@@ -529,15 +516,12 @@ TEST_F(ColorsControls, CheckBoxTogglesReportsAndPaintsThroughTheApplicationRende
     img = Render(check);
     EXPECT_PIXEL(img, mid, mid, Rgb(218, 171, 91));
     EXPECT_GT(CountPixels(img, label, k_Grey, 12), 0);
-    EXPECT_EQ(CountPixels(img, label, orange, 60), 0);
-    EXPECT_EQ(check->GetBackgroundColour(), Rgb(142, 142, 142));
     m_Panel->Enable(true); // the hover went with the disabling
     PumpEvents();
     EXPECT_GT(CountPixels(Render(check), label, text, 20), 0);
 }
 
 TEST_F(ColorsControls, RadioGroupsSetOnClickAndAlwaysReport) {
-    ScopedRenderer renderer;
     auto* a = Add<wxsRadioButton>(wxID_ANY, "A", wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
     auto* b = Add<wxsRadioButton>(wxID_ANY, "B");
     Add<wxsButton>(wxID_ANY, "not a radio button"); // skipped over, does not end the group
