@@ -65,17 +65,21 @@ TEST(IniFile, ClearSectionKeepsCommentsAndRemoveKeyKeepsTheIndex) {
     EXPECT_FALSE(ini.RemoveKey("s", "a"));
     ini.SetValue("s", "c", "9"); // lines after the removed one are still found in place
     EXPECT_EQ(ini.ToString(), "[s]\nb=2\nc=9\n");
+    ini.LoadFromString("[a]\nx=1\n[b]\ny=2\n");
+    ini.RemoveSection("A"); // the sections after it are still found
+    EXPECT_EQ(ini.GetValue("b", "y", ""), "2");
 }
 
 // ---- text round trips ----
 
 TEST(IniFile, CommentsAndUnknownLinesStayAndDuplicatesMerge) {
-    const String text = "; top\n\n# hash\nfirst = one \n[one]\n  ; indented\nkey = value\n"
+    const String text = "; top\n\n# hash=x\nfirst = one \n[one]\n  ; indented\nkey = value\n"
                         "junk without equals\n\n[two]\nx=1\n; trailing\n";
     IniFile ini;
     ini.LoadFromString(text);
     EXPECT_EQ(ini.ToString(), text);
     EXPECT_EQ(ini.GetValue("", "first", ""), "one");
+    EXPECT_EQ(ini.GetKeys(""), (Strings{"first"}));
     EXPECT_EQ(ini.GetKeys("one"), (Strings{"key"}));
     ini.SetValue("two", "x", "2"); // a change rewrites only its own line
     String expected = text;
