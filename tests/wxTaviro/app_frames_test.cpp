@@ -62,6 +62,19 @@ TEST_F(AppTest, SizeFilterKeepsTheNormalSizeAndRestoresIt) {
     // Only the resize's own event is reported, on the ordinary path.
     ASSERT_TRUE(WaitFor([&] { return f->m_Reported.size() == 3; }));
     EXPECT_EQ(f->m_Reported[2], std::make_pair(wxSize(500, 400), false));
+    f->m_Max = true; // a maximised frame's moves are not its place
+    f->SetPosition(wxPoint(33, 44));
+    wxMoveEvent moved(wxPoint(33, 44));
+    f->ProcessWindowEvent(moved);
+    f->SaveWindowPosition();
+    EXPECT_EQ(Option("Window", "Window").substr(0, 5), "0, 0,");
+
+    // While a menu is open no window counts as active.
+    wxMenuEvent open(wxEVT_MENU_HIGHLIGHT), close(wxEVT_MENU_CLOSE);
+    f->ProcessWindowEvent(open);
+    EXPECT_FALSE(ParentIsActive(nullptr));
+    f->ProcessWindowEvent(close);
+    EXPECT_TRUE(ParentIsActive(nullptr));
 }
 
 TEST_F(AppTest, MainFrameTakesItsChildFramesWithIt) {
@@ -92,6 +105,7 @@ TEST_F(AppTest, PlacementHoldsAfterShowAndGarbleLeavesDefaults) {
     App().GetOptions()->SetValue("Window", "IsMaximized", "perhaps");
     std::unique_ptr<_Frame> f(new _Frame);
     f->LoadWindowPosition();
+    f->Move(5, 5); // as the toolkit places a frame of its own accord
     f->Show();
     PumpEvents(10);
     EXPECT_EQ(f->GetRect(), wxRect(60, 70, 520, 410));
@@ -229,7 +243,30 @@ TEST_F(AppTest, ColourChangeReachesFramesAndDialogs) {
         EXPECT_EQ(toDlg.GetCount(), 1);
         EXPECT_EQ(dlg->GetBackgroundColour(), main->GetBackgroundColour());
     }
+    {
+        // Handlers that delete another dialog or frame meanwhile: that one is not sent to.
+        wxWindow* pair[4] = {new _Dlg("", false), new _Dlg("", false), new _Frame, new _Frame};
+        for (int i = 0; i < 4; ++i)
+            pair[i]->Bind(wxEVT_SYS_COLOUR_CHANGED, [&pair, i](wxSysColourChangedEvent&) {
+                delete pair[i ^ 1];
+                pair[i ^ 1] = nullptr;
+            });
+        wxTaviroFrame::SetColorScheme(2);
+        for (wxWindow* w : pair)
+            delete w;
+    }
+    {
+        // Command events travel on from a dialog to its parent, the main frame.
+        EventCounter toMain(main.get(), wxEVT_CHECKBOX);
+        wxCommandEvent tick(wxEVT_CHECKBOX);
+        dlg->ProcessWindowEvent(tick);
+        EXPECT_EQ(toMain.GetCount(), 1);
+    }
+    int closed = 0;
+    const SlotId id = wxTaviroDlg::s_DlgClosed.Connect([&] { ++closed; });
     dlg.reset(); // a wx child of the main frame
+    EXPECT_EQ(closed, 1);
+    wxTaviroDlg::s_DlgClosed.Disconnect(id);
     child.reset();
     main.reset();
 }
