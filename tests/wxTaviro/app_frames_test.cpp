@@ -160,7 +160,15 @@ TEST_F(AppTest, NamedDialogsCascadeAndCountBackToZero) {
     wxTaviroDlg::CloseAll();
     EXPECT_TRUE(WaitFor([] { return wxTaviroDlg::GetOpenCount("Cascade") == 0; }));
     EXPECT_TRUE(wxTaviroDlg::GetDialogs().empty());
-    EXPECT_EQ(Option("Cascade", "Window").substr(0, 8), "400, 300");
+    EXPECT_EQ(Option("Cascade", "Window").substr(0, 8),
+              "400, 300"); // Never placed, so centred: a later one still steps away from the first.
+    auto* fresh = new _Dlg("Fresh", false);
+    auto* later = new _Dlg("Fresh", false);
+    fresh->Show();
+    later->Show();
+    PumpEvents(10);
+    EXPECT_EQ(later->GetPosition(), fresh->GetPosition() + wxPoint(step, step));
+    wxTaviroDlg::CloseAll();
 }
 
 TEST_F(AppTest, DialogKeysAndCancelYieldingZero) {
@@ -169,6 +177,7 @@ TEST_F(AppTest, DialogKeysAndCancelYieldingZero) {
     EXPECT_FALSE(PressKey(noCancel.get(), WXK_ESCAPE)); // swallowed, nothing to press
     noCancel->FindWindow(wxID_OK)->Enable(false);
     EXPECT_FALSE(noCancel->EmulateDefaultButton());
+    EXPECT_FALSE(noCancel->EmulateWxsButtonClickIfPresent(wxID_OK));
     EXPECT_FALSE(PressKey(noCancel.get(), WXK_RETURN));
     EXPECT_TRUE(PressKey(noCancel.get(), 'x'));
 
