@@ -179,6 +179,7 @@ TEST_F(AppTest, DialogKeysAndCancelYieldingZero) {
     EXPECT_FALSE(noCancel->EmulateDefaultButton());
     EXPECT_FALSE(noCancel->EmulateWxsButtonClickIfPresent(wxID_OK));
     EXPECT_FALSE(PressKey(noCancel.get(), WXK_RETURN));
+    EXPECT_FALSE(PressKey(noCancel.get(), WXK_NUMPAD_ENTER)); // taken as Return
     EXPECT_TRUE(PressKey(noCancel.get(), 'x'));
 
     _Dlg modal("", true);
@@ -235,7 +236,12 @@ TEST_F(AppTest, ConfirmRemembersOnlyATickedOK) {
     EXPECT_NE(Log().find("the disk is full"), String::npos);
     EXPECT_TRUE(wxTaviroMessageBox("not silenced", "Loud"));
     ASSERT_EQ(dialogs.m_Shown.size(), 1u);
-    EXPECT_EQ(dialogs.m_Shown[0].title, "apptest");
+    EXPECT_EQ(
+        dialogs.m_Shown[0].title,
+        "apptest"); // A label goes to the dialog's own button, whatever other dialogs are open.
+    wxConfirmDlg older(nullptr, "a", "older", true), newer(nullptr, "b", "newer", true);
+    newer.SetOK("Go");
+    EXPECT_EQ(newer.FindWindow(wxID_OK)->GetLabel(), "Go");
 }
 
 TEST_F(AppTest, ColourChangeReachesFramesAndDialogs) {
