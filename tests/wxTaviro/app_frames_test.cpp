@@ -242,6 +242,7 @@ TEST_F(AppTest, ConfirmRemembersOnlyATickedOK) {
     wxConfirmDlg older(nullptr, "a", "older", true), newer(nullptr, "b", "newer", true);
     newer.SetOK("Go");
     EXPECT_EQ(newer.FindWindow(wxID_OK)->GetLabel(), "Go");
+    EXPECT_EQ(newer.GetCheckBox()->GetLabel(), "This is always OK"); // a question's box
 }
 
 TEST_F(AppTest, ColourChangeReachesFramesAndDialogs) {
