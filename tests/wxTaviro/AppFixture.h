@@ -74,6 +74,7 @@ public:
     ~DialogRecorder() override { Unregister(); }
     struct Shown {
         wxString title, message;
+        bool cancel = false; // has a Cancel button
     };
     std::vector<Shown> m_Shown;
 
@@ -81,6 +82,7 @@ protected:
     int Enter(wxDialog* dialog) override {
         Shown s;
         s.title = dialog->GetTitle();
+        s.cancel = dialog->FindWindow(wxID_CANCEL) != nullptr;
         if (auto* box = wxDynamicCast(dialog, wxMessageDialog))
             s.message = box->GetMessage();
         else if (wxWindow* text = dialog->FindWindowByName("staticText")) // the library's own

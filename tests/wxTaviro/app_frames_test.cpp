@@ -160,8 +160,8 @@ TEST_F(AppTest, NamedDialogsCascadeAndCountBackToZero) {
     wxTaviroDlg::CloseAll();
     EXPECT_TRUE(WaitFor([] { return wxTaviroDlg::GetOpenCount("Cascade") == 0; }));
     EXPECT_TRUE(wxTaviroDlg::GetDialogs().empty());
-    EXPECT_EQ(Option("Cascade", "Window").substr(0, 8),
-              "400, 300"); // Never placed, so centred: a later one still steps away from the first.
+    EXPECT_EQ(Option("Cascade", "Window").substr(0, 8), "400, 300");
+    // Never placed, so centred: a later one still steps away from the first.
     auto* fresh = new _Dlg("Fresh", false);
     auto* later = new _Dlg("Fresh", false);
     fresh->Show();
@@ -236,9 +236,9 @@ TEST_F(AppTest, ConfirmRemembersOnlyATickedOK) {
     EXPECT_NE(Log().find("the disk is full"), String::npos);
     EXPECT_TRUE(wxTaviroMessageBox("not silenced", "Loud"));
     ASSERT_EQ(dialogs.m_Shown.size(), 1u);
-    EXPECT_EQ(
-        dialogs.m_Shown[0].title,
-        "apptest"); // A label goes to the dialog's own button, whatever other dialogs are open.
+    EXPECT_EQ(dialogs.m_Shown[0].title, "apptest");
+    EXPECT_FALSE(dialogs.m_Shown[0].cancel); // a notice: OK only
+    // A label goes to the dialog's own button, whatever other dialogs are open.
     wxConfirmDlg older(nullptr, "a", "older", true), newer(nullptr, "b", "newer", true);
     newer.SetOK("Go");
     EXPECT_EQ(newer.FindWindow(wxID_OK)->GetLabel(), "Go");
