@@ -7,6 +7,7 @@
 #include <atomic>
 #include <fcntl.h>
 #include <future>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -121,6 +122,40 @@ TEST(Hardening, IdleConnectionsDoNotHoldUpRequestsOrHideTheProgram) {
     EXPECT_TRUE(Application::IsRunning(name));
     String error;
     EXPECT_TRUE(app.SendRequest(name, "Ping", &error)) << error;
+    pollfd first{idle.front(), POLLIN, 0}; // a connection that never asks is dropped in time
+    EXPECT_EQ(poll(&first, 1, 10000), 1);
+    char byte;
+    EXPECT_EQ(recv(idle.front(), &byte, 1, 0), 0);
     for (int fd : idle)
         close(fd);
+
+    // Requests are served a few at a time; more at once are told the program is busy.
+    std::atomic<int> holding{0}, busy{0};
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    app.SetRequestHandler("Hold", [&](const String&) {
+        ++holding;
+        released.wait();
+        return true;
+    });
+    std::vector<std::future<bool>> held;
+    for (int i = 0; i < 64; ++i)
+        held.push_back(std::async(std::launch::async, [&] {
+            return app.SendRequest(name, "Hold", nullptr, 20000) || (++busy, false);
+        }));
+    EXPECT_TRUE(taviro_test::WaitUntil([&] { return holding + busy == 64; }, 20000));
+    release.set_value();
+    for (auto& f : held)
+        f.get();
+    EXPECT_GT(busy.load(), 0);
+
+    // The socket folder is made private again; a name cannot lead out of it.
+    const String folder = Path(path).Branch(false, false).ToString();
+    app.StopRequestListener();
+    ASSERT_EQ(chmod(folder.c_str(), 0755), 0);
+    ASSERT_TRUE(app.StartRequestListener(name));
+    struct stat st;
+    ASSERT_EQ(stat(folder.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 077, 0u);
+    EXPECT_FALSE(app.StartRequestListener("../" + name));
 }

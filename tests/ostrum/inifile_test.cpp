@@ -41,6 +41,9 @@ TEST(IniFile, CurrentSectionSemanticsAndCaseInsensitiveNames) {
     EXPECT_FALSE(ini.RemoveKey("s", "a"));
     ini.SetValue("s", "c", "9");
     EXPECT_EQ(ini.ToString(), "[s]\n; note\nb=2\nc=9\n[t]\n");
+    ini.RemoveSection("S"); // the sections after it are still found
+    ini.SetValue("t", "k", "v");
+    EXPECT_EQ(ini.ToString(), "[t]\nk=v\n");
 }
 
 TEST(IniFile, TypedGetValue) {
@@ -62,12 +65,13 @@ TEST(IniFile, TypedGetValue) {
 // ---- text round trips ----
 
 TEST(IniFile, CommentsAndUnknownLinesStayAndDuplicatesMerge) {
-    const String text = "; top\n\n# hash\nfirst = one \n[one]\n  ; indented\nkey = value\n"
+    const String text = "; top\n\n# hash=x\nfirst = one \n[one]\n  ; indented\nkey = value\n"
                         "junk without equals\n\n[two]\nx=1\n; trailing\n";
     IniFile ini;
     ini.LoadFromString(text);
     EXPECT_EQ(ini.ToString(), text);
     EXPECT_EQ(ini.GetValue("", "first", ""), "one");
+    EXPECT_EQ(ini.GetKeys(""), (Strings{"first"}));
     EXPECT_EQ(ini.GetKeys("one"), (Strings{"key"}));
     ini.SetValue("two", "x", "2"); // a change rewrites only its own line
     String expected = text;

@@ -73,6 +73,8 @@ TEST(ClientStartup, ExplicitNameLogAndOptions) {
     const String options = taviro_test::MakeTempDir("opts") + "/farmtool.ini";
     WriteText(options, "[Display]\nTheme=dark\n");
 
+    // Both given, so no user folder is needed.
+    taviro_test::EnvVar noHome("HOME", ""), noConfig("XDG_CONFIG_HOME", "");
     Client app;
     EXPECT_EQ(Application::the_Application, app.get());
     ASSERT_TRUE(app.Start({"/opt/x/taviro-gui", "--master", "none", "--log-dir", logDir,
@@ -174,5 +176,7 @@ TEST(ClientCommands, EndToEndThroughTheEmbeddedMaster) {
     auto offline = CatchException([&] { active->ExecuteCommand("Resume", ""); });
     ASSERT_TRUE(offline);
     EXPECT_EQ(offline->GetCode(), (uint32_t)k_ErrRequest);
+    EXPECT_EQ(offline->GetMessage(), "Not connected to the farm master"); // not sent at all
     EXPECT_EQ(active->GetParameter(p_Status), "3");
+    EXPECT_FALSE(master->SendCommand(active->GetID(), "Resume", "", nullptr)); // nor directly
 }

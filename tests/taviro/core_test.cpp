@@ -195,15 +195,17 @@ TEST(Jobs, ParametersNameStatusAndHiding) {
     job.SetParameter(p_Status, "2");
     job.SetParameter(p_Owner, "ana");
     EXPECT_EQ(job.GetStatus(), k_JobRunning);
-    job.SetParameters({{p_Name, "Shot 020"}, {p_Priority, "High"}});
+    job.SetParameters(
+        {{p_Name, "Shot 20"}, {p_Priority, "High"}}); // a shorter value leaves the others whole
     const std::map<String, String> all = job.GetParameters();
     EXPECT_EQ(all.size(), 4u);
     EXPECT_EQ(all.at(p_Owner), "ana"); // merged, not replaced
-    EXPECT_EQ(job.Name(), "Shot 020");
+    EXPECT_EQ(job.Name(), "Shot 20");
     job.SetParameter(p_Status, "paused");
     EXPECT_EQ(job.GetStatus(), k_JobUnknown);
     for (int s = -1; s <= 8; ++s)
         EXPECT_EQ(job.HideInSelectors(s), s == k_JobArchived || s == k_JobUnknown) << s;
+    EXPECT_EQ(Job(UID(true)).GetParameter(p_Status), ""); // never given, so not "0"
 }
 
 TEST(Jobs, ExecuteCommandRefusals) {
@@ -354,6 +356,18 @@ TEST(FarmSchedule, Commands) {
         EXPECT_FALSE(s.ApplyCommand(id, "Pause", "", &error, out));
         EXPECT_FALSE(error.empty());
     }
+    // A finished job cannot be aborted, nor an archived one restarted.
+    std::map<String, int> tried, refused;
+    for (auto& m : Flatten(s.Snapshot())) {
+        const int st = m->Get(p_Status).ToInt(0);
+        const char* command = st == k_JobDone ? "Abort" : st == k_JobArchived ? "Restart" : nullptr;
+        if (!command) continue;
+        ++tried[command];
+        refused[command] += !s.ApplyCommand(m->GetJob(), command, "", &error, out);
+    }
+    EXPECT_EQ(tried.size(), 2u); // both kinds are there
+    EXPECT_EQ(refused["Abort"], tried["Abort"]);
+    EXPECT_EQ(refused["Restart"], tried["Restart"]);
 }
 
 // ---- Messages and the worker pool ----

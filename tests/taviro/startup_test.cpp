@@ -94,3 +94,12 @@ TEST(Startup, ModuleFilesThatAreNoFilesOrTooLargeAreSkipped) {
     EXPECT_EQ(JobFactory::s_JobFactory.LoadModules(dir), 1u);
     JobFactory::s_JobFactory.Clear();
 }
+
+TEST(Startup, ACommandLineRefusedBeforeAnyLogIsOpenIsStillLogged) {
+    // In the program's own log of the user folder (the program then waits on its error box).
+    Child demo(TAVIRO_DEMO, {"--jobs", "many"});
+    const String log = String(getenv("XDG_CONFIG_HOME")) + "/taviro/logs/taviro-demo.log";
+    EXPECT_TRUE(taviro_test::WaitUntil(
+        [&] { return File::Exists(log) && File::ReadAll(log).find("--jobs") != String::npos; },
+        15000));
+}

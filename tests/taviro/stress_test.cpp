@@ -262,10 +262,10 @@ TEST(JobTable, CountsByStatusMatchARecountUnderLiveTraffic) {
     // While the master's traffic goes on: a batch, a change to the same status, a change, a
     // status that is no number, removals (one of a job never seen), and statuses set on jobs
     // directly, in the table and after leaving it.
-    const UID a(true), b(true), c(true);
+    const UID a(true), b(true), c(true), d(true);
     auto batch = boost::shared_ptr<Message>(new Message(k_MsgJobBatch));
     batch->m_Batch = {JobMsg(k_MsgJobCreated, a, "1"), JobMsg(k_MsgJobCreated, b, "2"),
-                      JobMsg(k_MsgJobCreated, c, nullptr)};
+                      JobMsg(k_MsgJobCreated, c, nullptr), JobMsg(k_MsgJobCreated, d, nullptr)};
     app.ReceiveMessage(batch);
     app.ReceiveMessage(JobMsg(k_MsgJobChanged, a, "1"));
     app.ReceiveMessage(JobMsg(k_MsgJobChanged, b, "4"));
@@ -290,6 +290,18 @@ TEST(JobTable, CountsByStatusMatchARecountUnderLiveTraffic) {
     EXPECT_EQ(app.CountByStatus(), recount);
     EXPECT_FALSE(app.FindJob(a) || app.FindJob(c));
     EXPECT_EQ(app.FindJob(b)->GetParameter(p_Status), "4");
+
+    // A cleared table counts nothing; a job that outlives its table keeps a new status itself.
+    JobPtr orphan;
+    {
+        auto table = std::make_unique<JobTable>();
+        table->Apply(*JobMsg(k_MsgJobCreated, a, "1"));
+        orphan = table->Find(a);
+        table->Clear();
+        EXPECT_TRUE(table->CountByStatus().empty());
+    }
+    orphan->SetStatus(k_JobDone);
+    EXPECT_EQ(orphan->GetStatus(), k_JobDone);
 }
 
 } // namespace

@@ -11,7 +11,7 @@
 #include <dlfcn.h>
 #include <thread>
 
-    using namespace taviro_test;
+using namespace taviro_test;
 
 wxAppConsole* taviro_test::CreateTestApp() {
     return new TestTaviroApp;

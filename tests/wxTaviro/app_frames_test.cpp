@@ -56,6 +56,12 @@ TEST_F(AppTest, PlacementHoldsAfterShowAndTheSizeFilterKeepsTheNormalSize) {
     // Only the resize's own event is reported, on the ordinary path.
     ASSERT_TRUE(WaitFor([&] { return f->m_Reported.size() == 3; }));
     EXPECT_EQ(f->m_Reported[2], std::make_pair(wxSize(500, 400), false));
+    // While a menu is open no window counts as active.
+    wxMenuEvent open(wxEVT_MENU_HIGHLIGHT), close(wxEVT_MENU_CLOSE);
+    f->ProcessWindowEvent(open);
+    EXPECT_FALSE(ParentIsActive(nullptr));
+    f->ProcessWindowEvent(close);
+    EXPECT_TRUE(ParentIsActive(nullptr));
 }
 
 TEST_F(AppTest, MainFrameTakesItsChildFramesWithIt) {
@@ -117,7 +123,9 @@ TEST_F(AppTest, DialogKeysAndCancelYieldingZero) {
     EXPECT_FALSE(Press(&notice, WXK_ESCAPE));              // swallowed, nothing to press
     notice.FindWindow(wxID_OK)->Enable(false);
     EXPECT_FALSE(notice.EmulateDefaultButton());
+    EXPECT_FALSE(notice.EmulateWxsButtonClickIfPresent(wxID_OK));
     EXPECT_FALSE(Press(&notice, WXK_RETURN));
+    EXPECT_FALSE(Press(&notice, WXK_NUMPAD_ENTER)); // taken as Return
     EXPECT_TRUE(Press(&notice, 'x'));
     _Dlg modal("", true);
     const SlotId id =
@@ -154,6 +162,11 @@ TEST_F(AppTest, ConfirmRemembersOnlyATickedOK) {
     EXPECT_EQ(Option("Confirm", "unticked"), "0");
     wxConfirmDlg::ResetAll();
     EXPECT_EQ(Answer("ticked", false, wxID_CANCEL), R(false, 1));
+    // A label goes to the dialog's own button, whatever other dialogs are open.
+    wxConfirmDlg older(nullptr, "a", "older", true), newer(nullptr, "b", "newer", true);
+    newer.SetOK("Go");
+    EXPECT_EQ(newer.FindWindow(wxID_OK)->GetLabel(), "Go");
+    EXPECT_EQ(newer.GetCheckBox()->GetLabel(), "This is always OK"); // a question's box
 }
 
 TEST_F(AppTest, ColourChangeReachesFramesAndDialogs) {
@@ -167,7 +180,30 @@ TEST_F(AppTest, ColourChangeReachesFramesAndDialogs) {
         EXPECT_EQ(toDlg.GetCount(), 1);
         EXPECT_EQ(dlg->GetBackgroundColour(), main->GetBackgroundColour());
     }
+    {
+        // Handlers that delete another dialog or frame meanwhile: that one is not sent to.
+        wxWindow* pair[4] = {new _Dlg("", false), new _Dlg("", false), new _Frame, new _Frame};
+        for (int i = 0; i < 4; ++i)
+            pair[i]->Bind(wxEVT_SYS_COLOUR_CHANGED, [&pair, i](wxSysColourChangedEvent&) {
+                delete pair[i ^ 1];
+                pair[i ^ 1] = nullptr;
+            });
+        wxTaviroFrame::SetColorScheme(2);
+        for (wxWindow* w : pair)
+            delete w;
+    }
+    {
+        // Command events travel on from a dialog to its parent, the main frame.
+        EventCounter toMain(main.get(), wxEVT_CHECKBOX);
+        wxCommandEvent tick(wxEVT_CHECKBOX);
+        dlg->ProcessWindowEvent(tick);
+        EXPECT_EQ(toMain.GetCount(), 1);
+    }
+    int closed = 0;
+    const SlotId id = wxTaviroDlg::s_DlgClosed.Connect([&] { ++closed; });
     dlg.reset(); // a wx child of the main frame
+    EXPECT_EQ(closed, 1);
+    wxTaviroDlg::s_DlgClosed.Disconnect(id);
     child.reset();
     main.reset();
 }
