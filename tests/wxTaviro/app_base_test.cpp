@@ -182,6 +182,7 @@ TEST_F(AppTest, EndOfSessionShutdownAndSigtermPostAVetoableCloseToTheTopWindow) 
     EXPECT_TRUE(WaitFor([&] { return closes == 1; }));
     std::thread([] { App().ReceiveMessage(boost::shared_ptr<Message>(new ShutdownMsg())); }).join();
     EXPECT_TRUE(WaitFor([&] { return closes == 2; }));
+    EXPECT_NE(LogText().find("] SYSTEM  Received Shutdown request"), String::npos);
     raise(SIGTERM); // handled on the foundation's signal thread
     EXPECT_TRUE(WaitFor([&] { return closes == 3; }));
     EXPECT_TRUE(canVeto && onMainThread);

@@ -75,8 +75,12 @@ TEST_F(AppTest, DisabledProcessingDispatchesNothingAndNothingIsReplayed) {
     Application::the_Application = nullptr;
     const bool enabledForAnother = App().IsMessageProcessingEnabled();
     App().ProcessNextMessage();
+    App().DisableMessageProcessing(); // nothing registered and nothing current: "enabled"
+    const bool enabledWithoutApplication = App().IsMessageProcessingEnabled();
     Application::the_Application = current;
+    App().EnableMessageProcessing();
     EXPECT_FALSE(enabledForAnother);
+    EXPECT_TRUE(enabledWithoutApplication);
     EXPECT_EQ(handled.size(), 1u);
 }
 
