@@ -122,6 +122,7 @@ TEST(Hardening, IdleConnectionsDoNotHoldUpRequestsOrHideTheProgram) {
     EXPECT_TRUE(Application::IsRunning(name));
     String error;
     EXPECT_TRUE(app.SendRequest(name, "Ping", &error)) << error;
+    EXPECT_TRUE(app.SendRequest(path, "Ping", &error)) << error; // by its socket path
     pollfd first{idle.front(), POLLIN, 0}; // a connection that never asks is dropped in time
     EXPECT_EQ(poll(&first, 1, 10000), 1);
     char byte;
@@ -148,6 +149,8 @@ TEST(Hardening, IdleConnectionsDoNotHoldUpRequestsOrHideTheProgram) {
     for (auto& f : held)
         f.get();
     EXPECT_GT(busy.load(), 0);
+    app.RemoveRequestHandler("Hold");
+    EXPECT_FALSE(app.SendRequest(name, "Hold", &error)); // unknown now
 
     // The socket folder is made private again; a name cannot lead out of it.
     const String folder = Path(path).Branch(false, false).ToString();

@@ -95,6 +95,8 @@ TEST(IniFile, AwkwardValuesAndKeysRoundTripExactly) {
                             "back\\slash\\n",
                             "ends\r",
                             "ctrl\x01\x1f\x7f",
+                            " quoted\x1f"
+                            "back\\slash",
                             "\xC3\xA4 \xFF",
                             String("nul\0mid", 7),
                             "a=b=c",

@@ -343,6 +343,7 @@ TEST(FarmSchedule, Commands) {
     EXPECT_NE(error.find("not paused"), String::npos) << error;
     ASSERT_TRUE(s.ApplyCommand(waiting, "Priority", "High", &error, out)) << error;
     EXPECT_EQ(ParamOf(s, waiting, p_Priority), "High");
+    EXPECT_EQ(out.back()->Get(p_Priority), "High"); // and the change says so
 
     const size_t before = s.JobCount();
     out.clear();

@@ -75,6 +75,8 @@ TEST(Startup, ASecondProgramOfTheSameNameIsRefusedUnlessAllowed) {
         EXPECT_FALSE(second.Startup(two));
         EXPECT_NE(second.GetStartupError().find("already running as Twice"), String::npos)
             << second.GetStartupError();
+        EXPECT_NE(second.GetStartupError().find(SFormat("(process %d)", (int)getpid())),
+                  String::npos);
         EXPECT_FALSE(File::Exists(dir + "/second.ini"));
         CommandLine allowed(args("second.ini", true));
         EXPECT_TRUE(second.Startup(allowed)) << second.GetStartupError();
