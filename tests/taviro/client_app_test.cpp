@@ -1,19 +1,14 @@
-// The client application: start-up from the command line, options and log, and job commands
-// sent to the embedded master.
+// The client application's start-up from the command line: refusals, names, log and options.
 #include "tests/support/TestEnv.h"
 
 #include <taviro/ClientApp.h>
-#include <taviro/Job.h>
 #include <taviro/JobFactory.h>
-#include <taviro/SimulatedMaster.h>
 
 #include <ostrum/File.h>
 
 namespace {
 
 using Strings = std::vector<String>;
-using taviro_test::CatchException;
-using taviro_test::WaitUntil;
 using taviro_test::WriteText;
 
 // Cleanup always runs before a client goes, even when a check fails half-way.
@@ -87,62 +82,4 @@ TEST(ClientStartup, DefaultsComeFromTheProgramAndTheUserFolder) {
     app.GetOptions()->SetValue("", "Colour", "plum");
     app.Cleanup();
     EXPECT_NE(File::ReadAll(userDir + "/renderwatch.ini").find("Colour=plum"), String::npos);
-}
-
-// ---- commands through the embedded master ----
-
-TEST(ClientCommands, EndToEndThroughTheEmbeddedMaster) {
-    Client app;
-    ASSERT_TRUE(app.Start({"/usr/bin/taviro-test", "--modules", DEMO_MODULES, "--master",
-                           "embedded", "--jobs", "50", "--rate", "0", "--seed", "3", "--log-dir",
-                           taviro_test::MakeTempDir("logs")}))
-        << app.GetStartupError();
-    SimulatedMaster* master = app.GetSimulatedMaster();
-    ASSERT_NE(master, nullptr);
-    auto drainUntil = [&](const std::function<bool()>& pred) {
-        return WaitUntil([&] {
-            while (app.DispatchMessage()) {
-            }
-            return pred();
-        });
-    };
-    ASSERT_TRUE(drainUntil([&] { return app.GetAllJobs().size() == 50; }));
-    EXPECT_TRUE(master->IsConnected());
-
-    const UID renderType("6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0a01", true); // Frame Render
-    JobPtr active, idle;
-    for (const JobPtr& j : app.GetAllJobs()) {
-        if (UID(j->GetParameter(p_Type), false) != renderType) continue;
-        const int st = j->GetStatus();
-        if (!active && (st == k_JobRunning || st == k_JobWaiting))
-            active = j;
-        else if (!idle && st != k_JobPaused)
-            idle = j;
-    }
-    ASSERT_TRUE(active && idle) << "seed 3 no longer gives enough render jobs";
-
-    // Pause: the master's answer arrives as a change of the job's status.
-    active->ExecuteCommand("Pause", "");
-    EXPECT_TRUE(drainUntil([&] { return active->GetParameter(p_Status) == "3"; }));
-
-    // Resume on a job that is not paused: the master's reason comes back as the detail. The
-    // farm is a function of its seed, so a twin schedule tells what the master says.
-    FarmSchedule twin(3, 50, JobFactory::s_JobFactory.ListTypes());
-    std::vector<boost::shared_ptr<Message>> ignored;
-    String reason;
-    ASSERT_FALSE(twin.ApplyCommand(idle->GetID(), "Resume", "", &reason, ignored));
-    auto refused = CatchException([&] { idle->ExecuteCommand("Resume", ""); });
-    ASSERT_TRUE(refused);
-    EXPECT_EQ(refused->GetCode(), (uint32_t)k_ErrRequest);
-    EXPECT_EQ(refused->GetDetail(), reason);
-
-    // Once the master is gone, commands are refused on the spot, not sent at all.
-    master->Disconnect();
-    ASSERT_TRUE(WaitUntil([&] { return !master->IsConnected(); }));
-    auto offline = CatchException([&] { active->ExecuteCommand("Resume", ""); });
-    ASSERT_TRUE(offline);
-    EXPECT_EQ(offline->GetCode(), (uint32_t)k_ErrRequest);
-    EXPECT_EQ(offline->GetMessage(), "Not connected to the farm master");
-    EXPECT_EQ(active->GetParameter(p_Status), "3");
-    EXPECT_FALSE(master->SendCommand(active->GetID(), "Resume", "", nullptr));
 }

@@ -2,7 +2,6 @@
 #include "tests/support/TestEnv.h"
 
 #include <taviro/ClientApp.h>
-#include <taviro/Job.h>
 #include <taviro/JobFactory.h>
 #include <taviro/SimulatedMaster.h>
 #include <taviro/ThreadPool.h>
@@ -108,15 +107,14 @@ TEST(JobModules, MalformedModulesAreSkippedAndLogged) {
     EXPECT_NE(File::ReadAll(logFile).find("/mods/second.tjm"), String::npos);
     EXPECT_EQ(f.GetTypeInfo(UID(k_IdA, true), true).name, "T");
     auto e = CatchException([&] { f.GetTypeInfo(UID(k_IdB, true), true); });
-    ASSERT_TRUE(e);
-    EXPECT_EQ(e->GetCode(), (uint32_t)k_ErrNotFound);
+    EXPECT_EQ(e ? e->GetCode() : 0, (uint32_t)k_ErrNotFound);
     EXPECT_TRUE(f.GetTypeInfo(UID(k_IdB, true), false).name.empty());
 }
 
 TEST(JobModules, LoadModulesFromFolders) {
     JobFactory f;
     ASSERT_TRUE(f.AddModule(Module("Old", k_IdC), "old.tjm"));
-    EXPECT_EQ(f.LoadModules(taviro_test::TempHome() + "/no-such-folder"), 0u);
+    EXPECT_EQ(f.LoadModules(taviro_test::Home() + "/no-such-folder"), 0u);
     EXPECT_EQ(f.Count(), 0u); // loading replaces what was known
 
     const String dir = taviro_test::MakeTempDir("mods");

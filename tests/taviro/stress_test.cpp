@@ -13,6 +13,7 @@
 
 namespace {
 
+using taviro_test::CatchException;
 using taviro_test::WaitUntil;
 
 // Plays a GUI program's bridge: on the messenger's thread it hands the message to the pool or
@@ -25,32 +26,23 @@ public:
     ~_Bridge() override { DisconnectAll(); }
     void OnReceive(MessageReceivedEvt& e) {
         if (ThreadPool::IsReady()) return m_App->CallMessageHandlers(e.TakeMessage());
-        std::lock_guard<std::mutex> l(m_Mutex);
         ++m_Events;
-        m_Posted.notify_all();
     }
     // One dispatch per posted event; counts dispatches that found nothing.
     void Consume(std::atomic<bool>& stop) {
-        for (;;) {
-            {
-                std::unique_lock<std::mutex> l(m_Mutex);
-                if (!m_Posted.wait_for(l, std::chrono::milliseconds(20),
-                                       [&] { return m_Events; })) {
-                    if (stop) return;
-                    continue;
-                }
-                --m_Events;
+        while (!stop) {
+            if (m_Events == 0) {
+                std::this_thread::yield();
+                continue;
             }
+            --m_Events;
             if (!m_App->DispatchMessage()) ++m_EmptyDispatches;
         }
     }
-    std::atomic<long> m_EmptyDispatches{0};
+    std::atomic<long> m_Events{0}, m_EmptyDispatches{0};
 
 private:
     TaviroClientApp* m_App;
-    std::mutex m_Mutex;
-    std::condition_variable m_Posted;
-    long m_Events = 0;
 };
 
 TEST(DispatchLoad, ExactlyOnceInOrderThroughTheQueueAndThroughThePool) {
@@ -109,7 +101,7 @@ void Drain(TaviroClientApp& app) {
     }
 }
 
-TEST(Messenger, ConnectDisconnectReconnectAndShutdownInOrder) {
+TEST(Messenger, ConnectCommandsDisconnectReconnectAndShutdownInOrder) {
     std::mutex mutex;
     std::vector<String> events;
     const auto testThread = std::this_thread::get_id();
@@ -139,9 +131,42 @@ TEST(Messenger, ConnectDisconnectReconnectAndShutdownInOrder) {
     }));
     EXPECT_TRUE(master->IsConnected());
 
+    // A command's answer arrives as a change of the job; a refusal brings the master's reason
+    // as the detail (the farm is a function of its seed, so a twin schedule tells the reason).
+    const UID renderType("6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0a01", true); // Frame Render
+    JobPtr active, idle;
+    for (const JobPtr& j : app.GetAllJobs()) {
+        if (UID(j->GetParameter(p_Type), false) != renderType) continue;
+        const int st = j->GetStatus();
+        if (!active && (st == k_JobRunning || st == k_JobWaiting))
+            active = j;
+        else if (!idle && st != k_JobPaused)
+            idle = j;
+    }
+    ASSERT_TRUE(active && idle) << "seed 11 no longer gives enough render jobs";
+    active->ExecuteCommand("Pause", "");
+    EXPECT_TRUE(WaitUntil([&] {
+        Drain(app);
+        return active->GetParameter(p_Status) == "3";
+    }));
+    FarmSchedule twin(11, 1500, JobFactory::s_JobFactory.ListTypes());
+    std::vector<boost::shared_ptr<Message>> ignored;
+    String reason;
+    ASSERT_FALSE(twin.ApplyCommand(idle->GetID(), "Resume", "", &reason, ignored));
+    auto refused = CatchException([&] { idle->ExecuteCommand("Resume", ""); });
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->GetCode(), (uint32_t)k_ErrRequest);
+    EXPECT_EQ(refused->GetDetail(), reason);
+
     master->Disconnect();
     ASSERT_TRUE(WaitUntil([&] { return !master->IsConnected(); }));
     const uint64_t sentWhileDown = master->Sent();
+    // Once the master is gone, commands are refused on the spot, not sent at all.
+    auto offline = CatchException([&] { active->ExecuteCommand("Resume", ""); });
+    ASSERT_TRUE(offline);
+    EXPECT_EQ(offline->GetCode(), (uint32_t)k_ErrRequest);
+    EXPECT_EQ(offline->GetMessage(), "Not connected to the farm master");
+    EXPECT_FALSE(master->SendCommand(active->GetID(), "Resume", "", nullptr));
     master->SetRate(-1); // would flood if it still sent anything
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(master->Sent(), sentWhileDown);
