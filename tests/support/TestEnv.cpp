@@ -153,12 +153,11 @@ int Child::Wait(int timeoutMs) {
 }
 
 bool WaitUntil(const std::function<bool()>& pred, int timeoutMs) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!pred()) {
-        if (std::chrono::steady_clock::now() > deadline) return pred();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    using namespace std::chrono;
+    for (const auto deadline = steady_clock::now() + milliseconds(timeoutMs);
+         steady_clock::now() < deadline; std::this_thread::sleep_for(milliseconds(1)))
+        if (pred()) return true;
+    return pred();
 }
 
 } // namespace taviro_test

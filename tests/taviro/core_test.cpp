@@ -132,40 +132,13 @@ TEST(JobModules, LoadModulesFromFolders) {
     EXPECT_EQ(f.GetTypeInfo(UID(k_IdA, true), true).file, dir + "/10-a.tjm");
 }
 
-// ---- command sub-items ----
+// ---- jobs and command sub-items ----
 
-TEST(CommandItems, ItemsFromAJobParameter) {
-    CommandInfo c;
-    c.name = "Render Range";
-    c.itemsFrom = p_Frames;
-    Job job(UID(true));
-    EXPECT_EQ(c.Itemize(job), ""); // no such parameter yet
-
-    job.SetParameter(p_Frames, " 1-10 , ,11-20,,  21-30  ,");
-    EXPECT_EQ(c.Itemize(job), "1-10;11-20;21-30");
-
-    // Values holding the list's special characters come back exactly.
-    const Strings awkward = {"a;b", "say \"hi\"", "c:\\temp\\", "\"", "x;\\;y", ";", "plain"};
-    String param;
-    for (const String& v : awkward)
-        param += (param.empty() ? "" : ", ") + v;
-    job.SetParameter(p_Frames, param);
-    const String joined = c.Itemize(job);
-    EXPECT_EQ(StringTokenizer(joined, ";", false, '"', '\\').GetTokens(), awkward) << joined;
-
-    // Fixed items win over a parameter and are not rewritten.
-    c.items = "x;\"y;z\"";
-    EXPECT_EQ(c.Itemize(job), "x;\"y;z\"");
-}
-
-// ---- jobs ----
-
-TEST(Jobs, ParametersNameStatusAndHiding) {
+TEST(Jobs, ParametersStatusHidingAndItems) {
     Job job(UID(k_IdA, true));
     EXPECT_EQ(job.GetStatus(), k_JobUnknown);
-    job.SetParameter(p_Name, "Shot 010");
-    job.SetParameter(p_Status, "2");
-    job.SetParameter(p_Owner, "ana");
+    EXPECT_EQ(job.GetParameter(p_Status), ""); // never given, so not "0"
+    job.SetParameters({{p_Name, "Shot 010"}, {p_Status, "2"}, {p_Owner, "ana"}});
     EXPECT_EQ(job.GetStatus(), k_JobRunning);
     job.SetParameters(
         {{p_Name, "Shot 20"}, {p_Priority, "High"}}); // a shorter value leaves the others whole
@@ -177,17 +150,30 @@ TEST(Jobs, ParametersNameStatusAndHiding) {
     EXPECT_EQ(job.GetStatus(), k_JobUnknown);
     for (int s = -1; s <= 8; ++s)
         EXPECT_EQ(job.HideInSelectors(s), s == k_JobArchived || s == k_JobUnknown) << s;
-    EXPECT_EQ(Job(UID(true)).GetParameter(p_Status), ""); // never given, so not "0"
+
+    // Items from a job parameter: empty values dropped, special characters kept exactly.
+    CommandInfo c;
+    c.itemsFrom = p_Frames;
+    EXPECT_EQ(c.Itemize(job), ""); // no such parameter yet
+    job.SetParameter(p_Frames, " 1-10 , ,11-20,,  21-30  ,");
+    EXPECT_EQ(c.Itemize(job), "1-10;11-20;21-30");
+    const Strings awkward = {"a;b", "say \"hi\"", "c:\\temp\\", "\"", "x;\\;y", ";", "plain"};
+    String param;
+    for (const String& v : awkward)
+        param += (param.empty() ? "" : ", ") + v;
+    job.SetParameter(p_Frames, param);
+    const String joined = c.Itemize(job);
+    EXPECT_EQ(StringTokenizer(joined, ";", false, '"', '\\').GetTokens(), awkward) << joined;
+    // Fixed items win over a parameter and are not rewritten.
+    c.items = "x;\"y;z\"";
+    EXPECT_EQ(c.Itemize(job), "x;\"y;z\"");
 }
 
 TEST(Jobs, ExecuteCommandRefusals) {
     ASSERT_EQ(dynamic_cast<TaviroClientApp*>(Application::the_Application), nullptr);
     ASSERT_EQ(JobFactory::s_JobFactory.LoadModules(DEMO_MODULES), 3u);
     Job job(UID(true));
-    job.SetParameter(p_Type, k_FrameRender);
-    job.SetParameter(p_Status, "2");
-    job.SetParameter(p_Frames, "1-10,11-20");
-
+    job.SetParameters({{p_Type, k_FrameRender}, {p_Status, "2"}, {p_Frames, "1-10,11-20"}});
     Job stray(UID(true)); // of a type nobody installed, so without commands
     stray.SetParameter(p_Type, k_IdC);
     struct Case {
