@@ -43,7 +43,7 @@ class _HomeListener : public ::testing::EmptyTestEventListener {
 };
 } // namespace
 
-String TempHome() {
+String Home() {
     return g_Home;
 }
 

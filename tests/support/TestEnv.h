@@ -22,11 +22,8 @@ inline void PrintTo(const String& s, std::ostream* os) {
 
 namespace taviro_test {
 
-// The current test's private HOME (both names), and a fresh folder inside it.
-String TempHome();
-inline String Home() {
-    return TempHome();
-}
+// The current test's private HOME, and a fresh folder inside it.
+String Home();
 String MakeTempDir(const char* prefix = "dir");
 // Entry names of a folder without "." and "..", sorted.
 std::vector<String> ListDir(const String& dir);
