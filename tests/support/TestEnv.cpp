@@ -3,17 +3,16 @@
 #include <ostrum/File.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <dirent.h>
 #include <cstring>
 #include <fcntl.h>
-#include <ftw.h>
+#include <filesystem>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/wait.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 extern char** environ;
 
@@ -22,37 +21,29 @@ namespace {
 String g_Home;
 int g_Counter = 0;
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) {
-    return ::remove(path);
-}
-
-void RemoveTree(const String& path) {
-    if (!path.empty()) nftw(path.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
-}
-
 class _HomeListener : public ::testing::EmptyTestEventListener {
     void OnTestStart(const ::testing::TestInfo&) override {
         char tmpl[] = "/tmp/taviro-test-XXXXXX";
-        const char* dir = mkdtemp(tmpl);
-        ASSERT_NE(dir, nullptr);
-        g_Home = dir;
-        setenv("HOME", dir, 1);
-        const String config = g_Home + "/.config", runtime = g_Home + "/run";
-        mkdir(config.c_str(), 0700);
-        mkdir(runtime.c_str(), 0700);
-        setenv("XDG_CONFIG_HOME", config.c_str(), 1);
-        setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
-        setenv("XDG_CACHE_HOME", (g_Home + "/.cache").c_str(), 1);
-        setenv("XDG_DATA_HOME", (g_Home + "/.local/share").c_str(), 1);
+        ASSERT_NE(mkdtemp(tmpl), nullptr);
+        g_Home = tmpl;
+        setenv("HOME", tmpl, 1);
+        for (const char* dir : {"/.config", "/run"})
+            mkdir((g_Home + dir).c_str(), 0700);
+        for (auto [name, dir] : {std::pair{"XDG_CONFIG_HOME", "/.config"},
+                                 {"XDG_RUNTIME_DIR", "/run"},
+                                 {"XDG_CACHE_HOME", "/.cache"},
+                                 {"XDG_DATA_HOME", "/.local/share"}})
+            setenv(name, (g_Home + dir).c_str(), 1);
     }
     void OnTestEnd(const ::testing::TestInfo&) override {
-        RemoveTree(g_Home);
+        std::error_code ignored;
+        std::filesystem::remove_all(g_Home.c_str(), ignored);
         g_Home.clear();
     }
 };
 } // namespace
 
-String TempHome() {
+String Home() {
     return g_Home;
 }
 
@@ -68,32 +59,15 @@ void InstallTestEnvironment() {
 
 std::vector<String> ListDir(const String& dir) {
     std::vector<String> out;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* e = readdir(d)) {
-            const String name(e->d_name);
-            if (name != "." && name != "..") out.push_back(name);
-        }
-        closedir(d);
-    }
+    std::error_code ignored;
+    for (const auto& e : std::filesystem::directory_iterator(dir.c_str(), ignored))
+        out.push_back(e.path().filename().string());
     std::sort(out.begin(), out.end());
     return out;
 }
 
 void WriteText(const String& path, const String& text) {
     File::AtomicWrite(path, text);
-}
-
-EnvVar::EnvVar(const char* name) : m_Name(name) {
-    const char* v = getenv(name);
-    m_Had = v != nullptr;
-    if (v) m_Old = v;
-}
-
-EnvVar::~EnvVar() {
-    if (m_Had)
-        setenv(m_Name.c_str(), m_Old.c_str(), 1);
-    else
-        unsetenv(m_Name.c_str());
 }
 
 Child::Child(const String& program, std::vector<String> args, std::vector<String> env,
@@ -114,15 +88,14 @@ Child::Child(const String& program, std::vector<String> args, std::vector<String
     std::vector<char*> argv, envp;
     for (auto& a : args)
         argv.push_back(&a[0]);
-    argv.push_back(nullptr);
-    for (char** e = environ; *e; ++e) {
-        bool replaced = false;
-        for (auto& v : env)
-            replaced = replaced || strncmp(*e, v.c_str(), v.find('=') + 1) == 0;
-        if (!replaced) envp.push_back(*e);
-    }
+    for (char** e = environ; *e; ++e)
+        if (std::none_of(env.begin(), env.end(), [&](const String& v) {
+                return strncmp(*e, v.c_str(), v.find('=') + 1) == 0;
+            }))
+            envp.push_back(*e);
     for (auto& e : env)
         envp.push_back(&e[0]);
+    argv.push_back(nullptr);
     envp.push_back(nullptr);
     pid_t pid = -1;
     EXPECT_EQ(posix_spawn(&pid, program.c_str(), &actions, &attr, argv.data(), envp.data()), 0);
@@ -134,25 +107,17 @@ Child::Child(const String& program, std::vector<String> args, std::vector<String
 }
 
 Child::~Child() {
-    if (m_Pid > 0) {
-        kill(m_Pid, SIGKILL);
-        Wait();
-    }
+    Kill(SIGKILL);
+    if (m_Pid > 0) Wait();
     close(m_Out);
 }
 
 String Child::ReadLine(int timeoutMs) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    for (;;) {
-        const size_t nl = m_Buffer.find('\n');
-        if (nl != String::npos) {
-            String line = m_Buffer.substr(0, nl);
-            m_Buffer.erase(0, nl + 1);
-            return line;
-        }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                              deadline - std::chrono::steady_clock::now())
-                              .count();
+    using namespace std::chrono;
+    const auto deadline = steady_clock::now() + milliseconds(timeoutMs);
+    size_t nl;
+    while ((nl = m_Buffer.find('\n')) == String::npos) {
+        const auto left = duration_cast<milliseconds>(deadline - steady_clock::now()).count();
         if (left <= 0) return String();
         pollfd p{m_Out, POLLIN, 0};
         if (poll(&p, 1, (int)left) <= 0) continue;
@@ -161,15 +126,16 @@ String Child::ReadLine(int timeoutMs) {
         if (n <= 0) return String();
         m_Buffer.append(buf, (size_t)n);
     }
+    String line = m_Buffer.substr(0, nl);
+    m_Buffer.erase(0, nl + 1);
+    return line;
 }
 
 String Child::Output() {
-    String out = m_Buffer;
     char buf[4096];
     for (ssize_t n; (n = read(m_Out, buf, sizeof buf)) > 0;)
-        out.append(buf, (size_t)n);
-    m_Buffer.clear();
-    return out;
+        m_Buffer.append(buf, (size_t)n);
+    return std::exchange(m_Buffer, String());
 }
 
 void Child::Kill(int sig) {
@@ -178,25 +144,20 @@ void Child::Kill(int sig) {
 
 int Child::Wait(int timeoutMs) {
     int status = 0;
-    if (timeoutMs < 0) {
-        waitpid(m_Pid, &status, 0);
-    } else {
-        for (int waited = 0; waitpid(m_Pid, &status, WNOHANG) == 0; waited += 20) {
-            if (waited >= timeoutMs) return -1;
-            usleep(20000);
-        }
+    for (int waited = 0; waitpid(m_Pid, &status, timeoutMs < 0 ? 0 : WNOHANG) == 0; waited += 20) {
+        if (waited >= timeoutMs) return -1;
+        usleep(20000);
     }
     m_Pid = -1;
     return status;
 }
 
 bool WaitUntil(const std::function<bool()>& pred, int timeoutMs) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!pred()) {
-        if (std::chrono::steady_clock::now() > deadline) return pred();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    using namespace std::chrono;
+    for (const auto deadline = steady_clock::now() + milliseconds(timeoutMs);
+         steady_clock::now() < deadline; std::this_thread::sleep_for(milliseconds(1)))
+        if (pred()) return true;
+    return pred();
 }
 
 } // namespace taviro_test

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -21,15 +22,9 @@ inline void PrintTo(const String& s, std::ostream* os) {
 
 namespace taviro_test {
 
-// The current test's private HOME.
-String TempHome();
-// A fresh folder inside the current test's HOME.
+// The current test's private HOME, and a fresh folder inside it.
+String Home();
 String MakeTempDir(const char* prefix = "dir");
-
-// The same as a String.
-inline String Home() {
-    return TempHome();
-}
 // Entry names of a folder without "." and "..", sorted.
 std::vector<String> ListDir(const String& dir);
 // Writes a whole file (atomically).
@@ -38,17 +33,19 @@ void WriteText(const String& path, const String& text);
 // Sets or removes an environment variable for one scope and puts the old state back.
 class EnvVar {
 public:
-    explicit EnvVar(const char* name);
+    explicit EnvVar(const char* name) : m_Name(name) {
+        if (const char* v = getenv(name)) m_Old = String(v);
+    }
     EnvVar(const char* name, const String& value) : EnvVar(name) { Set(value); }
-    ~EnvVar();
+    ~EnvVar() { m_Old ? Set(*m_Old) : Unset(); }
     void Set(const String& value) { setenv(m_Name.c_str(), value.c_str(), 1); }
     void Unset() { unsetenv(m_Name.c_str()); }
     EnvVar(const EnvVar&) = delete;
     EnvVar& operator=(const EnvVar&) = delete;
 
 private:
-    String m_Name, m_Old;
-    bool m_Had = false;
+    String m_Name;
+    std::optional<String> m_Old;
 };
 
 // A child program with its standard output readable; killed (SIGKILL) if still running when the
