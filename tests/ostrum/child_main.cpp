@@ -2,7 +2,6 @@
 #include <ostrum/Ostrum.h>
 
 #include <condition_variable>
-#include <csignal>
 #include <cstdio>
 #include <deque>
 #include <thread>
@@ -23,7 +22,7 @@ int SaveLoop(const char* file) {
         options.SetValue("version", String::FromInt(version));
         for (int k = 0; k < 200; ++k)
             options.SetValue(SFormat("k%03d", k),
-                             SFormat("%ld-%d-%s", version, k, "padding-padding-padding"));
+                             SFormat("%ld-%d-padding-padding-padding", version, k));
         if (version == 1) {
             options.WriteOut();
             Ready();
@@ -51,24 +50,16 @@ int Listen(const char* name) {
     app.SetRequestHandler("THROW", [](const String&) -> bool {
         throw new Exception(k_ErrGeneral, "boom", "detail");
     });
-    app.SetRequestHandler("SLOW", [](const String&) {
-        std::this_thread::sleep_for(std::chrono::seconds(3));
-        return true;
-    });
-    app.SetRequestHandler("QUIT", [&](const String&) {
-        quit = true;
-        return true;
-    });
+    app.SetRequestHandler("SLOW", [](const String&) { return sleep(3), true; });
+    app.SetRequestHandler("QUIT", [&](const String&) { return quit = true; });
     if (!app.StartRequestListener(name)) return 3;
     Ready();
     while (!quit) {
-        std::function<void()> task;
-        {
-            std::unique_lock<std::mutex> l(m);
-            cv.wait(l, [&] { return !queue.empty(); });
-            task = std::move(queue.front());
-            queue.pop_front();
-        }
+        std::unique_lock<std::mutex> l(m);
+        cv.wait(l, [&] { return !queue.empty(); });
+        std::function<void()> task = std::move(queue.front());
+        queue.pop_front();
+        l.unlock();
         task();
     }
     return 0;
@@ -90,17 +81,10 @@ int Crash(const char* logFile) {
 }
 
 // An object still registered when the program ends is cleaned up on the way out.
-int ExitWithLibStatic() {
-    struct _Late : LibStatic {
-        _Late() : LibStatic("child") {}
-        void OnLibCleanup() override {
-            printf("cleaned\n");
-            delete this;
-        }
-    };
-    new _Late;
-    return 0;
-}
+struct _Late : LibStatic {
+    _Late() : LibStatic("child") {}
+    void OnLibCleanup() override { printf("cleaned\n"), delete this; }
+};
 
 int WaitForSignal() {
     Executable exe(nullptr);
@@ -113,7 +97,6 @@ int WaitForSignal() {
     for (int i = 0; i < 100 && !stopped; ++i)
         stopped = exe.WaitForStop(200);
     printf("stopped=%d signal=%d\n", stopped ? 1 : 0, exe.GetLastProcessSignal());
-    fflush(stdout);
     return stopped ? 0 : 4;
 }
 } // namespace
@@ -125,6 +108,6 @@ int main(int argc, char** argv) {
     if (mode == "listen" && argc > 2) return Listen(argv[2]);
     if (mode == "crash" && argc > 2) return Crash(argv[2]);
     if (mode == "signal") return WaitForSignal();
-    if (mode == "exit") return ExitWithLibStatic();
+    if (mode == "exit") return new _Late, 0;
     return 2;
 }

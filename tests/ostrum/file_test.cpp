@@ -1,10 +1,7 @@
 // Path, File and OutFile.
 #include "tests/support/TestEnv.h"
 
-#include <ostrum/Exception.h>
-#include <ostrum/File.h>
-
-#include <gtest/gtest.h>
+#include <ostrum/Ostrum.h>
 
 #include <algorithm>
 

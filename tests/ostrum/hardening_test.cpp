@@ -25,21 +25,8 @@ extern "C" mode_t umask(mode_t mask) noexcept {
     return (mode_t)syscall(SYS_umask, mask);
 }
 
-namespace {
 using taviro_test::CatchException;
 using taviro_test::Home;
-
-String Text(const String& path) {
-    return File::ReadAll(path);
-}
-
-int Count(const String& text, const String& part) {
-    int n = 0;
-    for (size_t at = text.find(part); at != String::npos; at = text.find(part, at + 1))
-        ++n;
-    return n;
-}
-} // namespace
 
 TEST(Hardening, FifosAndOversizedFilesAreRefusedWithoutBlocking) {
     const String fifo = Home() + "/Colors.ini";
@@ -72,8 +59,10 @@ TEST(Hardening, ReadOnlyOptionsStayAndLinkedOptionsAreWrittenThroughTheLink) {
         options.SetValue("", "a", "2");
         options.SetValue("", "b", "3");
     }
-    EXPECT_EQ(Text(locked), "a=1\n");
-    EXPECT_EQ(Count(Text(log), "read-only"), 1) << Text(log);
+    EXPECT_EQ(File::ReadAll(locked), "a=1\n");
+    const String text = File::ReadAll(log), warning = "read-only"; // warned once, not per change
+    EXPECT_EQ(text.find(warning, text.find(warning) + 1), String::npos) << text;
+    EXPECT_NE(text.find(warning), String::npos) << text;
 
     File::CreateDirectories(Home() + "/real");
     const String target = Home() + "/real/options.ini", link = Home() + "/options.ini";
@@ -85,7 +74,7 @@ TEST(Hardening, ReadOnlyOptionsStayAndLinkedOptionsAreWrittenThroughTheLink) {
     struct stat st;
     ASSERT_EQ(lstat(link.c_str(), &st), 0);
     EXPECT_TRUE(S_ISLNK(st.st_mode));
-    EXPECT_EQ(Text(target), "a=2\n");
+    EXPECT_EQ(File::ReadAll(target), "a=2\n");
 }
 
 TEST(Hardening, SavingANewFileLeavesTheUmaskAlone) {
@@ -110,15 +99,11 @@ TEST(Hardening, IdleConnectionsDoNotHoldUpRequestsOrHideTheProgram) {
     const String path = Application::RequestSocketPath(name).ToString();
     memcpy(addr.sun_path, path.c_str(), path.size() + 1);
     std::vector<int> idle;
-    auto connectIdle = [&](int count) {
-        for (int i = 0; i < count; ++i) {
-            idle.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-            connect(idle.back(), (sockaddr*)&addr, sizeof addr); // the backlog may be full
-        }
-    };
-    connectIdle(70);
-    usleep(100000); // the listener takes what it takes; then more come
-    connectIdle(10);
+    for (int i = 0; i < 80; ++i) {
+        if (i == 70) usleep(100000); // the listener takes what it takes; then more come
+        idle.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+        connect(idle.back(), (sockaddr*)&addr, sizeof addr); // the backlog may be full
+    }
     EXPECT_TRUE(Application::IsRunning(name));
     String error;
     EXPECT_TRUE(app.SendRequest(name, "Ping", &error)) << error;

@@ -1,12 +1,7 @@
 // IniFile and OptionsFile: structure, typed access, round trips and files on disk.
 #include "tests/support/TestEnv.h"
 
-#include <ostrum/Exception.h>
-#include <ostrum/File.h>
-#include <ostrum/IniFile.h>
-#include <ostrum/Log.h>
-
-#include <gtest/gtest.h>
+#include <ostrum/Ostrum.h>
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,9 +1,7 @@
 // String, StringTokenizer and Exception.
 #include "tests/support/TestEnv.h"
 
-#include <ostrum/Exception.h>
-#include <ostrum/String.h>
-#include <ostrum/StringTokenizer.h>
+#include <ostrum/Ostrum.h>
 
 #include <climits>
 #include <map>
