@@ -15,14 +15,12 @@ using taviro_test::Home;
 using taviro_test::ListDir;
 using Strings = std::vector<String>;
 
-namespace {
 // The code of the Exception that f throws; 0 when it throws none.
 template <class F>
-uint32_t ErrorCode(F&& f) {
+static uint32_t ErrorCode(F&& f) {
     auto e = CatchException(f);
     return e ? e->GetCode() : 0;
 }
-} // namespace
 
 // ---- Path ----
 
@@ -193,7 +191,7 @@ TEST(IniFile, CurrentSectionCaseInsensitiveNamesAndTypedValues) {
     EXPECT_DOUBLE_EQ(ini.GetValue("s", "dbl", 0.0), 2.5);
 }
 
-TEST(IniFile, CommentsAndUnknownLinesStayAndDuplicatesMerge) {
+TEST(IniFile, RoundTripsKeepCommentsMergeDuplicatesAndRefuseUnreadableNames) {
     const String text = "; top\n\n# hash=x\nfirst = one \n[one]\n  ; indented\nkey = value\n"
                         "junk without equals\n\n[two]\nx=1\n; trailing\n";
     IniFile ini;
@@ -210,9 +208,8 @@ TEST(IniFile, CommentsAndUnknownLinesStayAndDuplicatesMerge) {
     EXPECT_EQ(ini.GetKeys("a"), (Strings{"x", "z", "K"}));
     EXPECT_EQ(ini.GetValue("a", "x", ""), "4"); // later keys win, no CR in values
     EXPECT_EQ(ini.GetValue("a", "k", ""), "2");
-}
 
-TEST(IniFile, AwkwardValuesAndKeysRoundTripExactly) {
+    // Awkward values and keys round trip exactly.
     const Strings values = {"line1\nline2",       " leading", "trailing ",
                             "\"quoted\"",         "\"open",   "tab\there",
                             "back\\slash\\n",     "ends\r",   "ctrl\x01\x1f\x7f",
@@ -220,24 +217,22 @@ TEST(IniFile, AwkwardValuesAndKeysRoundTripExactly) {
                             "[not a section]",    "",         "\n",
                             String("nul\0mid", 7)};
     const Strings keys = {"with space", "semi;colon", "hash#", "br]acket", "\xC3\xA4"};
-    IniFile ini;
+    ini.Clear();
     for (size_t i = 0; i < values.size(); ++i)
         ini.SetValue("s", "k" + String::FromInt((long long)i), values[i]);
     for (const String& k : keys)
         ini.SetValue("t", k, "v-" + k);
-    const String text = ini.ToString();
     IniFile back;
-    back.LoadFromString(text);
-    ASSERT_EQ(back.GetKeys("s").size(), values.size()) << text; // one line per key
+    back.LoadFromString(ini.ToString());
+    ASSERT_EQ(back.GetKeys("s").size(), values.size()) << ini.ToString(); // one line per key
     for (size_t i = 0; i < values.size(); ++i)
         EXPECT_EQ(back.GetValue("s", "k" + String::FromInt((long long)i), "<absent>"), values[i])
             << "value #" << i;
     EXPECT_EQ(back.GetKeys("t"), keys);
-    EXPECT_EQ(back.ToString(), text);
-}
+    EXPECT_EQ(back.ToString(), ini.ToString());
 
-TEST(IniFile, NamesThatWouldNotReadBackAreRefusedAndNothingIsWritten) {
-    IniFile ini;
+    // Names that would not read back are refused and nothing is written.
+    ini.Clear();
     ini.InsertSection("cur");
     for (const String& key : Strings{"", "a=b", "a\nb", "[x", ";c", "#c"}) {
         EXPECT_EQ(ErrorCode([&] { ini.SetValue(key, "v"); }), (uint32_t)k_ErrArgument) << key;
@@ -248,7 +243,7 @@ TEST(IniFile, NamesThatWouldNotReadBackAreRefusedAndNothingIsWritten) {
     EXPECT_EQ(ini.ToString(), "[cur]\n");
 }
 
-TEST(IniFile, SaveAndLoadThroughAFileKeepingPermissions) {
+TEST(IniFile, SaveAndLoadThroughAFileKeepingPermissionsAndMissingFiles) {
     const String dir = taviro_test::MakeTempDir("perm");
     const String path = dir + "/keep.ini";
     File::AtomicWrite(path, "[s]\nb=3\nc=4\n");
@@ -276,10 +271,8 @@ TEST(IniFile, SaveAndLoadThroughAFileKeepingPermissions) {
     back.Load(); // reading the file again replaces the change
     EXPECT_FALSE(back.IsModified());
     EXPECT_EQ(back.GetValue("s", "b", ""), "3");
-}
 
-TEST(IniFile, MissingFilesAndFolders) {
-    IniFile ini;
+    // Missing files and folders.
     ini.SetFilename(Home() + "/missing.ini");
     EXPECT_EQ(ErrorCode([&] { ini.Load(true); }), (uint32_t)k_ErrNotFound);
     ini.LoadFromString("[s]\nk=v\n");

@@ -1,5 +1,4 @@
-// Files that are not what their name promises, options files the user protected or linked, and
-// the request listener under many idle connections.
+// Hostile files, protected or linked options files, the request listener under idle connections.
 #include "tests/support/TestEnv.h"
 
 #include <ostrum/Ostrum.h>
@@ -18,8 +17,7 @@ namespace {
 std::atomic<int> g_UmaskCalls{0};
 }
 
-// Counts every umask call of the process: setting the umask, even briefly, races with other
-// threads that create files.
+// Counts umask calls: setting the umask, even briefly, races with threads that create files.
 extern "C" mode_t umask(mode_t mask) noexcept {
     ++g_UmaskCalls;
     return (mode_t)syscall(SYS_umask, mask);
@@ -45,7 +43,7 @@ TEST(Hardening, FifosAndOversizedFilesAreRefusedWithoutBlocking) {
     EXPECT_EQ(File::ReadAll(big, 2000).size(), 2000u);
 }
 
-TEST(Hardening, ReadOnlyOptionsStayAndLinkedOptionsAreWrittenThroughTheLink) {
+TEST(Hardening, ReadOnlyOptionsStayLinkedOnesAreWrittenThroughAndTheUmaskIsLeftAlone) {
     const String log = Home() + "/capture.log";
     Log::s_GlobalLog->Open(log);
     Log::s_GlobalLog->SetEchoLevel(-1);
@@ -74,15 +72,13 @@ TEST(Hardening, ReadOnlyOptionsStayAndLinkedOptionsAreWrittenThroughTheLink) {
     struct stat st {};
     EXPECT_TRUE(lstat(link.c_str(), &st) == 0 && S_ISLNK(st.st_mode));
     EXPECT_EQ(File::ReadAll(target), "a=2\n");
-}
 
-TEST(Hardening, SavingANewFileLeavesTheUmaskAlone) {
+    // Saving a new file leaves the umask alone.
     const mode_t old = (mode_t)syscall(SYS_umask, 027);
     g_UmaskCalls = 0;
     const String path = Home() + "/new.ini";
     File::AtomicWrite(path, "x\n");
     EXPECT_EQ(g_UmaskCalls.load(), 0);
-    struct stat st {};
     EXPECT_TRUE(stat(path.c_str(), &st) == 0 && (st.st_mode & 0777) == 0640);
     syscall(SYS_umask, old);
 }

@@ -1,5 +1,4 @@
-// Tests with real child processes: SIGKILL during saves, requests between two programs,
-// the crash trace and process signals.
+// Real child processes: SIGKILL during saves, requests, the crash trace, process signals.
 #include "tests/support/TestEnv.h"
 
 #include <ostrum/Ostrum.h>

@@ -29,8 +29,7 @@ struct _Owner : HasSlots {
 };
 
 TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
-    const int kEmitters = 8;
-    const long kPerEmitter = 125000; // 1,000,000 emissions in all
+    const long kEmitters = 8, kPerEmitter = 125000; // 1,000,000 emissions in all
     Signal1<int> valueSignal;
     Signal0<> pingSignal;
 
@@ -95,8 +94,7 @@ TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
         }
     });
 
-    // At least 1,000,000 emissions; more if the churn has not yet overlapped them enough
-    // (a busy machine may run the emitters faster than the churn threads start).
+    // More emissions if the churn has not yet overlapped them enough (a busy machine).
     std::atomic<long> emitted{0};
     std::vector<std::thread> emitters;
     for (int t = 0; t < kEmitters; ++t)
@@ -112,9 +110,8 @@ TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
     for (auto& e : emitters)
         e.join();
     stop = true;
-    destroyer.join();
-    disconnector.join();
-    allDropper.join();
+    for (std::thread* t : {&destroyer, &disconnector, &allDropper})
+        t->join();
 
     EXPECT_GE(emitted.load(), kEmitters * kPerEmitter);
     EXPECT_EQ(permanentRecord.calls.load(), emitted.load());
@@ -129,8 +126,7 @@ TEST(SignalStress, EightEmittersWithConnectDisconnectAndDestroyChurn) {
     EXPECT_EQ(pingSignal.ConnectionCount(), 0u);
 }
 
-// A dying signal and a dying owner on two threads: there is only one lock order, so no
-// deadlock and no use of the dead signal.
+// A dying signal and a dying owner on two threads: one lock order, no use of the dead signal.
 TEST(SignalStress, SignalAndOwnerDieConcurrently) {
     for (int round = 0; round < 2000; ++round) {
         auto signal = std::make_unique<Signal1<int>>();
@@ -196,8 +192,7 @@ TEST(SignalStress, SlotsMayChangeTheSignalDuringEmission) {
     // A slot that disconnects itself runs to its end and never again.
     Signal0<> ping;
     int selfCalls = 0;
-    SlotId self = 0;
-    self = ping.Connect([&] {
+    SlotId self = ping.Connect([&] {
         ++selfCalls;
         ping.Disconnect(self);
         EXPECT_EQ(ping.ConnectionCount(), 0u); // dead at once, though still listed
@@ -223,15 +218,14 @@ TEST(LogStress, LinesFromManyThreadsStayWhole) {
                 LogDebug(SFormat("T%d L%d ", t, i) + pad);
         });
     // Reopening the file meanwhile loses no line: a writer never uses a descriptor being closed.
-    std::atomic<int> writersLeft{kThreads};
+    std::atomic<bool> written{false};
     std::thread reopener([&] {
-        while (writersLeft.load() > 0)
+        while (!written.load())
             Log::s_GlobalLog->Open(file);
     });
-    for (auto& t : threads) {
+    for (auto& t : threads)
         t.join();
-        --writersLeft;
-    }
+    written = true;
     reopener.join();
     Log::s_GlobalLog->Close();
 
