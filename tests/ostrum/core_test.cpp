@@ -11,7 +11,6 @@
 #include <unordered_map>
 
 using taviro_test::CatchException;
-using taviro_test::Home;
 using taviro_test::WaitUntil;
 using Strings = std::vector<String>;
 
@@ -172,15 +171,15 @@ TEST(CommandLine, ParsesOptionsFlagsAndPositionals) {
 // ---- LibStatic ----
 
 namespace {
+Strings g_Calls; // the tags of the cleaned objects, in order
+
 struct Probe : LibStatic {
-    Probe(const String& name, const String& tag, Strings* calls)
-        : LibStatic(name), m_Tag(tag), m_Calls(calls) {}
+    Probe(const String& lib, const String& tag) : LibStatic(lib), m_Tag(tag) {}
     void OnLibCleanup() override {
-        m_Calls->push_back(m_Tag);
+        g_Calls.push_back(m_Tag);
         if (m_Tag == "self") delete this;
     }
     String m_Tag;
-    Strings* m_Calls;
 };
 
 template <class F>
@@ -192,18 +191,17 @@ auto OnOtherThread(F f) -> decltype(f()) {
 } // namespace
 
 TEST(LibStatic, CleanupRunsNewestFirstOnceAndOnlyForLiveObjects) {
-    Strings calls;
-    Probe a1("alpha", "a1", &calls);
-    Probe b("beta", "b", &calls);
-    delete new Probe("beta", "deleted", &calls);
-    Probe a2("alpha", "a2", &calls);
-    new Probe("beta", "self", &calls); // deletes itself when cleaned
+    Probe a1("alpha", "a1");
+    Probe b("beta", "b");
+    delete new Probe("beta", "deleted");
+    Probe a2("alpha", "a2");
+    new Probe("beta", "self"); // deletes itself when cleaned
     LibStatic::Cleanup("alpha");
-    EXPECT_EQ(calls, (Strings{"a2", "a1"}));
+    EXPECT_EQ(g_Calls, (Strings{"a2", "a1"}));
     LibStatic::Cleanup("alpha");
     LibStatic::CleanupAll();
     LibStatic::CleanupAll();
-    EXPECT_EQ(calls, (Strings{"a2", "a1", "self", "b"}));
+    EXPECT_EQ(g_Calls, (Strings{"a2", "a1", "self", "b"}));
     EXPECT_EQ(LibStatic::Count(), 0u);
 }
 
@@ -261,7 +259,7 @@ TEST(Locks, MutexIsRecursiveRWLockWriterReentersAndWaitsForEveryReadEntry) {
 // ---- Log ----
 
 TEST(Log, WritesRecordsAtOrBelowTheLevelAndAppends) {
-    const String path = Home() + "/logs/sub/farm.log";
+    const String path = taviro_test::Home() + "/logs/sub/farm.log";
     Log log;
     log.SetEchoLevel(-1);
     log.SetLevel(LL_Debug);
