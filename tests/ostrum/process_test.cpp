@@ -70,7 +70,7 @@ TEST(Process, RequestsReachAnotherProgramOnItsMainThread) {
     // The sender gives up after its own time-out (the handler takes 3 s).
     EXPECT_NE(answer("peer", "SLOW", 300).find("No answer from peer"), String::npos) << error;
     EXPECT_EQ(answer("peer", "QUIT"), "true");
-    EXPECT_TRUE(WIFEXITED(child.Wait()));
+    EXPECT_TRUE(WIFEXITED(child.Wait(10000)));
     EXPECT_FALSE(Application::IsRunning("peer"));
 
     // A socket file left by a dead program is no obstacle for a new program of that name.
