@@ -1,19 +1,11 @@
 // A small program that the process tests start as a child, in one of several roles.
 #include <ostrum/Ostrum.h>
 
-#include <condition_variable>
-#include <csignal>
 #include <cstdio>
-#include <deque>
 #include <thread>
 #include <unistd.h>
 
 namespace {
-void Ready() {
-    printf("ready\n");
-    fflush(stdout);
-}
-
 // Writes whole versions of an options file as fast as it can, until killed.
 int SaveLoop(const char* file) {
     OptionsFile options{Path(file)};
@@ -23,10 +15,10 @@ int SaveLoop(const char* file) {
         options.SetValue("version", String::FromInt(version));
         for (int k = 0; k < 200; ++k)
             options.SetValue(SFormat("k%03d", k),
-                             SFormat("%ld-%d-%s", version, k, "padding-padding-padding"));
+                             SFormat("%ld-%d-padding-padding-padding", version, k));
         if (version == 1) {
             options.WriteOut();
-            Ready();
+            puts("ready");
         }
     }
 }
@@ -34,15 +26,13 @@ int SaveLoop(const char* file) {
 // Answers requests; handlers run on the main thread through an executor, like a GUI program.
 int Listen(const char* name) {
     Application app(LL_Info, LL_Error);
-    std::mutex m;
-    std::condition_variable cv;
-    std::deque<std::function<void()>> queue;
     bool quit = false;
     const auto mainThread = std::this_thread::get_id();
+    int tasks[2]; // a pipe of task pointers to the main thread
+    if (pipe(tasks) != 0) return 4;
     app.SetMainThreadExecutor([&](std::function<void()> task) {
-        std::lock_guard<std::mutex> l(m);
-        queue.push_back(std::move(task));
-        cv.notify_all();
+        auto* p = new std::function<void()>(std::move(task));
+        if (write(tasks[1], &p, sizeof p) != sizeof p) delete p;
     });
     app.SetRequestHandler("Expect", [](const String& arg) { return arg == "a b;c"; });
     app.SetRequestHandler("WHERE",
@@ -51,26 +41,12 @@ int Listen(const char* name) {
     app.SetRequestHandler("THROW", [](const String&) -> bool {
         throw new Exception(k_ErrGeneral, "boom", "detail");
     });
-    app.SetRequestHandler("SLOW", [](const String&) {
-        std::this_thread::sleep_for(std::chrono::seconds(3));
-        return true;
-    });
-    app.SetRequestHandler("QUIT", [&](const String&) {
-        quit = true;
-        return true;
-    });
+    app.SetRequestHandler("SLOW", [](const String&) { return sleep(3), true; });
+    app.SetRequestHandler("QUIT", [&](const String&) { return quit = true; });
     if (!app.StartRequestListener(name)) return 3;
-    Ready();
-    while (!quit) {
-        std::function<void()> task;
-        {
-            std::unique_lock<std::mutex> l(m);
-            cv.wait(l, [&] { return !queue.empty(); });
-            task = std::move(queue.front());
-            queue.pop_front();
-        }
-        task();
-    }
+    puts("ready");
+    for (std::function<void()>* task; !quit && read(tasks[0], &task, sizeof task) == sizeof task;)
+        (*std::unique_ptr<std::function<void()>>(task))();
     return 0;
 }
 
@@ -84,47 +60,39 @@ int Crash(const char* logFile) {
     Log::s_GlobalLog->Open(logFile);
     _CallEntry::InstallCrashHandler();
     CALL_ENTRY("Outer::Method");
-    Ready();
+    puts("ready");
     Inner(nullptr);
     return 0;
 }
 
 // An object still registered when the program ends is cleaned up on the way out.
-int ExitWithLibStatic() {
-    struct _Late : LibStatic {
-        _Late() : LibStatic("child") {}
-        void OnLibCleanup() override {
-            printf("cleaned\n");
-            delete this;
-        }
-    };
-    new _Late;
-    return 0;
-}
+struct _Late : LibStatic {
+    _Late() : LibStatic("child") {}
+    void OnLibCleanup() override { printf("cleaned\n"), delete this; }
+};
 
 int WaitForSignal() {
     Executable exe(nullptr);
     Executable::SetCurrent(&exe);
     Executable::InstallSignalHandlers();
-    Ready();
-    // Short waits: under ThreadSanitizer a signal that lands on a thread blocked in a call it does
-    // not intercept is handled only when that call returns.
+    puts("ready");
+    // Short waits: under ThreadSanitizer a signal is handled only when a blocking call returns.
     bool stopped = false;
     for (int i = 0; i < 100 && !stopped; ++i)
         stopped = exe.WaitForStop(200);
     printf("stopped=%d signal=%d\n", stopped ? 1 : 0, exe.GetLastProcessSignal());
-    fflush(stdout);
     return stopped ? 0 : 4;
 }
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc < 2) return 2;
+    setvbuf(stdout, nullptr, _IONBF, 0); // each line reaches the test at once
     const String mode = argv[1];
     if (mode == "save-loop" && argc > 2) return SaveLoop(argv[2]);
     if (mode == "listen" && argc > 2) return Listen(argv[2]);
     if (mode == "crash" && argc > 2) return Crash(argv[2]);
     if (mode == "signal") return WaitForSignal();
-    if (mode == "exit") return ExitWithLibStatic();
+    if (mode == "exit") return new _Late, 0;
     return 2;
 }
