@@ -283,6 +283,10 @@ private:
         heading->SetFont(heading->GetFont().Bold());
         heading->SetForegroundSlot(color_Text);
         heading->RefreshColors();
+        // Sized for the bold text (the size taken at creation is the normal font's, and GTK
+        // would wrap the rest of the heading out of sight).
+        const wxSize bold = heading->GetTextExtent(text);
+        heading->SetMinSize(wxSize(bold.x + bold.y / 2, -1));
         return heading;
     }
 
