@@ -1,0 +1,56 @@
+// One process-wide 50 ms GUI timer that paces every periodic activity of a client program:
+// objects derived from wxTimed are called every 250 ms while they exist, and any slot holder
+// may connect to the 100 ms and 250 ms signals.
+#pragma once
+
+#include <ostrum/LibStatic.h>
+#include <ostrum/Lock.h>
+#include <ostrum/Signal.h>
+
+#include <wx/timer.h>
+
+#include <cstdint>
+#include <set>
+
+class wxTimed {
+public:
+    // Registers with the master timer, creating and starting it when needed.
+    wxTimed();
+    virtual ~wxTimed();
+    wxTimed(const wxTimed&) = delete;
+    wxTimed& operator=(const wxTimed&) = delete;
+
+    // Every 250 ms on the GUI thread.
+    virtual void OnTimer() = 0;
+
+    static Signal0<ThreadPolicy::LocalThreaded> s_Timer0100;
+    static Signal0<ThreadPolicy::LocalThreaded> s_Timer0250;
+};
+
+class wxMasterTimer : private wxTimer,
+                      private std::set<wxTimed*>,
+                      private Mutex,
+                      private LibStatic {
+public:
+    wxMasterTimer();
+    ~wxMasterTimer() override;
+
+    // Either may be called from any thread; the timer itself runs on the GUI thread.
+    void Insert(wxTimed* client);
+    void Erase(wxTimed* client);
+
+    // One 50 ms tick: the 100 ms signal on even ticks; on every fifth tick the 250 ms signal,
+    // then the clients in address order.
+    void Notify() override;
+    void OnLibCleanup() override;
+
+    uint32_t GetTick() const { return m_tick; }
+    bool IsTicking() const { return IsRunning(); }
+    size_t GetClientCount();
+
+private:
+    uint32_t m_tick = 0;
+};
+
+// The one master timer; null until the first wxTimed and again after library clean-up.
+extern wxMasterTimer* g_MasterTimer;
