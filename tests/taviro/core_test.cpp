@@ -124,6 +124,10 @@ TEST(JobModules, LoadModulesFromFolders) {
     File::AtomicWrite(dir + "/30-d.txt", Module("Dee", "11111111-2222-4333-8444-555555555505"));
     File::AtomicWrite(dir + "/40-dup.tjm", Module("Copy of Ay", k_IdA));
     mkdir((dir + "/50-folder.tjm").c_str(), 0700);
+    ASSERT_EQ(mkfifo((dir + "/60-fifo.tjm").c_str(), 0600), 0);
+    String big = Module("Big", "11111111-2222-4333-8444-555555555506");
+    big.resize((2u << 20) + 1, '#'); // a comment line far over the size limit
+    File::AtomicWrite(dir + "/70-big.tjm", big);
     ASSERT_EQ(f.LoadModules(dir), 3u);
     // In file-name order.
     EXPECT_EQ(f.ListTypes(),
