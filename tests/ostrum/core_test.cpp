@@ -28,6 +28,7 @@ TEST(String, CaseInsensitiveCompareFindMapKeysAndConversions) {
     EXPECT_EQ(String("xAZaz").FindNoCase("az"), 1u); // the earlier candidate, whatever its case
     EXPECT_EQ(String("aAb").FindNoCase("ab"), 1u);   // the next byte may start the match
     EXPECT_EQ(String("abcABC").FindNoCase("abc", 1), 3u);
+    EXPECT_EQ(String("abcABC").FindNoCase("", 6), 6u);
     EXPECT_EQ(String("abcABC").FindNoCase("", 7), String::npos);
     EXPECT_EQ(String("ab").FindNoCase("abc"), String::npos);
     std::map<String, int, String::ciless> m{{"Key", 1}};

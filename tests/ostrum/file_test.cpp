@@ -39,6 +39,7 @@ TEST(Path, BranchLeafAndJoin) {
     EXPECT_EQ(Path("/a/b/").Leaf(), "b");
     EXPECT_EQ((Path("a//") / "//b" / "c/d").ToString(), "a/b/c/d");
     EXPECT_EQ((Path("//") / "etc").ToString(), "/etc");
+    EXPECT_EQ((Path("a") / "").ToString(), "a");
     EXPECT_EQ((Path("") / "/b").ToString(), "/b");
 }
 
