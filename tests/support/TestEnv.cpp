@@ -66,10 +66,6 @@ std::vector<String> ListDir(const String& dir) {
     return out;
 }
 
-void WriteText(const String& path, const String& text) {
-    File::AtomicWrite(path, text);
-}
-
 Child::Child(const String& program, std::vector<String> args, std::vector<String> env,
              bool blockTerm) {
     args.insert(args.begin(), program);

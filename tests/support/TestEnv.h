@@ -27,8 +27,6 @@ String Home();
 String MakeTempDir(const char* prefix = "dir");
 // Entry names of a folder without "." and "..", sorted.
 std::vector<String> ListDir(const String& dir);
-// Writes a whole file (atomically).
-void WriteText(const String& path, const String& text);
 
 // Sets or removes an environment variable for one scope and puts the old state back.
 class EnvVar {

@@ -34,24 +34,6 @@ bool WaitFor(const std::function<bool()>& pred, int timeoutMs) {
     }
 }
 
-EventCounter::EventCounter(wxEvtHandler* handler, wxEventType type)
-    : m_Handler(handler), m_Type(type) {
-    m_Handler->Bind(m_Type, &EventCounter::OnEvent, this);
-}
-
-EventCounter::~EventCounter() {
-    m_Handler->Unbind(m_Type, &EventCounter::OnEvent, this);
-}
-
-void EventCounter::OnEvent(wxEvent& e) {
-    ++m_Count;
-    e.Skip();
-}
-
-bool EventCounter::WaitEvent(int count, int timeoutMs) {
-    return WaitFor([&] { return m_Count >= count; }, timeoutMs);
-}
-
 wxImage RenderToImage(int width, int height, const std::function<void(wxDC&)>& draw,
                       const wxColour& background) {
     wxBitmap bmp(width, height, 24);

@@ -26,18 +26,16 @@ void PumpEvents(int rounds = 3);
 // handling still runs.
 class EventCounter {
 public:
-    EventCounter(wxEvtHandler* handler, wxEventType type);
-    ~EventCounter();
+    EventCounter(wxEvtHandler* handler, wxEventType type) : m_Handler(handler), m_Type(type) {
+        m_Handler->Bind(m_Type, &EventCounter::OnEvent, this);
+    }
+    ~EventCounter() { m_Handler->Unbind(m_Type, &EventCounter::OnEvent, this); }
     EventCounter(const EventCounter&) = delete;
     EventCounter& operator=(const EventCounter&) = delete;
-
     int GetCount() const { return m_Count; }
-    void Clear() { m_Count = 0; }
-    // Pumps events until at least `count` events arrived.
-    bool WaitEvent(int count = 1, int timeoutMs = 10000);
 
 private:
-    void OnEvent(wxEvent& e);
+    void OnEvent(wxEvent& e) { ++m_Count, e.Skip(); }
     wxEvtHandler* m_Handler;
     wxEventType m_Type;
     int m_Count = 0;

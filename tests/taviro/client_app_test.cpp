@@ -9,7 +9,6 @@
 namespace {
 
 using Strings = std::vector<String>;
-using taviro_test::WriteText;
 
 // Cleanup always runs before a client goes, even when a check fails half-way.
 struct Client : TaviroClientApp {
@@ -48,7 +47,7 @@ TEST(ClientStartup, BadCommandLinesAreRefusedWithTheOption) {
 TEST(ClientStartup, ExplicitNameLogAndOptions) {
     const String logDir = taviro_test::MakeTempDir("logs") + "/nested";
     const String options = taviro_test::MakeTempDir("opts") + "/farmtool.ini";
-    WriteText(options, "[Display]\nTheme=dark\n");
+    File::AtomicWrite(options, "[Display]\nTheme=dark\n");
     // Both given, so no user folder is needed.
     taviro_test::EnvVar noHome("HOME", ""), noConfig("XDG_CONFIG_HOME", "");
     Client app;
@@ -67,7 +66,7 @@ TEST(ClientStartup, ExplicitNameLogAndOptions) {
 TEST(ClientStartup, DefaultsComeFromTheProgramAndTheUserFolder) {
     const String userDir = String(getenv("XDG_CONFIG_HOME")) + "/taviro";
     File::CreateDirectories(userDir);
-    WriteText(userDir + "/renderwatch.ini", "Colour=teal\n");
+    File::AtomicWrite(userDir + "/renderwatch.ini", "Colour=teal\n");
     // Modules loaded earlier do not survive a start-up that names none.
     ASSERT_GT(JobFactory::s_JobFactory.LoadModules(DEMO_MODULES), 0u);
 

@@ -23,7 +23,6 @@ const char* const k_IdC = "11111111-2222-4333-8444-555555555503";
 const char* const k_FrameRender = "6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0a01";
 
 using taviro_test::CatchException;
-using taviro_test::WriteText;
 
 String Module(const String& name, const String& id, const String& body = String()) {
     return "type " + name + "\nid " + id + "\n" + body;
@@ -118,13 +117,17 @@ TEST(JobModules, LoadModulesFromFolders) {
     EXPECT_EQ(f.Count(), 0u); // loading replaces what was known
 
     const String dir = taviro_test::MakeTempDir("mods");
-    WriteText(dir + "/20-b.tjm", Module("Bee", k_IdB));
-    WriteText(dir + "/10-a.tjm", Module("Ay", k_IdA, "command Go | 1 | Go\n"));
-    WriteText(dir + "/05-c.tjm", Module("Cee", k_IdC));
-    WriteText(dir + "/15-bad.tjm", Module("Bad", "11111111-2222-4333-8444-555555555504", "oops\n"));
-    WriteText(dir + "/30-d.txt", Module("Dee", "11111111-2222-4333-8444-555555555505"));
-    WriteText(dir + "/40-dup.tjm", Module("Copy of Ay", k_IdA));
+    File::AtomicWrite(dir + "/20-b.tjm", Module("Bee", k_IdB));
+    File::AtomicWrite(dir + "/10-a.tjm", Module("Ay", k_IdA, "command Go | 1 | Go\n"));
+    File::AtomicWrite(dir + "/05-c.tjm", Module("Cee", k_IdC));
+    File::AtomicWrite(dir + "/15-bad.tjm", Module("Bad", "11111111-2222-4333-8444-555555555504", "oops\n"));
+    File::AtomicWrite(dir + "/30-d.txt", Module("Dee", "11111111-2222-4333-8444-555555555505"));
+    File::AtomicWrite(dir + "/40-dup.tjm", Module("Copy of Ay", k_IdA));
     mkdir((dir + "/50-folder.tjm").c_str(), 0700);
+    ASSERT_EQ(mkfifo((dir + "/60-fifo.tjm").c_str(), 0600), 0);
+    String big = Module("Big", "11111111-2222-4333-8444-555555555506");
+    big.resize((2u << 20) + 1, '#'); // a comment line far over the size limit
+    File::AtomicWrite(dir + "/70-big.tjm", big);
     ASSERT_EQ(f.LoadModules(dir), 3u);
     // In file-name order.
     EXPECT_EQ(f.ListTypes(),

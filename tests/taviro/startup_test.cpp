@@ -1,16 +1,13 @@
 // Start-up of real client programs: the name option, a second program of the same name, --help
-// without a display, stop signals at any moment of the start, and module files that are not
-// what their name promises.
+// without a display, stop signals at any moment of the start.
 #include "tests/support/TestEnv.h"
 
 #include <taviro/ClientApp.h>
-#include <taviro/JobFactory.h>
 
 #include <ostrum/File.h>
 
 #include <random>
 #include <signal.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using taviro_test::Child;
@@ -71,17 +68,6 @@ TEST(Startup, ASecondProgramOfTheSameNameIsRefusedUnlessAllowed) {
         second.Cleanup();
     }
     first.Cleanup();
-}
-
-TEST(Startup, ModuleFilesThatAreNoFilesOrTooLargeAreSkipped) {
-    const String dir = taviro_test::MakeTempDir();
-    ASSERT_EQ(mkfifo((dir + "/a.tjm").c_str(), 0600), 0);
-    String big = "type Big\nid 6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0a09\n";
-    big.resize((2u << 20) + 1, '#'); // a comment line far over the size limit
-    File::AtomicWrite(dir + "/b.tjm", big);
-    File::AtomicWrite(dir + "/c.tjm", "type Small\nid 6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0a08\n");
-    EXPECT_EQ(JobFactory::s_JobFactory.LoadModules(dir), 1u);
-    JobFactory::s_JobFactory.Clear();
 }
 
 TEST(Startup, ACommandLineRefusedBeforeAnyLogIsOpenIsStillLogged) {

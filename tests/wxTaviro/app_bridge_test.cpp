@@ -59,7 +59,7 @@ TEST_F(AppTest, DisabledProcessingDispatchesNothingAndNothingIsReplayed) {
     EventCounter events(TopWindow(), wxTAVIRO_MESSAGE_EVENT);
     App().DisableMessageProcessing();
     Receive(1, 5).join();
-    EXPECT_TRUE(events.WaitEvent(5));
+    EXPECT_TRUE(WaitFor([&] { return events.GetCount() >= 5; }));
     DrainPosted(TopWindow()->GetEventHandler());
     EXPECT_EQ(App().QueuedMessages(), 5u);
     App()

@@ -20,7 +20,7 @@ struct _Demo {
     _Demo(const String& name, int scheme, int x)
         : m_Name(name), m_Dir(MakeTempDir("demo")),
           m_Child(TAVIRO_DEMO,
-                  (WriteText(m_Dir + "/options.ini",
+                  (File::AtomicWrite(m_Dir + "/options.ini",
                              SFormat("[Window]\nWindow = %d, 300, 500, 400\n[Settings]\nWindow = "
                                      "%d, 40, 300, 220\n",
                                      x, x)),
