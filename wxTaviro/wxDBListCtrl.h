@@ -102,6 +102,7 @@ protected:
     int m_resizeStartX = -1;
     int m_resizeColumn = -1;
     wxPoint m_mouse{-1, -1};
+    bool m_overEdge = false; // the resize cursor is shown
 
     wxDECLARE_EVENT_TABLE();
 };
@@ -151,7 +152,16 @@ public:
     void SetLastSelect(int row) { m_lastSelect = row; }
     int GetHoverRow() const { return m_hoverRow; }
 
+    // Drops the cached cell texts (font or colour scheme changed).
+    void ClearTextCache();
+    _CellTextCache* GetTextCache() const { return m_cache.get(); }
+
 protected:
+    // The control and the header keep the body's metrics (widths, partner, report switch).
+    friend class wxDBListCtrl;
+    friend class wxDBListHeader;
+
+    void OnColors(wxSysColourChangedEvent& event);
     // Steps shared by left and right button down.
     void ClickSelect(int row, const wxPoint& point, bool shift, bool control);
 
@@ -192,6 +202,10 @@ public:
     virtual wxColour GetRowColor(int row);
     virtual wxColour GetRowBGColor(int row);
     virtual void CleanupAfterDraw(int row);
+    // The default draws GetDisplayText fitted into the padded cell. Its rendered text is kept
+    // between frames, keyed by text, width and the DC's text colours: the body sets the DC's
+    // text foreground and background to the row's colours first, and an override that paints
+    // a cell background of its own sets the text background to it before calling this.
     virtual void DrawCell(wxDC& dc, int row, int column, wxRect cell, bool selected);
     virtual wxCursor CustomizeCursor(int row, int column, int x, int y);
     virtual void DoClear();

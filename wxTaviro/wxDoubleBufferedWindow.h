@@ -26,6 +26,11 @@ public:
     // later ones only grow the rectangle (they never restart or prolong it).
     void Redraw(const wxRect& area);
     void Redraw();
+    // The deferred redraw carried out at once (benchmarks and tests): marks the bitmap stale
+    // and paints synchronously.
+    void RedrawNow();
+    // The off-screen buffer as last drawn; null before the first paint and after a resize.
+    const wxBitmap* GetBuffer() const { return m_bitmap; }
 
     // Vertical only; always true.
     bool ScrollLines(int lines) override;

@@ -47,6 +47,9 @@ public:
     uint32_t GetTick() const { return m_tick; }
     bool IsTicking() const { return IsRunning(); }
     size_t GetClientCount();
+    // Runs the timer exactly when there are clients; GUI thread only (other threads reach it
+    // through Insert/Erase, which hand it over).
+    void SyncState();
 
 private:
     uint32_t m_tick = 0;

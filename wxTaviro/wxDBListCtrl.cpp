@@ -1,0 +1,1055 @@
+// Sections: table settings; FormatDisplayString; cell text cache; wxDBListBase; wxDBListHeader
+// (drawing, mouse); wxDBListBody (rows, geometry, redraws, drawing, selection, mouse, keys,
+// tooltip); wxDBListCtrl (hooks, columns, rows, persistence).
+#include <wxTaviro/wxDBListCtrl.h>
+
+#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroFrame.h>
+
+#include <ostrum/Application.h>
+#include <ostrum/CallTrace.h>
+#include <ostrum/Exception.h>
+#include <ostrum/Log.h>
+#include <ostrum/StringTokenizer.h>
+
+#include <wx/dcmemory.h>
+#include <wx/settings.h>
+#include <wx/sizer.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <list>
+#include <string_view>
+#include <unordered_map>
+
+namespace {
+// Narrowest column a drag or a restore leaves.
+constexpr int k_MinColumnWidth = 20;
+// A restored width above this is garbage, not a layout.
+constexpr int k_MaxColumnWidth = 1000000;
+constexpr int k_TooltipDelayMs = 3000;
+// How far selected rows lean toward the selection colour, with the window active and not.
+constexpr double k_SelectBlend = 0.65;
+constexpr double k_SelectBlendInactive = 0.3;
+// Lift of the highlighted column's cells.
+constexpr int k_HighlightOffset = 10;
+
+int ClampToInt(int64_t v) {
+    return v > INT_MAX ? INT_MAX : v < INT_MIN ? INT_MIN : int(v);
+}
+
+wxColour Blend(const wxColour& a, const wxColour& b, double f) {
+    if (!a.IsOk() || !b.IsOk()) return a;
+    auto mix = [f](int x, int y) { return int(x + (y - x) * f + 0.5); };
+    return wxColour(mix(a.Red(), b.Red()), mix(a.Green(), b.Green()), mix(a.Blue(), b.Blue()));
+}
+
+wxColour Or(const wxColour& c, const wxColour& fallback) {
+    return c.IsOk() ? c : fallback;
+}
+} // namespace
+
+// ---- table settings ----
+
+_TableSettings g_TableSettings;
+
+void _TableSettings::Init() {
+    font = wxSystemSettings::GetFont(wxSYS_DEFAULT_GUI_FONT);
+    font.SetPointSize(std::max(1, font.GetPointSize() - 1));
+    wxBitmap bitmap(100, 100);
+    wxMemoryDC dc(bitmap);
+    dc.SetFont(font);
+    wxCoord w = 0, h = 0;
+    dc.GetTextExtent("M", &w, &h);
+    charWidth = std::max(1, int(w));
+    charHeight = std::max(1, int(h));
+    cursor = wxCursor(wxCURSOR_ARROW);
+    initialised = true;
+}
+
+// ---- FormatDisplayString ----
+
+String FormatDisplayString(const String& text, int& width, wxDC& dc) {
+    const wxString whole = wxFromString(text);
+    const size_t n = whole.length();
+    wxString candidate = whole;
+    size_t cut = 0;
+    for (;;) {
+        wxCoord w = 0, h = 0;
+        dc.GetTextExtent(candidate, &w, &h);
+        // The shortest candidates ("a...") end the search whether they fit or not.
+        if (w <= width || candidate.length() < 5) {
+            width = w;
+            return candidate == whole ? text : wxToString(candidate);
+        }
+        cut += cut == 0 ? 4 : 1;
+        const size_t k = (n > cut ? (n - cut) / 2 : 0) + 1;
+        const size_t tail = std::min(n, k + cut);
+        candidate = whole.Left(std::min(k, n)) + "..." + whole.Mid(tail);
+    }
+}
+
+// ---- cell text cache ----
+
+// The rendered text of recently drawn cells: a hit costs one bitmap copy instead of a text
+// layout. Bounded by entry count and by pixels, least recently used first out.
+class _CellTextCache {
+public:
+    // Draws `text` fitted into `area` at its top-left corner, in the DC's text colours.
+    void Draw(wxDC& dc, const String& text, const wxRect& area);
+    void Clear() {
+        m_index.clear();
+        m_entries.clear();
+        m_pixels = 0;
+    }
+    // Clears when the font differs from the one the entries were rendered in.
+    void UseFont(const wxFont& font) {
+        if (font.IsSameAs(m_font)) return;
+        Clear();
+        m_font = font;
+    }
+    size_t GetCount() const { return m_entries.size(); }
+
+private:
+    struct Key {
+        std::string_view text;
+        int width;
+        uint32_t fg;
+        uint32_t bg;
+        bool operator==(const Key& o) const {
+            return width == o.width && fg == o.fg && bg == o.bg && text == o.text;
+        }
+    };
+    struct KeyHash {
+        size_t operator()(const Key& k) const {
+            size_t h = std::hash<std::string_view>()(k.text);
+            h ^= (size_t(k.width) * 0x9E3779B97F4A7C15ull) + (size_t(k.fg) << 7) + k.bg;
+            return h;
+        }
+    };
+    struct Entry {
+        String text;
+        int width;
+        uint32_t fg;
+        uint32_t bg;
+        wxBitmap bitmap; // the fitted text on the background colour
+        int pixels;
+    };
+    static constexpr size_t k_MaxEntries = 2048;
+    static constexpr int64_t k_MaxPixels = 2 * 1024 * 1024;
+
+    Entry& Render(wxDC& dc, const String& text, int width, const wxColour& fg, const wxColour& bg);
+
+    std::list<Entry> m_entries; // most recent first; nodes never move, so keys may view them
+    std::unordered_map<Key, std::list<Entry>::iterator, KeyHash> m_index;
+    int64_t m_pixels = 0;
+    wxFont m_font;
+};
+
+void _CellTextCache::Draw(wxDC& dc, const String& text, const wxRect& area) {
+    if (area.width < 1 || area.height < 1 || text.empty()) return;
+    const wxColour fg = dc.GetTextForeground();
+    const wxColour bg = dc.GetTextBackground();
+    const Key key{text, area.width, fg.IsOk() ? fg.GetRGBA() : 0, bg.IsOk() ? bg.GetRGBA() : 0};
+    auto it = m_index.find(key);
+    Entry* entry;
+    if (it != m_index.end()) {
+        m_entries.splice(m_entries.begin(), m_entries, it->second);
+        entry = &*it->second;
+    } else {
+        entry = &Render(dc, text, area.width, fg, bg);
+    }
+    dc.DrawBitmap(entry->bitmap, area.x, area.y, false);
+}
+
+_CellTextCache::Entry& _CellTextCache::Render(wxDC& dc, const String& text, int width,
+                                              const wxColour& fg, const wxColour& bg) {
+    int fitted = width;
+    const wxString shown = wxFromString(FormatDisplayString(text, fitted, dc));
+    wxCoord tw = 0, th = 0;
+    dc.GetTextExtent(shown, &tw, &th);
+    // Cropped to the cell: a text that cannot be shortened enough does not bleed over.
+    const int w = std::max(1, std::min(int(tw), width));
+    const int h = std::max(1, int(th));
+    wxBitmap bitmap(w, h);
+    {
+        wxMemoryDC mdc(bitmap);
+        mdc.SetFont(dc.GetFont());
+        mdc.SetBackground(wxBrush(bg.IsOk() ? bg : *wxWHITE));
+        mdc.Clear();
+        mdc.SetTextForeground(fg.IsOk() ? fg : *wxBLACK);
+        mdc.DrawText(shown, 0, 0);
+    }
+    m_entries.push_front(Entry{text, width, fg.IsOk() ? fg.GetRGBA() : 0,
+                               bg.IsOk() ? bg.GetRGBA() : 0, bitmap, w * h});
+    Entry& e = m_entries.front();
+    m_index[Key{e.text, e.width, e.fg, e.bg}] = m_entries.begin();
+    m_pixels += e.pixels;
+    while (m_entries.size() > 1 && (m_entries.size() > k_MaxEntries || m_pixels > k_MaxPixels)) {
+        Entry& old = m_entries.back();
+        m_index.erase(Key{old.text, old.width, old.fg, old.bg});
+        m_pixels -= old.pixels;
+        m_entries.pop_back();
+    }
+    return e;
+}
+
+// ---- wxDBListBase ----
+
+wxBEGIN_EVENT_TABLE(wxDBListBase, wxDoubleBufferedWindow)
+    EVT_MOUSE_CAPTURE_LOST(wxDBListBase::CaptureLost) wxEND_EVENT_TABLE()
+
+        wxDBListBase::wxDBListBase(wxDBListCtrl* owner, wxWindow* parent)
+    : wxDoubleBufferedWindow(parent, wxID_ANY, wxBORDER_NONE), m_list(owner) {}
+
+void wxDBListBase::CaptureLost(wxMouseCaptureLostEvent&) {}
+
+int wxDBListBase::FindColumn(int x, int* offset) const {
+    const wxDBListBody* body = m_list->m_body;
+    int64_t rest = int64_t(x) + (body ? body->GetScrollPixel(wxHORIZONTAL) : 0);
+    if (rest < 0) return -1;
+    const auto& columns = m_list->m_columns;
+    for (size_t i = 0; i < columns.size(); ++i) {
+        rest -= columns[i].width;
+        if (rest < 0) {
+            if (offset) *offset = int(rest + columns[i].width);
+            return int(i);
+        }
+    }
+    // Exactly on the right edge of the last column still counts as that column.
+    if (rest != 0 || columns.empty()) return -1;
+    if (offset) *offset = columns.back().width;
+    return int(columns.size()) - 1;
+}
+
+void wxDBListBase::SendListEvent(wxEventType type, wxPoint point, int column, int row) {
+    wxListEvent event(type, m_list->GetId());
+    event.SetEventObject(m_list);
+    event.SetColumn(column);
+    event.SetPoint(point);
+    if (row == -1) {
+        const wxDBListBody* body = m_list->m_body;
+        const int64_t pos = body ? body->GetScrollPixel(wxVERTICAL) : 0;
+        const int height = body ? body->GetRowHeight() : 1;
+        row = ClampToInt((point.y + pos) / height);
+    }
+    event.SetIndex(row);
+    event.Allow();
+    m_list->GetEventHandler()->ProcessEvent(event);
+}
+
+void wxDBListBase::SendListEvent(wxEventType type, wxPoint point, int row) {
+    SendListEvent(type, point, FindColumn(point.x), row);
+}
+
+// ---- wxDBListHeader: drawing ----
+
+wxBEGIN_EVENT_TABLE(wxDBListHeader, wxDBListBase) EVT_MOTION(wxDBListHeader::OnMotion)
+    EVT_LEFT_DOWN(wxDBListHeader::OnLDown) EVT_LEFT_UP(wxDBListHeader::OnLUp)
+        EVT_RIGHT_DOWN(wxDBListHeader::OnRDown) EVT_LEAVE_WINDOW(wxDBListHeader::OnLeave)
+            wxEND_EVENT_TABLE()
+
+                wxDBListHeader::wxDBListHeader(wxDBListCtrl* owner, wxWindow* parent)
+    : wxDBListBase(owner, parent), m_cursor(wxCURSOR_ARROW) {
+    wxFont font = g_TableSettings.font;
+    font.SetStyle(wxFONTSTYLE_ITALIC);
+    font.SetPointSize(font.GetPointSize() + 1);
+    SetFont(font);
+    m_unitWidth = g_TableSettings.charWidth;
+    m_lineHeight = g_TableSettings.charHeight + 3 * g_TableSettings.cellPadding;
+    SetMinSize(wxSize(-1, m_lineHeight));
+    SetMaxSize(wxSize(-1, m_lineHeight));
+}
+
+void wxDBListHeader::DrawBitmap() {
+    wxMemoryDC dc(*m_bitmap);
+    dc.SetFont(GetFont());
+    const wxSize size = m_bitmap->GetSize();
+    const wxColour header = Or(wxsGetColor(color_Header), wxColour(128, 128, 128));
+    const wxColour selected = wxsGetColor(color_Selected);
+    const wxColour dark = Or(wxsGetColor(color_3DDark), *wxBLACK);
+    const wxColour light = Or(wxsGetColor(color_3DLight), *wxWHITE);
+    const bool active = ParentIsActive(this);
+    const wxColour text = Or(wxsGetColor(active ? color_Text : color_TextGrey), *wxBLACK);
+    const int pad = g_TableSettings.cellPadding;
+    // Outside the columns: the plain gradient.
+    DrawGradedRectangle(dc, wxRect(size), header.ChangeLightness(104), header.ChangeLightness(92),
+                        1.5f, true, false);
+    const auto& columns = m_list->m_columns;
+    const wxDBListBody* body = m_list->m_body;
+    int64_t x = -(body ? body->GetScrollPixel(wxHORIZONTAL) : 0);
+    const bool mouseIn = wxRect(size).Contains(m_mouse);
+    dc.SetTextForeground(text);
+    for (size_t i = 0; i < columns.size() && x < size.x; x += columns[i].width, ++i) {
+        if (x + columns[i].width <= 0) continue;
+        const wxRect cell(int(x), 0, columns[i].width, size.y);
+        const bool pressed = int(i) == m_pressedColumn;
+        wxColour top = header.ChangeLightness(pressed ? 92 : 106);
+        wxColour bottom = header.ChangeLightness(pressed ? 102 : 94);
+        if (int(i) == m_list->m_highlightColumn && selected.IsOk()) {
+            top = Blend(top, selected, 0.35);
+            bottom = Blend(bottom, selected, 0.35);
+        }
+        if (mouseIn && cell.Contains(m_mouse) && !IsResizing()) {
+            top = Hilight(top);
+            bottom = OffsetColor(bottom, 12, 12, 12);
+        }
+        DrawGradedRectangle(dc, cell, top, bottom, 1.5f, true, pressed);
+        dc.SetPen(wxPen(light));
+        dc.DrawLine(cell.x, 0, cell.x, size.y);
+        dc.SetPen(wxPen(dark));
+        dc.DrawLine(cell.GetRight(), 0, cell.GetRight(), size.y);
+        int textX = cell.x + pad + (pressed ? 1 : 0);
+        const int textY = (size.y - dc.GetCharHeight()) / 2 + (pressed ? 1 : 0);
+        if (m_list->m_images && columns[i].image >= 0 &&
+            columns[i].image < m_list->m_images->GetImageCount()) {
+            int iw = 0, ih = 0;
+            m_list->m_images->GetSize(columns[i].image, iw, ih);
+            m_list->m_images->Draw(columns[i].image, dc, textX, (size.y - ih) / 2,
+                                   wxIMAGELIST_DRAW_TRANSPARENT);
+            textX += iw + pad;
+        }
+        int room = cell.GetRight() - pad - textX;
+        if (room > 0) {
+            const String label = FormatDisplayString(columns[i].label, room, dc);
+            dc.SetClippingRegion(cell);
+            dc.DrawText(wxFromString(label), textX, textY);
+            dc.DestroyClippingRegion();
+        }
+    }
+    dc.SetPen(wxPen(dark));
+    dc.DrawLine(0, size.y - 1, size.x, size.y - 1);
+}
+
+// ---- wxDBListHeader: mouse ----
+
+int wxDBListHeader::FindEdge(int x) const {
+    const wxDBListBody* body = m_list->m_body;
+    const int64_t content = int64_t(x) + (body ? body->GetScrollPixel(wxHORIZONTAL) : 0);
+    int64_t edge = 0;
+    const auto& columns = m_list->m_columns;
+    for (size_t i = 0; i < columns.size(); ++i) {
+        edge += columns[i].width;
+        if (edge - 3 > content) break;
+        if (content <= edge + 3) return int(i);
+    }
+    return -1;
+}
+
+void wxDBListHeader::OnMotion(wxMouseEvent& event) {
+    const int x = event.GetX();
+    m_mouse = event.GetPosition();
+    auto& columns = m_list->m_columns;
+    if (m_resizeStartX >= 0) {
+        if (m_resizeColumn < 0 || m_resizeColumn >= int(columns.size())) return;
+        auto& column = columns[m_resizeColumn];
+        const int width = std::max(k_MinColumnWidth, column.dragWidth + (x - m_resizeStartX));
+        if (m_list->m_body) {
+            m_list->m_body->m_virtualWidth += width - column.width;
+            column.width = width;
+            m_list->m_body->AdjustScrollbars();
+        } else {
+            column.width = width;
+        }
+        m_list->Redraw();
+        return;
+    }
+    const int edge = FindEdge(x);
+    m_resizeColumn = edge >= 0 ? edge : 0;
+    if ((edge >= 0) != m_overEdge) {
+        m_overEdge = edge >= 0;
+        m_cursor = wxCursor(m_overEdge ? wxCURSOR_SIZEWE : wxCURSOR_ARROW);
+        SetCursor(m_cursor);
+    }
+    const int column = FindColumn(x);
+    const wxString tip = column >= 0 ? wxFromString(columns[column].label) : wxString();
+    if (tip != GetToolTipText()) {
+        if (tip.empty())
+            UnsetToolTip();
+        else
+            SetToolTip(tip);
+    }
+    Redraw();
+}
+
+void wxDBListHeader::OnLDown(wxMouseEvent& event) {
+    if (!m_overEdge) {
+        m_pressedColumn = FindColumn(event.GetX());
+        Redraw();
+        if (m_list->m_body) m_list->m_body->SetFocus();
+    } else if (m_resizeColumn >= 0 && m_resizeColumn < int(m_list->m_columns.size())) {
+        m_resizeStartX = event.GetX();
+        auto& column = m_list->m_columns[m_resizeColumn];
+        column.dragWidth = column.width;
+        SendListEvent(wxEVT_LIST_COL_BEGIN_DRAG,
+                      wxPoint(event.GetX(), event.GetY() - GetHeaderHeight()), m_resizeColumn, -1);
+    }
+    if (!HasCapture()) CaptureMouse();
+}
+
+void wxDBListHeader::OnLUp(wxMouseEvent& event) {
+    if (HasCapture()) ReleaseMouse();
+    // Header events carry points relative to the top of the body.
+    const wxPoint point(event.GetX(), event.GetY() - GetHeaderHeight());
+    if (m_pressedColumn >= 0) {
+        m_pressedColumn = -1;
+        Redraw();
+        SendListEvent(wxEVT_LIST_COL_CLICK, point);
+    } else if (m_resizeStartX >= 0) {
+        m_resizeStartX = -1;
+        SendListEvent(wxEVT_LIST_COL_END_DRAG, point, m_resizeColumn, -1);
+    }
+}
+
+void wxDBListHeader::OnRDown(wxMouseEvent& event) {
+    SendListEvent(wxEVT_LIST_COL_RIGHT_CLICK,
+                  wxPoint(event.GetX(), event.GetY() - GetHeaderHeight()));
+}
+
+void wxDBListHeader::OnLeave(wxMouseEvent&) {
+    m_mouse = wxPoint(-1, -1);
+    Redraw();
+}
+
+// ---- wxDBListBody: rows ----
+
+wxBEGIN_EVENT_TABLE(wxDBListBody, wxDBListBase) EVT_LEFT_DOWN(wxDBListBody::OnLDown)
+    EVT_LEFT_UP(wxDBListBody::OnLUp) EVT_RIGHT_DOWN(wxDBListBody::OnRDown)
+        EVT_LEFT_DCLICK(wxDBListBody::OnDoubleClick) EVT_MOTION(wxDBListBody::OnMotion)
+            EVT_LEAVE_WINDOW(wxDBListBody::OnLeave) EVT_KEY_DOWN(wxDBListBody::OnKey)
+                EVT_TIMER(200, wxDBListBody::OnTooltipTimer)
+                    EVT_SYS_COLOUR_CHANGED(wxDBListBody::OnColors) wxEND_EVENT_TABLE()
+
+                        wxDBListBody::wxDBListBody(wxDBListCtrl* owner, wxWindow* parent,
+                                                   bool singleSelection)
+    : wxDBListBase(owner, parent), m_tooltipTimer(this, 200), m_singleSelection(singleSelection),
+      m_cursor(wxCURSOR_ARROW), m_cache(new _CellTextCache) {
+    SetFont(g_TableSettings.font);
+    m_lineHeight = g_TableSettings.charHeight + 2 * g_TableSettings.cellPadding;
+    m_unitWidth = g_TableSettings.charWidth;
+}
+
+wxDBListBody::~wxDBListBody() {
+    m_tooltipTimer.Stop();
+}
+
+void wxDBListBody::Insert(int position, unsigned long count, bool redraw) {
+    m_lineCount = ClampToInt(int64_t(m_lineCount) + int64_t(count));
+    AdjustScrollbars();
+    if (m_lastSelect >= position) m_lastSelect = ClampToInt(int64_t(m_lastSelect) + count);
+    if (redraw) RedrawItems(position, m_lineCount - 1);
+}
+
+void wxDBListBody::Remove(int position, unsigned long count) {
+    if (count == 0) return;
+    const int64_t end = std::min<int64_t>(int64_t(position) + count, m_lineCount);
+    const int removed = int(std::max<int64_t>(0, end - position));
+    m_lineCount -= removed;
+    // The anchor moves to the row above; an anchor below the run stays where it was.
+    if (m_lastSelect >= position && m_lastSelect < end) m_lastSelect = position - 1;
+    AdjustScrollbars();
+    if (removed <= 1024) {
+        for (int row = position; row < end; ++row)
+            if (m_list->IsRowSelected(row)) SendListEvent(wxEVT_LIST_ITEM_DESELECTED, {0, 0}, row);
+    } else { // a long run: ask once instead of row by row
+        std::vector<int> selection = m_list->GetSelection();
+        std::sort(selection.begin(), selection.end());
+        for (int row : selection)
+            if (row >= position && row < end)
+                SendListEvent(wxEVT_LIST_ITEM_DESELECTED, {0, 0}, row);
+    }
+    Redraw();
+}
+
+void wxDBListBody::Clear() {
+    m_list->DoClear();
+    m_lineCount = 0;
+    m_hoverRow = -1;
+    AdjustScrollbars();
+    Redraw();
+}
+
+// ---- wxDBListBody: geometry and redraws ----
+
+int wxDBListBody::RowAt(int y) const {
+    return ClampToInt((int64_t(y) + GetScrollPixel(wxVERTICAL)) / m_lineHeight);
+}
+
+namespace {
+// A row's top in client coordinates, kept within reach of int for rows far away.
+int RowTop(int64_t row, int64_t pos, int lineHeight) {
+    const int64_t y = row * lineHeight - pos;
+    return int(std::max<int64_t>(-(INT_MAX / 4), std::min<int64_t>(INT_MAX / 4, y)));
+}
+} // namespace
+
+wxRect wxDBListBody::GetCellRect(int row, int column) const {
+    const wxRect c = GetColumnRect(column);
+    return wxRect(c.x, RowTop(row, GetScrollPixel(wxVERTICAL), m_lineHeight), c.width,
+                  m_lineHeight);
+}
+
+wxRect wxDBListBody::GetColumnRect(int column) const {
+    const auto& columns = m_list->m_columns;
+    int64_t x = -GetScrollPixel(wxHORIZONTAL);
+    for (int i = 0; i < column && i < int(columns.size()); ++i)
+        x += columns[i].width;
+    const int width = column >= 0 && column < int(columns.size()) ? columns[column].width : 0;
+    return wxRect(ClampToInt(x), 0, width, GetClientSize().y);
+}
+
+wxRect wxDBListBody::GetItemRect(int row) const {
+    return wxRect(0, RowTop(row, GetScrollPixel(wxVERTICAL), m_lineHeight), GetClientSize().x,
+                  m_lineHeight);
+}
+
+void wxDBListBody::RedrawItem(int row) {
+    RedrawItems(row, row);
+}
+
+void wxDBListBody::RedrawItems(int a, int b) {
+    const int64_t pos = GetScrollPixel(wxVERTICAL);
+    const wxSize size = GetClientSize();
+    // Clipped to the client area, so that runs of millions of rows stay small numbers.
+    const int64_t top = std::max<int64_t>(int64_t(std::min(a, b)) * m_lineHeight - pos, 0);
+    const int64_t bottom =
+        std::min<int64_t>((int64_t(std::max(a, b)) + 1) * m_lineHeight - pos, size.y);
+    if (bottom <= top) return;
+    Redraw(wxRect(0, int(top), size.x, int(bottom - top)));
+}
+
+void wxDBListBody::RedrawColumns(int a, int b) {
+    const wxRect first = GetColumnRect(std::min(a, b));
+    const wxRect last = GetColumnRect(std::max(a, b));
+    Redraw(first.Union(last));
+    if (m_list->m_header) m_list->m_header->Redraw();
+}
+
+void wxDBListBody::RedrawCells(int row1, int column1, int row2, int column2) {
+    Redraw(GetCellRect(row1, column1).Union(GetCellRect(row2, column2)));
+}
+
+// ---- wxDBListBody: drawing ----
+
+void wxDBListBody::DrawBitmap() {
+    wxMemoryDC dc(*m_bitmap);
+    dc.SetFont(GetFont());
+    m_cache->UseFont(GetFont());
+    const wxSize size = m_bitmap->GetSize();
+    const wxColour window = wxsGetColor(color_WindowBGDarker);
+    dc.SetBackground(wxBrush(Or(window, *wxWHITE)));
+    dc.Clear();
+    const auto& columns = m_list->m_columns;
+    if (columns.empty() || m_lineCount <= 0) return;
+
+    const int64_t pos = GetScrollPixel(wxVERTICAL);
+    const int64_t hpos = GetScrollPixel(wxHORIZONTAL);
+    const int first = int(pos / m_lineHeight);
+    const int shift = int(pos % m_lineHeight);
+    const int last =
+        int(std::min<int64_t>(m_lineCount - 1, int64_t(first) + (size.y + shift) / m_lineHeight));
+    const wxColour selectColour = wxsGetColor(color_Selected);
+    const double blend = ParentIsActive(this) ? k_SelectBlend : k_SelectBlendInactive;
+    const int highlight = m_list->m_highlightColumn;
+    const int64_t tableRight = int64_t(m_virtualWidth) - hpos;
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    for (int row = first; row <= last; ++row) {
+        // Client coordinates only: a row a billion pixels down is drawn near y = 0.
+        const int y = (row - first) * m_lineHeight - shift;
+        m_list->PrepareToDraw(row);
+        const wxColour fg = m_list->GetRowColor(row);
+        const bool selected = m_list->IsRowSelected(row);
+        wxColour bg = m_list->GetRowBGColor(row);
+        if (selected) bg = Blend(bg, selectColour, blend);
+        if (row == m_hoverRow) bg = Hilight(bg);
+        bg = Or(bg, *wxWHITE);
+        dc.SetBrush(wxBrush(bg));
+        dc.DrawRectangle(0, y, size.x, m_lineHeight);
+        dc.SetTextForeground(Or(fg, *wxBLACK));
+        int64_t x = -hpos;
+        for (int c = 0; c < int(columns.size()) && x < size.x; x += columns[c].width, ++c) {
+            if (x + columns[c].width <= 0) continue;
+            const wxRect cell(int(x), y, columns[c].width, m_lineHeight);
+            if (c == highlight) {
+                const wxColour lit =
+                    OffsetColor(bg, k_HighlightOffset, k_HighlightOffset, k_HighlightOffset);
+                dc.SetBrush(wxBrush(lit));
+                dc.DrawRectangle(cell);
+                dc.SetTextBackground(lit);
+            } else {
+                dc.SetTextBackground(bg);
+            }
+            m_list->DrawCell(dc, row, c, cell, selected);
+        }
+        m_list->CleanupAfterDraw(row);
+    }
+    // Column separators down to the last row, and the end of the table.
+    const int bottom = (last - first + 1) * m_lineHeight - shift;
+    dc.SetPen(wxPen(Or(wxsGetColor(color_3DDark), *wxBLACK)));
+    int64_t x = -hpos;
+    for (size_t c = 0; c < columns.size() && x < size.x; ++c) {
+        x += columns[c].width;
+        if (x > 0 && x <= size.x) dc.DrawLine(int(x) - 1, 0, int(x) - 1, bottom);
+    }
+    dc.SetPen(wxPen(Or(wxsGetColor(color_3DLight), *wxWHITE)));
+    if (bottom < size.y) dc.DrawLine(0, bottom, int(std::min<int64_t>(tableRight, size.x)), bottom);
+}
+
+void wxDBListBody::ClearTextCache() {
+    m_cache->Clear();
+}
+
+void wxDBListBody::OnColors(wxSysColourChangedEvent& event) {
+    ClearTextCache();
+    event.Skip();
+}
+
+// ---- wxDBListBody: selection ----
+
+int wxDBListBody::ProcessSelection(int row, const wxPoint& point, bool shift, bool control) {
+    if (shift && m_lastSelect >= 0) {
+        const int from = std::max(0, std::min(m_lastSelect, row));
+        const int to = std::min(std::max(m_lastSelect, row), m_lineCount - 1);
+        for (int r = from; r <= to; ++r)
+            SendListEvent(wxEVT_LIST_ITEM_SELECTED, point, r);
+        return row;
+    }
+    if (row < 0 || row >= m_lineCount) return -1;
+    if (control && m_list->IsRowSelected(row))
+        SendListEvent(wxEVT_LIST_ITEM_DESELECTED, point, row);
+    else
+        SendListEvent(wxEVT_LIST_ITEM_SELECTED, point, row);
+    return row;
+}
+
+void wxDBListBody::DeselectAll(bool resetAnchor) {
+    for (int row : m_list->GetSelection())
+        SendListEvent(wxEVT_LIST_ITEM_DESELECTED, {0, 0}, row);
+    if (resetAnchor) m_lastSelect = -1;
+}
+
+void wxDBListBody::ClickSelect(int row, const wxPoint& point, bool shift, bool control) {
+    if (m_singleSelection)
+        DeselectAll(true);
+    else if (!control)
+        DeselectAll(!shift);
+    const int hit = ProcessSelection(row, point, shift, control);
+    // A Shift-click with an anchor keeps it, so consecutive Shift-clicks extend from one row.
+    if (m_singleSelection || control || m_lastSelect < 0) m_lastSelect = hit;
+}
+
+// ---- wxDBListBody: mouse ----
+
+void wxDBListBody::OnLDown(wxMouseEvent& event) {
+    if (!HasCapture()) CaptureMouse();
+    SetFocus();
+    ClickSelect(RowAt(event.GetY()), event.GetPosition(), event.ShiftDown(), event.ControlDown());
+}
+
+void wxDBListBody::OnLUp(wxMouseEvent&) {
+    if (HasCapture()) ReleaseMouse();
+}
+
+void wxDBListBody::OnRDown(wxMouseEvent& event) {
+    const int row = RowAt(event.GetY());
+    const bool inside = row >= 0 && row < m_lineCount;
+    if (!inside || !m_list->IsRowSelected(row))
+        ClickSelect(row, event.GetPosition(), event.ShiftDown(), event.ControlDown());
+    SendListEvent(wxEVT_LIST_ITEM_RIGHT_CLICK, event.GetPosition(), row);
+}
+
+void wxDBListBody::OnDoubleClick(wxMouseEvent& event) {
+    SendListEvent(wxEVT_LIST_ITEM_ACTIVATED, event.GetPosition());
+}
+
+void wxDBListBody::OnMotion(wxMouseEvent& event) {
+    const wxPoint point = event.GetPosition();
+    const int row = RowAt(point.y);
+    if (HasCapture()) {
+        // A drag selects from the anchor to the row under the pointer.
+        if (m_singleSelection) {
+            if (row >= 0 && row < m_lineCount)
+                SendListEvent(wxEVT_LIST_ITEM_DESELECTED, point, row);
+            ProcessSelection(row, point, false, false);
+        } else {
+            ProcessSelection(row, point, true, false);
+        }
+        if (point.y < 0)
+            ScrollLines(-1);
+        else if (point.y > GetClientSize().y)
+            ScrollLines(1);
+    } else {
+        int xInColumn = 0;
+        const int column = FindColumn(point.x, &xInColumn);
+        const int yInRow = int((int64_t(point.y) + GetScrollPixel(wxVERTICAL)) % m_lineHeight);
+        const wxCursor cursor = m_list->CustomizeCursor(row, column, xInColumn, yInRow);
+        if (!cursor.IsSameAs(m_cursor)) {
+            m_cursor = cursor;
+            SetCursor(m_cursor);
+        }
+        if (row != m_hoverRow) {
+            if (m_hoverRow >= 0)
+                RedrawItems(m_hoverRow, row);
+            else
+                RedrawItem(row);
+            m_hoverRow = row;
+        }
+    }
+    if (point.x != m_lastMouseX || point.y != m_lastMouseY) {
+        m_lastMouseX = point.x;
+        m_lastMouseY = point.y;
+        if (GetToolTip()) UnsetToolTip();
+        m_tooltipTimer.StartOnce(k_TooltipDelayMs);
+    }
+}
+
+void wxDBListBody::OnLeave(wxMouseEvent&) {
+    if (m_hoverRow < 0) return;
+    RedrawItems(m_hoverRow - 1, m_hoverRow + 1);
+    m_hoverRow = -1;
+}
+
+void wxDBListBody::OnTooltipTimer(wxTimerEvent&) {
+    if (m_lastMouseX == INT_MIN) return;
+    const int row = RowAt(m_lastMouseY);
+    const int column = FindColumn(m_lastMouseX);
+    if (row < 0 || row >= m_lineCount || column < 0) return;
+    try {
+        // The full text of a cell that may be drawn shortened.
+        SetToolTip(wxFromString(m_list->GetDisplayText(row, column)));
+    } catch (Exception* e) {
+        delete e;
+    } catch (...) {
+    }
+}
+
+// ---- wxDBListBody: keys ----
+
+void wxDBListBody::OnKey(wxKeyEvent& event) {
+    const int key = event.GetKeyCode();
+    const int step = key == WXK_DOWN ? 1 : key == WXK_UP ? -1 : 0;
+    if (step == 0) {
+        event.Skip();
+        return;
+    }
+    if (step > 0 ? !(m_lastSelect >= 0 && m_lastSelect < m_lineCount - 1) : m_lastSelect <= 0)
+        return;
+    // With Shift or Control held the arrows add rows; without, the selection moves.
+    if (m_singleSelection || !(event.ShiftDown() || event.ControlDown())) DeselectAll(false);
+    m_lastSelect += step;
+    const int64_t top = int64_t(m_lastSelect) * m_lineHeight - GetScrollPixel(wxVERTICAL);
+    ProcessSelection(m_lastSelect,
+                     wxPoint(0, RowTop(m_lastSelect, GetScrollPixel(wxVERTICAL), m_lineHeight)),
+                     false, false);
+    if (step > 0 && top > GetClientSize().y - m_lineHeight)
+        ScrollLines(1);
+    else if (step < 0 && top < m_lineHeight)
+        ScrollLines(-1);
+}
+
+// ---- wxDBListCtrl: hooks ----
+
+wxDBListCtrl::wxDBListCtrl(wxWindow* parent, int id, bool singleSelection)
+    : wxsPanel(parent, id, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxNO_BORDER),
+      m_singleSelection(singleSelection) {
+    if (!g_TableSettings.initialised) g_TableSettings.Init();
+    m_header = new wxDBListHeader(this, this);
+    m_body = new wxDBListBody(this, this, singleSelection);
+    m_body->m_partner = m_header;
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    sizer->Add(m_header, 0, wxEXPAND);
+    sizer->Add(m_body, 1, wxEXPAND);
+    SetSizer(sizer);
+}
+
+wxDBListCtrl::~wxDBListCtrl() {
+    // The views call back into this object: they go first.
+    DestroyChildren();
+    m_header = nullptr;
+    m_body = nullptr;
+}
+
+void wxDBListCtrl::PrepareToDraw(int) {}
+
+wxColour wxDBListCtrl::GetRowColor(int) {
+    return wxsGetColor(color_Text);
+}
+
+wxColour wxDBListCtrl::GetRowBGColor(int row) {
+    const wxColour base = wxsGetColor(color_WindowBGDarker);
+    if (row % 2 == 0) return base;
+    const int shade = g_TableSettings.rowShade;
+    return OffsetColor(base, shade, shade, shade);
+}
+
+void wxDBListCtrl::CleanupAfterDraw(int) {}
+
+void wxDBListCtrl::DrawCell(wxDC& dc, int row, int column, wxRect cell, bool) {
+    cell.Deflate(g_TableSettings.cellPadding);
+    const String text = GetDisplayText(row, column);
+    if (m_body && m_body->m_cache) {
+        m_body->m_cache->Draw(dc, text, cell);
+        return;
+    }
+    int width = cell.width;
+    dc.DrawText(wxFromString(FormatDisplayString(text, width, dc)), cell.x, cell.y);
+}
+
+wxCursor wxDBListCtrl::CustomizeCursor(int, int, int, int) {
+    return g_TableSettings.cursor;
+}
+
+void wxDBListCtrl::DoClear() {}
+
+// ---- wxDBListCtrl: columns ----
+
+void wxDBListCtrl::AddColumn(const ColumnHeader& column) {
+    m_columns.push_back(column);
+    m_body->m_virtualWidth += column.width;
+    m_body->AdjustScrollbars();
+    Redraw();
+}
+
+void wxDBListCtrl::AddColumn(int type, String label, int width) {
+    ColumnHeader column;
+    column.type = type;
+    column.label = std::move(label);
+    // Only -1 means "default" here; InsertColumn replaces any negative width.
+    column.width = column.dragWidth = width == -1 ? 100 : width;
+    AddColumn(column);
+}
+
+void wxDBListCtrl::InsertColumn(int position, int type, String label, String text2, int width) {
+    ColumnHeader column;
+    column.type = type;
+    column.label = std::move(label);
+    column.text2 = std::move(text2);
+    column.width = column.dragWidth = width < 0 ? 100 : width;
+    position = std::max(0, std::min(position, GetColumnCount()));
+    m_columns.insert(m_columns.begin() + position, column);
+    if (m_highlightColumn >= position) ++m_highlightColumn;
+    m_body->m_virtualWidth += column.width;
+    m_body->AdjustScrollbars();
+    Redraw();
+}
+
+void wxDBListCtrl::MoveColumn(int from, int to) {
+    const int n = GetColumnCount();
+    if (from < 0 || from >= n || to < 0 || to >= n || from == to) return;
+    ColumnHeader column = m_columns[from];
+    m_columns.erase(m_columns.begin() + from);
+    m_columns.insert(m_columns.begin() + to, column);
+    // The highlight stays on the same column.
+    int& h = m_highlightColumn;
+    if (h == from)
+        h = to;
+    else if (from < h && h <= to)
+        --h;
+    else if (to <= h && h < from)
+        ++h;
+    Redraw();
+}
+
+void wxDBListCtrl::RemoveColumn(int index) {
+    if (index < 0 || index >= GetColumnCount()) return;
+    m_body->m_virtualWidth -= m_columns[index].width;
+    m_body->AdjustScrollbars();
+    m_columns.erase(m_columns.begin() + index);
+    if (m_highlightColumn == index)
+        m_highlightColumn = -1;
+    else if (m_highlightColumn > index)
+        --m_highlightColumn;
+    Redraw();
+}
+
+void wxDBListCtrl::RemoveAllColumns() {
+    m_columns.clear();
+    m_highlightColumn = -1;
+    m_body->m_virtualWidth = 0;
+    m_body->AdjustScrollbars();
+    Redraw();
+}
+
+void wxDBListCtrl::SetColumnLabel(int index, const String& label) {
+    if (index < 0 || index >= GetColumnCount()) return;
+    m_columns[index].label = label;
+    m_header->Redraw();
+}
+
+void wxDBListCtrl::SetColumnImage(int index, int image) {
+    if (index < 0 || index >= GetColumnCount()) return;
+    m_columns[index].image = image;
+    m_header->Redraw();
+}
+
+void wxDBListCtrl::SetColumnWidth(int index, int width) {
+    if (index < 0 || index >= GetColumnCount()) return;
+    m_body->m_virtualWidth += width - m_columns[index].width;
+    m_columns[index].width = width;
+    m_body->AdjustScrollbars();
+    Redraw();
+}
+
+int wxDBListCtrl::FindColumnByType(int type) const {
+    for (size_t i = 0; i < m_columns.size(); ++i)
+        if (m_columns[i].type == type) return int(i);
+    return -1;
+}
+
+String wxDBListCtrl::GetColumnName(int index) {
+    return m_columns[index].label;
+}
+
+void wxDBListCtrl::SetHighlightColumn(int index) {
+    const int old = m_highlightColumn;
+    m_highlightColumn = index;
+    if (old < 0)
+        RedrawColumn(index);
+    else
+        RedrawColumns(old, index);
+}
+
+// ---- wxDBListCtrl: rows and redraws ----
+
+void wxDBListCtrl::Insert(int position, bool redraw) {
+    m_body->Insert(position, 1, redraw);
+}
+
+void wxDBListCtrl::Insert(int position, unsigned long count, bool redraw) {
+    m_body->Insert(position, count, redraw);
+}
+
+void wxDBListCtrl::Remove(int row) {
+    m_body->Remove(row, 1);
+}
+
+void wxDBListCtrl::Remove(int position, unsigned long count) {
+    m_body->Remove(position, count);
+}
+
+void wxDBListCtrl::Clear() {
+    m_body->Clear();
+}
+
+int wxDBListCtrl::GetItemCount() const {
+    return m_body->GetItemCount();
+}
+
+int wxDBListCtrl::GetRowHeight() const {
+    return m_body->GetRowHeight();
+}
+
+void wxDBListCtrl::SetItemCount(int count) {
+    const int now = GetItemCount();
+    if (count > now)
+        Insert(now, (unsigned long)(count - now), true);
+    else if (count < now)
+        Remove(std::max(count, 0), (unsigned long)(now - std::max(count, 0)));
+}
+
+void wxDBListCtrl::RedrawItem(int row) {
+    m_body->RedrawItem(row);
+}
+
+void wxDBListCtrl::RedrawItems(int a, int b) {
+    m_body->RedrawItems(a, b);
+}
+
+void wxDBListCtrl::RedrawColumn(int column) {
+    m_body->RedrawColumns(column, column);
+}
+
+void wxDBListCtrl::RedrawColumns(int a, int b) {
+    m_body->RedrawColumns(a, b);
+}
+
+void wxDBListCtrl::RedrawCell(int row, int column) {
+    m_body->RedrawCells(row, column, row, column);
+}
+
+void wxDBListCtrl::RedrawCells(int row1, int column1, int row2, int column2) {
+    m_body->RedrawCells(row1, column1, row2, column2);
+}
+
+void wxDBListCtrl::Redraw() {
+    m_header->Redraw();
+    m_body->Redraw();
+}
+
+wxRect wxDBListCtrl::GetCellRect(int row, int column) const {
+    return m_body->GetCellRect(row, column);
+}
+
+wxRect wxDBListCtrl::GetColumnRect(int column) const {
+    return m_body->GetColumnRect(column);
+}
+
+wxRect wxDBListCtrl::GetItemRect(int row) const {
+    return m_body->GetItemRect(row);
+}
+
+int wxDBListCtrl::GetLastSelect() const {
+    return m_body->GetLastSelect();
+}
+
+void wxDBListCtrl::SetLastSelect(int row) {
+    m_body->SetLastSelect(row);
+}
+
+void wxDBListCtrl::ReportScrollbars() {
+    m_body->m_reportScrollbars = true;
+}
+
+void wxDBListCtrl::EnsureVisible(int row) {
+    const int64_t top = int64_t(row) * m_body->m_lineHeight;
+    const int64_t pos = m_body->GetScrollPixel(wxVERTICAL);
+    const int thumb = m_body->GetScrollPixelThumb(wxVERTICAL);
+    if (top < pos)
+        m_body->ScrollToPixel(wxVERTICAL, top);
+    else if (top + m_body->m_lineHeight > pos + thumb)
+        m_body->ScrollToPixel(wxVERTICAL, top + m_body->m_lineHeight - thumb);
+}
+
+// ---- wxDBListCtrl: persistence ----
+
+void wxDBListCtrl::SaveColumnSizes(const String& section, const String& key) {
+    String value;
+    for (size_t i = 0; i < m_columns.size(); ++i)
+        value += (i ? ", " : "") + String::FromInt(m_columns[i].width);
+    if (Application* app = Application::the_Application) {
+        OptionsFile* options = app->GetOptions();
+        OptionsFile::Pause pause(options);
+        try {
+            RWLock::WriteGuard lock(*options->GetRWLock());
+            options->InsertSection(section);
+            options->SetValue(key, value);
+        } catch (Exception* e) {
+            LogInfo("Cannot save the column sizes: " + e->Format());
+            delete e;
+        }
+    }
+    LogDebug("ListCtrl SAVE: [ " + section + " ] " + key + " = " + value);
+}
+
+namespace {
+// A saved width: leading blanks skipped, trailing garbage ignored, no digits read as 0; never
+// below the minimum.
+int ParseWidth(const String& token) {
+    if (token.empty()) return k_MinColumnWidth;
+    const long v = strtol(token.c_str(), nullptr, 10);
+    return int(std::max<long>(k_MinColumnWidth, std::min<long>(v, k_MaxColumnWidth)));
+}
+} // namespace
+
+void wxDBListCtrl::RestoreColumnSizes(const String& section, const String& key) {
+    Application* app = Application::the_Application;
+    const String value = app ? app->GetOptions()->GetValue(section, key, String()) : String();
+    LogDebug("ListCtrl LOAD: [ " + section + " ] " + key + " = " + value);
+    StringTokenizer tokens(value, ",", false, '"', '\\');
+    for (size_t i = 0; i < m_columns.size() && tokens.HasMoreTokens(); ++i) {
+        const int width = ParseWidth(tokens.NextToken());
+        m_body->m_virtualWidth += width - m_columns[i].width;
+        m_columns[i].width = width;
+    }
+    m_body->AdjustScrollbars();
+}
