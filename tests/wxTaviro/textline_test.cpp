@@ -1,0 +1,236 @@
+// The text line viewer: stored text, sorted insertion, selection and copy, following the end,
+// search in both directions over many blocks, the remembered case setting, and bad input.
+#include "tests/support/WxTestHelpers.h"
+
+#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTextLineCtrl.h>
+
+#include <ostrum/Application.h>
+#include <ostrum/File.h>
+
+#include <wx/clipbrd.h>
+
+using namespace taviro_test;
+
+namespace {
+
+int CharWidth(wxWindow* w) {
+    return w->GetTextExtent("M").x;
+}
+
+// A control of the given number of visible lines inside its own panel, filled with lines.
+wxTextLineCtrl* MakeLines(const std::vector<String>& lines, int visibleLines = 10) {
+    auto* c = new wxTextLineCtrl(new wxPanel(TopWindow()));
+    const int h = c->GetTextExtent("M").y;
+    c->SetSize(60 * CharWidth(c), visibleLines * h);
+    PumpEvents();
+    for (const String& l : lines)
+        c->Append(l, false);
+    return c;
+}
+
+void Mouse(wxWindow* w, wxEventType type, int y) {
+    wxMouseEvent e(type);
+    e.m_y = y;
+    w->ProcessWindowEvent(e);
+}
+
+void Key(wxWindow* w, int code, bool ctrl = false) {
+    wxKeyEvent e(wxEVT_KEY_DOWN);
+    e.m_keyCode = code;
+    e.SetControlDown(ctrl);
+    w->ProcessWindowEvent(e);
+}
+
+String Clipboard() {
+    wxTextDataObject data;
+    if (!wxTheClipboard->Open()) return "(no clipboard)";
+    wxTheClipboard->GetData(data);
+    wxTheClipboard->Close();
+    return wxToString(data.GetText());
+}
+
+std::tuple<int, int, int> Hit(wxTextLineCtrl* c) {
+    int line = -1, column = -1, length = -1;
+    if (!c->GetSearchHit(line, column, length)) return {-1, -1, -1};
+    return {line, column, length};
+}
+
+} // namespace
+
+TEST(TextLine, TabsAndSortedInsertion) {
+    wxTextLineCtrl* c = MakeLines({});
+    EXPECT_EQ(c->Append("a\tb", false), 0);
+    EXPECT_EQ(c->GetLine(0), "a    b");
+    EXPECT_EQ(c->GetScrollRange(wxHORIZONTAL), 7 * CharWidth(c));
+    c->Append("\t\tx\t", false);
+    EXPECT_EQ(c->GetLine(1), String(8, ' ') + "x    ");
+
+    // Bytewise lower bound: a shorter prefix first, bytes above 127 after ASCII, and a new line
+    // goes before equal ones.
+    const struct {
+        std::vector<String> lines;
+        String add;
+        int index;
+    } cases[] = {{{"a", "c"}, "b", 1},  {{"a", "c"}, "a", 0},        {{"a", "ab"}, "aa", 1},
+                 {{"ab", "b"}, "a", 0}, {{"a", "z"}, "\xc3\xa9", 2}, {{"b", "b", "b"}, "b", 0}};
+    for (const auto& k : cases) {
+        wxTextLineCtrl* s = MakeLines(k.lines);
+        EXPECT_EQ(s->Append(k.add, true), k.index) << k.add;
+        EXPECT_EQ(s->GetCount(), int(k.lines.size()) + 1);
+        for (int i = 0; i < s->GetCount(); ++i)
+            EXPECT_EQ(s->GetLine(i), i == k.index ? k.add : k.lines[size_t(i - (i > k.index))]);
+        // The search walks the reordered text.
+        s->Search(k.add, true, true);
+        EXPECT_EQ(std::get<0>(Hit(s)), k.index) << k.add;
+    }
+}
+
+TEST(TextLine, SelectionBothWaysCopiesAscending) {
+    std::vector<String> lines;
+    for (int i = 0; i < 8; ++i)
+        lines.push_back(SFormat("line %d", i));
+    wxTextLineCtrl* c = MakeLines(lines);
+    const int h = c->GetTextExtent("M").y;
+
+    // With nothing selected the clipboard is emptied.
+    if (wxTheClipboard->Open()) {
+        wxTheClipboard->SetData(new wxTextDataObject("old"));
+        wxTheClipboard->Close();
+    }
+    c->CopySelectionToClipboard();
+    EXPECT_EQ(Clipboard(), "");
+
+    const String expected = "line 2" + k_NL + "line 3" + k_NL + "line 4" + k_NL + "line 5" + k_NL;
+    for (auto [from, to] : {std::pair{5, 2}, std::pair{2, 5}}) {
+        Mouse(c, wxEVT_LEFT_DOWN, from * h + 1);
+        Mouse(c, wxEVT_MOTION, to * h + 1);
+        Mouse(c, wxEVT_LEFT_UP, to * h + 1);
+        int anchor, end;
+        c->GetSelection(anchor, end);
+        EXPECT_EQ(std::make_pair(anchor, end), std::make_pair(from, to));
+        c->CopySelectionToClipboard();
+        EXPECT_EQ(Clipboard(), expected);
+    }
+    // A press below the last line anchors at the first line entered.
+    Mouse(c, wxEVT_LEFT_DOWN, 9 * h + 1);
+    Mouse(c, wxEVT_MOTION, 6 * h + 1);
+    Mouse(c, wxEVT_MOTION, 4 * h + 1);
+    Mouse(c, wxEVT_LEFT_UP, 4 * h + 1);
+    int anchor, end;
+    c->GetSelection(anchor, end);
+    EXPECT_EQ(std::make_pair(anchor, end), std::make_pair(6, 4));
+    Key(c, WXK_ESCAPE);
+    c->GetSelection(anchor, end);
+    EXPECT_EQ(std::make_pair(anchor, end), std::make_pair(-1, -1));
+}
+
+TEST(TextLine, FollowsTheEndOnlyFromTheEnd) {
+    wxTextLineCtrl* c = MakeLines({}, 10);
+    const int h = c->GetTextExtent("M").y;
+    for (int i = 0; i < 100; ++i)
+        c->Append(SFormat("%d", i), false);
+    auto bottom = [&] { return c->GetScrollRange(wxVERTICAL) - c->GetScrollThumb(wxVERTICAL); };
+    EXPECT_EQ(c->GetScrollRange(wxVERTICAL), 100 * h);
+    EXPECT_EQ(c->GetScrollPos(wxVERTICAL), bottom());
+    c->Append(String(200, 'w'), false);
+    EXPECT_EQ(c->GetScrollPos(wxVERTICAL), bottom());
+    EXPECT_EQ(c->GetScrollRange(wxVERTICAL), 101 * h);
+
+    Key(c, WXK_PAGEUP, true);
+    EXPECT_EQ(c->GetScrollPos(wxVERTICAL), 0);
+    c->Append("more", false);
+    EXPECT_EQ(c->GetScrollPos(wxVERTICAL), 0);
+    Key(c, WXK_PAGEDOWN, true);
+    EXPECT_EQ(c->GetScrollPos(wxVERTICAL), bottom());
+    Key(c, WXK_END);
+    EXPECT_EQ(c->GetScrollPos(wxHORIZONTAL),
+              c->GetScrollRange(wxHORIZONTAL) - c->GetScrollThumb(wxHORIZONTAL));
+    EXPECT_GT(c->GetScrollPos(wxHORIZONTAL), 0);
+}
+
+TEST(TextLine, SearchDirectionsNoWrapAndRememberedCase) {
+    Application app(LL_Debug, LL_Fatal);
+    app.GetOptions()->SetValue("Confirm", "TextLineSearchNotFound", "1"); // no modal box
+    wxTextLineCtrl* c = MakeLines({"error", "x", "Err"});
+    c->Search("err", true, false);
+    EXPECT_EQ(Hit(c), std::make_tuple(0, 0, 3));
+    c->Search("err", true, false);
+    EXPECT_EQ(Hit(c), std::make_tuple(2, 0, 3));
+    c->Search("err", true, false); // no wrap-around: not found, hit cleared
+    EXPECT_EQ(Hit(c), std::make_tuple(-1, -1, -1));
+    c->Search("Err", true, true);
+    EXPECT_EQ(Hit(c), std::make_tuple(2, 0, 3));
+    c->Search("rr", false, false);
+    EXPECT_EQ(Hit(c), std::make_tuple(0, 1, 2));
+    c->Search("rr", false, false);
+    EXPECT_EQ(Hit(c), std::make_tuple(-1, -1, -1));
+    c->Search("r", false, true); // from the top visible line, inclusive
+    EXPECT_EQ(Hit(c), std::make_tuple(0, 1, 1));
+
+    // Many blocks: hits found in both directions at the first column of their line, never
+    // across the end of a line, never in an erased line.
+    std::vector<String> lines(30000, String(60, '.'));
+    lines[7] = String(59, '.') + "a";
+    lines[8] = "b" + String(59, '.');
+    lines[25000] = "..needle..NEEDLE";
+    lines[29000] = "NeEdLe";
+    wxTextLineCtrl* big = MakeLines(lines);
+    Key(big, WXK_PAGEUP, true);
+    big->Search("ab", true, false);
+    EXPECT_EQ(Hit(big), std::make_tuple(-1, -1, -1));
+    big->Search("NEEDLE", true, true);
+    EXPECT_EQ(Hit(big), std::make_tuple(25000, 10, 6));
+    EXPECT_GT(big->GetScrollPos(wxVERTICAL), 0); // scrolled to the hit
+    big->Search("needle", true, false);
+    EXPECT_EQ(Hit(big), std::make_tuple(29000, 0, 6));
+    big->Search("needle", false, false);
+    EXPECT_EQ(Hit(big), std::make_tuple(25000, 2, 6));
+    big->Erase(25000);
+    Key(big, WXK_PAGEDOWN, true);
+    big->Search("needle", false, true);
+    EXPECT_EQ(Hit(big), std::make_tuple(-1, -1, -1));
+
+    // "Match Case" starts on, is written through when changed, and a new bar starts with it.
+    wxsCheckBox* box = c->GetSearchPanel()->GetCaseBox();
+    EXPECT_TRUE(box->GetValue());
+    box->SetValue(false);
+    wxCommandEvent toggled(wxEVT_CHECKBOX, box->GetId());
+    toggled.SetEventObject(box);
+    box->ProcessWindowEvent(toggled);
+    EXPECT_EQ(app.GetOptions()->GetValue("Search", "CaseSensitive", String()), "0");
+    EXPECT_FALSE(MakeLines({})->GetSearchPanel()->GetCaseBox()->GetValue());
+}
+
+TEST(TextLine, BadInputIsKeptAndShown) {
+    // An unwritable place: the error says where, and the lines stay.
+    wxTextLineCtrl* c = MakeLines({"one", "two"});
+    const String blocker = MakeTempDir() + "/file";
+    File::AtomicWrite(blocker, "x");
+    try {
+        c->SaveToFile(blocker + "/log.txt");
+        ADD_FAILURE() << "saved below a file";
+    } catch (Exception* e) {
+        EXPECT_NE(e->Format().find(blocker), String::npos) << e->Format();
+        delete e;
+    }
+    EXPECT_EQ(c->GetCount(), 2);
+    const String good = MakeTempDir() + "/log.txt";
+    c->SaveToFile(good);
+    EXPECT_EQ(File::ReadAll(good), "one" + k_NL + "two" + k_NL);
+
+    // A NUL and broken UTF-8 are stored as they are; the text after the NUL is still drawn.
+    const String odd("a\0b\xff\xc3", 5);
+    wxTextLineCtrl* o = MakeLines({odd});
+    EXPECT_EQ(o->GetLine(0), odd);
+    o->Search("b", true, true);
+    EXPECT_EQ(Hit(o), std::make_tuple(0, 2, 1));
+    o->RedrawNow();
+    ASSERT_TRUE(WaitFor([&] { return o->GetBuffer() != nullptr; }));
+    const wxImage image = o->GetBuffer()->ConvertToImage();
+    const int cw = CharWidth(o), h = o->GetTextExtent("M").y;
+    const wxColour bg = o->GetBackgroundColour();
+    for (int column : {0, 3}) // "a" and the broken byte's replacement mark
+        EXPECT_GT(cw * h - CountPixels(image, wxRect(cw / 2 + column * cw, 0, cw, h), bg), 0)
+            << column;
+}

@@ -1,0 +1,199 @@
+// The read-only text line viewer (log and job output) and its search bar.
+//
+// Sections: line store; wxTextLineCtrl; wxTextLineSearchPanel.
+//
+// Lines live in a few big text blocks with a compact per-line record, so that millions of log
+// lines cost little more than their text, appending is a copy, and a search scans whole blocks
+// at memory speed instead of walking line by line.
+#pragma once
+
+#include <wxTaviro/wxDoubleBufferedWindow.h>
+#include <wxTaviro/wxTaviroColors.h>
+
+#include <ostrum/String.h>
+
+#include <wx/textctrl.h>
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+class wxMenu;
+class wxTextLineSearchPanel;
+
+// ---- line store ----
+
+// Lines as byte strings, in order. Text is copied into blocks of growing size (up to 4 MB,
+// a longer line gets a block of its own); each line is followed by a newline byte there, so a
+// search text without one never matches across lines. Lines inserted in the middle or erased
+// leave the block text out of order or with holes; Search puts it back in order first.
+class _TextLineStore {
+public:
+    int Count() const { return int(m_Lines.size()); }
+    std::string_view Line(int index) const {
+        const _Ref& r = m_Lines[size_t(index)];
+        return std::string_view(m_Blocks[r.block].data.get() + r.offset, r.length);
+    }
+    // Stores the line with every tab turned into four spaces, at `index` (0..Count()).
+    void Insert(int index, const char* data, size_t length);
+    void Erase(int index);
+    void Clear();
+    // Index of the first line at or after `from` (backward: at or before) that contains the
+    // text, and the byte offset of its first occurrence there; -1 when none.
+    int Find(std::string_view text, bool caseSensitive, int from, bool forward, size_t* offset);
+    // Bytes held by the store (blocks and records).
+    size_t MemoryUsed() const;
+
+private:
+    struct _Ref {
+        uint32_t block, offset, length;
+    };
+    struct _Block {
+        std::unique_ptr<char[]> data;
+        size_t used = 0, capacity = 0;
+    };
+    char* Reserve(size_t bytes, uint32_t* block, uint32_t* offset);
+    // Rewrites the blocks in line order without holes.
+    void Compact();
+    bool Before(const _Ref& a, uint32_t block, size_t offset) const;
+    // The line whose text starts at or before (block, offset); -1 before the first.
+    int LineAt(uint32_t block, size_t offset) const;
+
+    std::vector<_Block> m_Blocks;
+    std::vector<_Ref> m_Lines;
+    bool m_InOrder = true; // block text follows line order
+    size_t m_Dead = 0;     // bytes of erased lines still in the blocks
+};
+
+// ---- wxTextLineCtrl ----
+
+class wxTextLineCtrl : public wxDoubleBufferedWindow, public wxsColorManaged {
+public:
+    explicit wxTextLineCtrl(wxWindow* parent);
+    ~wxTextLineCtrl() override;
+
+    // Adds a line (tabs become four spaces; a newline inside stays in the one line) at the end,
+    // or with `sorted` before the first line that is not less than it (bytewise); returns
+    // its index.
+    int Append(const String& line, bool sorted = false);
+    // The caller guarantees 0 <= index < GetCount().
+    void Erase(int index);
+    // Drops every line; the scroll extent is corrected by the next Append or Erase.
+    void Clear();
+    void SelectAll();
+    void SelectNone();
+    void StopSelecting();
+    void SetHighlightLine(int line);
+    // Lines of the selection, each ended by k_NL; with none selected the clipboard is emptied.
+    void CopySelectionToClipboard();
+    // Asks for a file and saves every line there; a failure is reported in a message box.
+    void SaveAs();
+    // Writes every line, each ended by the platform end of line. Throws Exception* on failure.
+    void SaveToFile(const String& path) const;
+    void ToggleSearch();
+    wxTextLineSearchPanel* GetSearchPanel() const { return m_SearchPanel; }
+    // Finds the next line holding `text` (no wrap-around), marks and shows the hit; on none,
+    // clears the hit, rings the bell and says so.
+    void Search(String text, bool forward, bool caseSensitive);
+    void HandleContextMenu(wxMenu& menu, bool addStandardItems);
+
+    void DrawBitmap() override;
+
+    // Read access.
+    int GetCount() const { return m_Store.Count(); }
+    String GetLine(int index) const;
+    // The current hit in characters; false when there is none.
+    bool GetSearchHit(int& line, int& column, int& length) const;
+    void GetSelection(int& anchor, int& end) const {
+        anchor = m_SelAnchor;
+        end = m_SelEnd;
+    }
+    int GetHighlightLine() const { return m_HighlightLine; }
+    const _TextLineStore& GetStore() const { return m_Store; }
+
+    // Scroll state is brought up to date before it is read (see m_BarsStale).
+    int GetScrollPos(int orient) const override;
+    int GetScrollRange(int orient) const override;
+    int GetScrollThumb(int orient) const override;
+    bool ScrollLines(int lines) override;
+    bool ScrollPages(int pages) override;
+
+    // Event handlers.
+    void OnKey(wxKeyEvent& event);
+    void OnMouseMove(wxMouseEvent& event);
+    void OnMouseLeave(wxMouseEvent& event);
+    void OnLeftClick(wxMouseEvent& event);
+    void OnLeftUp(wxMouseEvent& event);
+    void OnCaptureLoss(wxMouseCaptureLostEvent& event);
+    void OnRightClick(wxMouseEvent& event);
+    void OnMenu(wxCommandEvent& event);
+    void OnScrollEvent(wxScrollWinEvent& event);
+    void OnWheel(wxMouseEvent& event);
+    void OnRedrawTimer(wxTimerEvent& event);
+
+private:
+    // The line under client y, -1 past the last line.
+    int LineAtY(int y);
+    // Scroll bars and repaint are settled once per frame rather than once per line: Append
+    // only marks them, and the redraw timer (or any reader of the scroll state) settles them.
+    void SyncBars() const;
+    void RequestRedraw();
+    void SendScroll(wxEventType type, int orient, int position = 0);
+
+    _TextLineStore m_Store;
+    int m_SearchLine = -1;
+    int m_SearchColumn = -1;
+    int m_SearchLength = 0;
+    int m_SelAnchor = -1;
+    int m_SelEnd = -1;
+    bool m_Selecting = false;
+    int m_HighlightLine = -1;
+    int m_WidestChars = 0;
+    mutable bool m_BarsStale = false;
+    bool m_RedrawPending = false;
+    wxTextLineSearchPanel* m_SearchPanel = nullptr;
+
+    wxDECLARE_EVENT_TABLE();
+};
+
+// ---- wxTextLineSearchPanel ----
+
+// The search field: always hinted "Search for"; Esc or Ctrl+F closes the bar.
+// (Built on the plain text control with palette colours.)
+class _SearchTextCtrl : public wxTextCtrl, public wxsColorManaged {
+public:
+    _SearchTextCtrl(wxTextLineSearchPanel* panel, wxWindow* parent);
+    bool SetHint(const wxString& hint) override;
+    wxString GetHint() const override;
+    void OnKey(wxKeyEvent& event);
+
+private:
+    wxTextLineSearchPanel* m_Panel;
+    wxDECLARE_EVENT_TABLE();
+};
+
+class wxTextLineSearchPanel : public wxsPanel {
+public:
+    // Placed by the owner next to the control; starts hidden.
+    wxTextLineSearchPanel(wxTextLineCtrl* lines, wxWindow* parent);
+    ~wxTextLineSearchPanel() override;
+
+    // Shows the bar (focus to the field) or hides it.
+    void Expand();
+
+    _SearchTextCtrl* GetSearchField() const { return m_Text; }
+    wxsCheckBox* GetCaseBox() const { return m_Case; }
+
+    void OnExpand(wxCommandEvent& event);
+    void OnSearch(wxCommandEvent& event);
+    void OnCheckCaseSensitive(wxCommandEvent& event);
+
+private:
+    wxTextLineCtrl* m_Lines;
+    _SearchTextCtrl* m_Text = nullptr;
+    wxsCheckBox* m_Case = nullptr;
+    wxBitmap* m_CloseBitmap = nullptr;
+
+    wxDECLARE_EVENT_TABLE();
+};
