@@ -174,7 +174,7 @@ TEST(TextLine, SearchDirectionsNoWrapAndRememberedCase) {
     lines[7] = String(59, '.') + "a";
     lines[8] = "b" + String(59, '.');
     lines[25000] = "..needle..NEEDLE";
-    lines[29000] = "NeEdLe";
+    lines[29000] = "NeEDLe";
     wxTextLineCtrl* big = MakeLines(lines);
     Key(big, WXK_PAGEUP, true);
     big->Search("ab", true, false);
@@ -230,7 +230,7 @@ TEST(TextLine, BadInputIsKeptAndShown) {
     const wxImage image = o->GetBuffer()->ConvertToImage();
     const int cw = CharWidth(o), h = o->GetTextExtent("M").y;
     const wxColour bg = o->GetBackgroundColour();
-    for (int column : {0, 3}) // "a" and the broken byte's replacement mark
+    for (int column : {0, 1, 3}) // "a", the NUL's and the broken byte's marks
         EXPECT_GT(cw * h - CountPixels(image, wxRect(cw / 2 + column * cw, 0, cw, h), bg), 0)
             << column;
 }
