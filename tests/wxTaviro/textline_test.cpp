@@ -50,6 +50,13 @@ String Clipboard() {
     return wxToString(data.GetText());
 }
 
+// An application whose "not found" message is silenced, so no modal box waits for a click.
+struct QuietApp : Application {
+    QuietApp() : Application(LL_Debug, LL_Fatal) {
+        GetOptions()->SetValue("Confirm", "TextLineSearchNotFound", "1");
+    }
+};
+
 std::tuple<int, int, int> Hit(wxTextLineCtrl* c) {
     int line = -1, column = -1, length = -1;
     if (!c->GetSearchHit(line, column, length)) return {-1, -1, -1};
@@ -59,6 +66,7 @@ std::tuple<int, int, int> Hit(wxTextLineCtrl* c) {
 } // namespace
 
 TEST(TextLine, TabsAndSortedInsertion) {
+    QuietApp app;
     wxTextLineCtrl* c = MakeLines({});
     EXPECT_EQ(c->Append("a\tb", false), 0);
     EXPECT_EQ(c->GetLine(0), "a    b");
@@ -150,8 +158,7 @@ TEST(TextLine, FollowsTheEndOnlyFromTheEnd) {
 }
 
 TEST(TextLine, SearchDirectionsNoWrapAndRememberedCase) {
-    Application app(LL_Debug, LL_Fatal);
-    app.GetOptions()->SetValue("Confirm", "TextLineSearchNotFound", "1"); // no modal box
+    QuietApp app;
     wxTextLineCtrl* c = MakeLines({"error", "x", "Err"});
     c->Search("err", true, false);
     EXPECT_EQ(Hit(c), std::make_tuple(0, 0, 3));
