@@ -4,7 +4,7 @@
 // collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|colours] [--open-windows] [--open-dialog settings]
+//               [--page farm|colours|log] [--open-windows] [--open-dialog settings]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 // --log-refreshes writes a line per refresh of the main window to the log, to watch that the
@@ -13,6 +13,7 @@
 // Threads: the library's bridge turns the messenger's signals into events for the main window
 // and dispatches one farm message per event on the GUI thread.
 #include "demo/ColorsView.h"
+#include "demo/LogView.h"
 
 #include <wxTaviro/wxConfirmDlg.h>
 #include <wxTaviro/wxTaviro.h>
@@ -302,6 +303,7 @@ private:
         auto* panel = new wxPanel(m_Book);
         m_Book->AddPage(panel, "Farm");
         m_Book->AddPage(CreateColorsView(m_Book), "Colours");
+        m_Book->AddPage(CreateLogView(m_Book), "Log");
         const int gap = FromDIP(8);
         auto* top = new wxBoxSizer(wxHORIZONTAL);
         m_State = new wxStaticText(panel, wxID_ANY, "Connecting...");
@@ -583,7 +585,7 @@ int main(int argc, char** argv) {
         "  --screenshot FILE    save a screenshot of the main window 2.5 s after start\n"
         "  --exit-after SECONDS close the main window after that time\n"
         "  --scheme 1..5        the colour scheme\n"
-        "  --page farm|colours  the page to show\n"
+        "  --page farm|colours|log  the page to show\n"
         "  --open-windows       open the jobs and log windows\n"
         "  --open-dialog settings  open the Settings dialog\n"
         "  --log-refreshes      log a line per refresh of the main window\n");

@@ -88,6 +88,7 @@ String TaviroClientApp::Usage() {
            "  --modules DIR        the job module folder\n"
            "  --master embedded|none\n"
            "  --seed N --jobs N --rate N --workers N\n"
+           "  --log-rate N         the embedded master's own log lines per second (default 0)\n"
            "  --allow-second       run even when a program of the same name is running\n"
            "  --help               show this and exit\n";
 }
@@ -99,9 +100,9 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
     m_ProgramName = commandLine.GetProgramName();
     SetName(String()); // known only once the command line is read
     try {
-        commandLine.ParseOptions(
-            {"name", "options", "log-dir", "modules", "master", "seed", "jobs", "rate", "workers"},
-            {"allow-second", "help"});
+        commandLine.ParseOptions({"name", "options", "log-dir", "modules", "master", "seed", "jobs",
+                                  "rate", "workers", "log-rate"},
+                                 {"allow-second", "help"});
     } catch (Exception* e) {
         const String why = e->GetMessage() + ": " + e->GetDetail();
         delete e;
@@ -123,9 +124,10 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
         }
         return true;
     };
-    long seed, jobs, rate, workers;
+    long seed, jobs, rate, workers, logRate;
     if (!number("seed", 1, 0, LONG_MAX, seed) || !number("jobs", 200, 0, 10000000, jobs) ||
-        !number("rate", 40, -1, 1000000, rate) || !number("workers", 0, 0, 64, workers))
+        !number("rate", 40, -1, 1000000, rate) || !number("workers", 0, 0, 64, workers) ||
+        !number("log-rate", 0, 0, 10000000, logRate))
         return false;
     const String master = commandLine.GetOption("master", "embedded");
     if (master != "embedded" && master != "none")
@@ -191,7 +193,8 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
     if (workers > 0) m_PoolStarted = ThreadPool::Start((int)workers);
 
     if (master == "embedded") {
-        m_Messenger.reset(new SimulatedMaster(this, (uint64_t)seed, (int)jobs, (double)rate));
+        m_Messenger.reset(
+            new SimulatedMaster(this, (uint64_t)seed, (int)jobs, (double)rate, (double)logRate));
         Job::SetMessenger(m_Messenger.get());
         m_Messenger->Start();
     }

@@ -221,8 +221,10 @@ bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const Str
 
 // ---- SimulatedMaster ----
 
-SimulatedMaster::SimulatedMaster(TaviroClientApp* app, uint64_t seed, int jobCount, double rate)
-    : m_App(app), m_Schedule(seed, jobCount, JobFactory::s_JobFactory.ListTypes()), m_Rate(rate) {}
+SimulatedMaster::SimulatedMaster(TaviroClientApp* app, uint64_t seed, int jobCount, double rate,
+                                 double logRate)
+    : m_App(app), m_Schedule(seed, jobCount, JobFactory::s_JobFactory.ListTypes()), m_Rate(rate),
+      m_LogRate(logRate), m_Seed(seed) {}
 
 SimulatedMaster::~SimulatedMaster() {
     Stop();
@@ -266,6 +268,44 @@ void SimulatedMaster::SetRate(double messagesPerSecond) {
     std::lock_guard<std::mutex> l(m_Mutex);
     m_Rate = messagesPerSecond;
     m_Wake.notify_all();
+}
+
+void SimulatedMaster::SetLogRate(double linesPerSecond) {
+    std::lock_guard<std::mutex> l(m_Mutex);
+    m_LogRate = linesPerSecond;
+    m_Wake.notify_all();
+}
+
+String SimulatedMaster::MasterLogText(uint64_t seed, uint64_t n) {
+    // splitmix64 of seed and n: varied text without any shared generator state.
+    uint64_t z = seed * 0x9E3779B97F4A7C15ull + n + 0x632BE59BD9B4E019ull;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
+    z ^= z >> 31;
+    const int node = int(z % 64), frame = int((z >> 8) % 5000), pct = int((z >> 24) % 100),
+              tenth = int((z >> 40) % 10);
+    String body;
+    switch ((z >> 56) % 6) {
+    case 0:
+        body = SFormat("frame %d of job %d dispatched to node-%02d", frame, pct, node);
+        break;
+    case 1:
+        body = SFormat("node-%02d: frame %d rendered in %d.%d s", node, frame, pct, tenth);
+        break;
+    case 2:
+        body = SFormat("node-%02d heartbeat, load %d%%, %d MB free", node, pct, frame);
+        break;
+    case 3:
+        body = SFormat("job %d: %d frames waiting, %d running", frame, pct, tenth);
+        break;
+    case 4:
+        body = SFormat("WARNING node-%02d: frame %d took %d s", node, frame, pct);
+        break;
+    default:
+        body = SFormat("license server: %d of 40 seats in use", pct % 41);
+        break;
+    }
+    return SFormat("#%llu %s", (unsigned long long)n, body.c_str());
 }
 
 bool SimulatedMaster::SendCommand(const UID& job, const String& command, const String& item,
@@ -332,16 +372,20 @@ void SimulatedMaster::DoDisconnect(const String& reason) {
 void SimulatedMaster::Run() {
     DoConnect();
     int64_t due = Time::Monotonic();
+    int64_t logDue = 0;
     for (;;) {
         _Request request;
         bool haveRequest = false;
         std::deque<boost::shared_ptr<Message>> outgoing;
-        double rate;
+        double rate, logRate;
         {
             std::unique_lock<std::mutex> l(m_Mutex);
             auto ready = [&] { return !m_Requests.empty() || !m_Outgoing.empty(); };
-            if (m_Rate > 0 && m_Connected) {
-                const int64_t wait = due - Time::Monotonic();
+            if (m_Rate >= 0 && (m_Rate > 0 || m_LogRate > 0) && m_Connected) {
+                // Until the earlier of the two streams is due.
+                int64_t next = m_Rate > 0 ? due : INT64_MAX;
+                if (m_LogRate > 0) next = std::min(next, logDue);
+                const int64_t wait = next - Time::Monotonic();
                 if (wait > 0) m_Wake.wait_for(l, std::chrono::microseconds(wait), ready);
             } else if (m_Rate == 0 || !m_Connected) {
                 m_Wake.wait(l, ready);
@@ -353,6 +397,7 @@ void SimulatedMaster::Run() {
             }
             outgoing.swap(m_Outgoing);
             rate = m_Rate;
+            logRate = m_LogRate;
         }
         if (m_Connected)
             for (auto& m : outgoing)
@@ -375,6 +420,17 @@ void SimulatedMaster::Run() {
                 return;
             }
             continue;
+        }
+        if (m_Connected && logRate > 0) {
+            // Every line that is due, in one go: at high rates a wake-up carries many.
+            const int64_t now = Time::Monotonic();
+            if (logDue == 0 || now - logDue > 1000000) logDue = now;
+            while (logDue <= now) {
+                auto m = boost::shared_ptr<Message>(new Message(k_MsgLogLine));
+                m->m_Params["Text"] = MasterLogText(m_Seed, m_LogLines++);
+                Send(m);
+                logDue += std::max<int64_t>(1, (int64_t)(1e6 / logRate));
+            }
         }
         if (!m_Connected || rate == 0) continue;
         if (rate > 0 && Time::Monotonic() < due) continue;

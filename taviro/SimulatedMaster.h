@@ -5,7 +5,8 @@
 //
 // The traffic is a pure function of the seed (Schedule), so runs are repeatable; the thread
 // only paces it: rate messages per second; 0 sends only the snapshot and command answers,
-// a negative rate sends as fast as it can.
+// a negative rate sends as fast as it can. Beside it, an optional stream of the master's own
+// log lines (k_MsgLogLine without a job) at logRate lines per second.
 #pragma once
 
 #include <taviro/Message.h>
@@ -81,7 +82,8 @@ public:
 
 class SimulatedMaster : public Messenger {
 public:
-    SimulatedMaster(TaviroClientApp* app, uint64_t seed, int jobCount, double rate);
+    SimulatedMaster(TaviroClientApp* app, uint64_t seed, int jobCount, double rate,
+                    double logRate = 0);
     ~SimulatedMaster() override;
 
     void Start() override;
@@ -96,6 +98,10 @@ public:
     void Reconnect();
     void OrderShutdown();
     void SetRate(double messagesPerSecond);
+    // The master's own log lines per second; 0 stops them.
+    void SetLogRate(double linesPerSecond);
+    // The n-th line of the master's log (a pure function of the seed and n).
+    static String MasterLogText(uint64_t seed, uint64_t n);
     // Messages handed to the client so far (snapshot batches count as one).
     uint64_t Sent() const { return m_Sent.load(); }
 
@@ -117,6 +123,9 @@ private:
     std::deque<_Request> m_Requests;
     std::deque<boost::shared_ptr<Message>> m_Outgoing;
     double m_Rate;
+    double m_LogRate;
+    uint64_t m_Seed;
+    uint64_t m_LogLines = 0; // master's thread only
     std::atomic<bool> m_Connected{false};
     std::atomic<uint64_t> m_Sent{0};
     std::thread m_Thread;

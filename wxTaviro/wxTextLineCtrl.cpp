@@ -13,6 +13,7 @@
 #include <ostrum/Log.h>
 
 #include <wx/clipbrd.h>
+#include <wx/dcclient.h>
 #include <wx/dcmemory.h>
 #include <wx/filedlg.h>
 #include <wx/menu.h>
@@ -221,6 +222,10 @@ const _FontExtents& FontExtents() {
 // An unset palette slot (no scheme loaded yet) paints with a plain fallback.
 wxColour Or(const wxColour& colour, const wxColour& fallback) {
     return colour.IsOk() ? colour : fallback;
+}
+
+wxColour Inverse(const wxColour& c) {
+    return wxColour(255 - c.Red(), 255 - c.Green(), 255 - c.Blue());
 }
 
 wxColour Blend25(const wxColour& top, const wxColour& under) {
@@ -871,12 +876,20 @@ void wxTextLineCtrl::DrawBitmap() {
         const wxString part = Decode(m_Store.Line(int(i)), size_t(firstCol), m_pageUnits, true);
         if (!part.empty()) dc.DrawText(part, x0 - xOff, y);
         if (found) {
-            dc.SetLogicalFunction(wxINVERT);
-            dc.SetBrush(*wxBLACK_BRUSH);
-            dc.DrawRectangle(
+            // Inverted: Cairo has no bitwise XOR, so the hit is drawn again in the inverse
+            // colours, clipped to its cells. Inversion is affine, so anti-aliased edges come
+            // out as the inverse of what was there too.
+            const wxRect cells(
                 int((m_SearchColumn - hpos / m_unitWidth) * m_unitWidth + m_unitWidth / 2 - xOff),
                 y, m_SearchLength * m_unitWidth, m_lineHeight);
-            dc.SetLogicalFunction(wxCOPY);
+            const wxColour ink = selected ? selText : text;
+            dc.SetBrush(wxBrush(Inverse(fill)));
+            dc.DrawRectangle(cells);
+            wxDCClipper clip(dc, cells);
+            dc.SetBackgroundMode(wxBRUSHSTYLE_TRANSPARENT);
+            dc.SetTextForeground(Inverse(ink));
+            if (!part.empty()) dc.DrawText(part, x0 - xOff, y);
+            dc.SetBackgroundMode(wxBRUSHSTYLE_SOLID);
         }
     }
 }

@@ -240,4 +240,9 @@ TEST(TextLine, BadInputIsKeptAndShown) {
     for (int column : {0, 1, 3}) // "a", the NUL's and the broken byte's marks
         EXPECT_GT(cw * h - CountPixels(image, wxRect(cw / 2 + column * cw, 0, cw, h), bg), 0)
             << column;
+    // The hit ("b", third cell) is inverted: its top corner against the row's fill further on.
+    const wxColour fill(image.GetRed(8 * cw, 0), image.GetGreen(8 * cw, 0),
+                        image.GetBlue(8 * cw, 0));
+    EXPECT_PIXEL(image, cw / 2 + 2 * cw, 0,
+                 wxColour(255 - fill.Red(), 255 - fill.Green(), 255 - fill.Blue()));
 }
