@@ -640,6 +640,8 @@ void wxTextLineCtrl::Search(String text, bool forward, bool caseSensitive) {
     SyncBars();
     const int top = int(GetScrollPixel(wxVERTICAL) / m_lineHeight);
     int from = m_SearchLine < 0 ? top : forward ? m_SearchLine + 1 : m_SearchLine - 1;
+    // A hit left behind by Erase may lie past the end: going up starts from the last line.
+    if (!forward) from = std::min(from, m_Store.Count() - 1);
     size_t offset = 0;
     const int hit = m_Store.Find(text, caseSensitive, from, forward, &offset);
     if (hit >= 0) {
