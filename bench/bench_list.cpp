@@ -600,18 +600,25 @@ public:
 
 void PrintHeader() {
     printf("bench_list: wxDBListCtrl vs virtual wxListCtrl, wxGrid and the raw limit; 1000x700 "
-           "client area, 8 text columns, medians of %d forced synchronous repaints after %d "
-           "warm-up ones.\n",
-           k_Repeats, k_Warmup);
-    printf("  P1  our paint time at 1,000,000 rows / at 1,000 rows, scrolled to the middle\n"
-           "  P2  our paint / the raw limit (same visible cells, plain DrawText into a memory DC,\n"
-           "      blitted); steady = same text as the previous frame, scroll = one row down per "
-           "frame\n"
-           "  P3  our paint / the wx control's paint (Refresh+Update), same rows, same frame\n"
-           "  P4  10,000 RedrawItem (wx: RefreshItem) calls per second on visible rows for 10 s, "
-           "event loop running:\n"
-           "      repaints per second, and process CPU time ours / wxListCtrl's\n"
-           "  MEM resident size at 10M rows minus at 1k rows, same window, both painted\n");
+           "client area, 8 text columns. A paint is a forced synchronous repaint (ours: "
+           "RedrawNow; others: Refresh+Update), timed to its end on screen; figures are medians "
+           "of at least %d paints after warm-up ones.\n",
+           k_Repeats);
+    printf(
+        "  P1   our paint time at 1,000,000 rows / at 1,000 rows, scrolled to the middle\n"
+        "  P2   our paint / the raw limit (same visible cells, plain DrawText into a memory DC,\n"
+        "       blitted); steady = same text as the previous frame, scroll = one row down per "
+        "frame\n"
+        "  P3   our paint / the wx control's paint, same rows, same frame\n"
+        "  P4   10,000 RedrawItem (wx: RefreshItem) calls per second on visible rows for 10 s, "
+        "event loop running:\n"
+        "       repaints per second, and process CPU time ours / wxListCtrl's\n"
+        "  MEM  resident size at 10M rows minus at 1k rows, same window, both painted page by "
+        "page until\n"
+        "       the text cache (rendered cells, bounded whatever the row count) is full\n"
+        "  HUGE both asked to show the last row (EnsureVisible) of 100M and 1000M rows: rows "
+        "on screen,\n"
+        "       and the share of dark pixels on screen (ink; a blank view has none)\n");
     printf("%-4s %-46s %9s %9s %-3s %7s   %-14s %s\n", "", "figure", "ours", "other", "", "ratio",
            "goal (aim)", "");
 }
