@@ -3,8 +3,9 @@
 // a memory bitmap and blitted). All sides show the same farm-like rows, made on demand from the
 // row index, in the same 1000x700 client area, in one process.
 //
-// Sections: farm rows; the four views; measuring helpers; figures (P1 rows, P2 raw limit,
-// P3 wx controls, P4 redraw storm, memory, 100 million rows); main.
+// Sections: farm rows; the four views; measuring helpers (timing, memory, screen pixels);
+// figures (memory, P1 rows and P2 raw limit, P3 wx controls, P4 redraw storm, huge tables);
+// main.
 #include <wxTaviro/wxDBListCtrl.h>
 
 #include <wx/evtloop.h>
@@ -587,6 +588,8 @@ public:
 private:
     wxFrame* m_frame;
 };
+
+// ---- main ----
 
 class BenchApp : public wxApp {
 public:
