@@ -15,8 +15,11 @@
 #include <wx/datetime.h>
 #include <wx/menu.h>
 
+#include <ostrum/Log.h>
+
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 
 namespace {
 
@@ -59,6 +62,11 @@ long long FrameCount(const String& list) {
         if (last >= first) count += last - first + 1;
     }
     return count;
+}
+
+double MillisecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+        .count();
 }
 
 String Duration(int seconds) {
@@ -108,6 +116,9 @@ JobsView::JobsView(wxWindow* parent, TaviroApp* farm)
         e.Skip();
     });
     Bind(wxEVT_LIST_COL_CLICK, &JobsView::OnColumnClick, this);
+    // A quick second click on a header comes as a double click; it must turn the order too.
+    wxDBListHeader* header = GetHeader();
+    header->Bind(wxEVT_LEFT_DCLICK, [header](wxMouseEvent& e) { header->OnLDown(e); });
     Bind(wxEVT_LIST_COL_RIGHT_CLICK, &JobsView::OnColumnMenu, this);
 }
 
@@ -189,6 +200,7 @@ void JobsView::Update(std::time_t now) {
         if (newSecond && elapsed >= 0) RedrawColumn(elapsed);
         return;
     }
+    const auto start = std::chrono::steady_clock::now();
     const int anchorRow = GetLastSelect();
     _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
 
@@ -197,6 +209,7 @@ void JobsView::Update(std::time_t now) {
         ApplyNote(n, fresh, moving, touched, gone);
     if (anchor && anchor->gone) anchor = nullptr;
     const bool rearranged = !fresh.empty() || !moving.empty() || !gone.empty();
+    const size_t placed = fresh.size() + moving.size(), dropped = gone.size();
     if (!gone.empty() || !moving.empty()) DropRows(gone);
     fresh.erase(std::remove_if(fresh.begin(), fresh.end(), [](_Entry* e) { return e->gone; }),
                 fresh.end());
@@ -216,6 +229,9 @@ void JobsView::Update(std::time_t now) {
         for (_Entry* e : touched)
             RedrawItem(e->row);
     }
+    if (m_LogTicks)
+        LogInfo(SFormat("Jobs tick: %zu notes, %zu placed, %zu removed, %zu rows, %.1f ms",
+                        notes.size(), placed, dropped, m_Rows.size(), MillisecondsSince(start)));
 }
 
 void JobsView::ApplyNote(const _Note& note, std::vector<_Entry*>& fresh,
@@ -352,6 +368,7 @@ void JobsView::Renumber() {
 void JobsView::SortBy(int type, bool ascending) {
     m_SortType = type >= 0 && type < k_JobsColumnCount ? type : -1;
     m_Ascending = ascending;
+    const auto start = std::chrono::steady_clock::now();
     const int anchorRow = GetLastSelect();
     _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
     FullSort();
@@ -359,6 +376,10 @@ void JobsView::SortBy(int type, bool ascending) {
     if (anchor) SetLastSelect(anchor->row);
     ShowSortInLabels();
     Redraw();
+    if (m_LogTicks)
+        LogInfo(SFormat("Jobs sort by %d %s: %zu rows, %.1f ms", m_SortType,
+                        m_Ascending ? "ascending" : "descending", m_Rows.size(),
+                        MillisecondsSince(start)));
 }
 
 void JobsView::ShowSortInLabels() {

@@ -51,6 +51,8 @@ public:
     // The job shown in a row (null outside the table).
     JobPtr GetJob(int row) const;
     size_t GetSelectedCount() const { return m_Selected.size(); }
+    // Logs what each tick and each sort applied, and how long it took.
+    void LogTicks(bool on) { m_LogTicks = on; }
 
     // Column widths and order, under the demo's own keys of the options file.
     void SaveLayout();
@@ -119,6 +121,7 @@ private:
     // Set while the view itself changes the row count: the list's deselect events for
     // removed rows are the view's own doing then.
     bool m_Quiet = false;
+    bool m_LogTicks = false;
     std::unordered_map<String, String> m_TypeNames;
 
     std::mutex m_NotesMutex;

@@ -7,8 +7,8 @@
 //               [--page farm|jobs|colours] [--open-windows] [--open-dialog settings]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
-// --log-refreshes writes a line per refresh of the main window to the log, to watch that the
-// view keeps up with a busy farm.
+// --log-refreshes writes a line per refresh of the main window, and per update and sort of the
+// jobs page, to the log, to watch that the views keep up with a busy farm.
 //
 // Threads: the library's bridge turns the messenger's signals into events for the main window
 // and dispatches one farm message per event on the GUI thread.
@@ -240,6 +240,7 @@ public:
     void Attach() {
         m_App->AddMessageHandler([this](const Message& m) { OnFarmMessage(m); });
         m_Jobs->RestoreLayout(); // the options file is open from now on
+        m_Jobs->LogTicks(m_LogRefreshes);
     }
 
 private:
