@@ -273,7 +273,7 @@ void wxDBListHeader::DrawBitmap() {
     const wxColour text = Or(wxsGetColor(active ? color_Text : color_TextGrey), *wxBLACK);
     const int pad = g_TableSettings.cellPadding;
     // Outside the columns: the plain gradient.
-    DrawGradedRectangle(dc, wxRect(size), header.ChangeLightness(106), header.ChangeLightness(92),
+    DrawGradedRectangle(dc, wxRect(size), header.ChangeLightness(104), header.ChangeLightness(92),
                         1.5f, true, false);
     const auto& columns = m_list->m_columns;
     const wxDBListBody* body = m_list->m_body;
@@ -284,8 +284,8 @@ void wxDBListHeader::DrawBitmap() {
         if (x + columns[i].width <= 0) continue;
         const wxRect cell(int(x), 0, columns[i].width, size.y);
         const bool pressed = int(i) == m_pressedColumn;
-        wxColour top = header.ChangeLightness(pressed ? 90 : 112);
-        wxColour bottom = header.ChangeLightness(pressed ? 104 : 90);
+        wxColour top = header.ChangeLightness(pressed ? 92 : 106);
+        wxColour bottom = header.ChangeLightness(pressed ? 102 : 94);
         if (int(i) == m_list->m_highlightColumn && selected.IsOk()) {
             top = Blend(top, selected, 0.35);
             bottom = Blend(bottom, selected, 0.35);

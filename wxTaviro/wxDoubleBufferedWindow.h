@@ -29,6 +29,8 @@ public:
     // The deferred redraw carried out at once (benchmarks and tests): marks the bitmap stale
     // and paints synchronously.
     void RedrawNow();
+    // The off-screen buffer as last drawn; null before the first paint and after a resize.
+    const wxBitmap* GetBuffer() const { return m_bitmap; }
 
     // Vertical only; always true.
     bool ScrollLines(int lines) override;

@@ -1,0 +1,346 @@
+// The buffered window's scroll model and merged redraws, and the fast list: text fitting, selection
+// rules, list events, header drags, column persistence, a table of half a billion rows and a cell
+// hook that throws.
+#include "tests/support/WxTestHelpers.h"
+
+#include <wxTaviro/wxDBListCtrl.h>
+#include <wxTaviro/wxTaviroApp.h>
+
+#include <ostrum/Application.h>
+#include <ostrum/File.h>
+
+#include <wx/dcmemory.h>
+
+#include <set>
+#include <stdexcept>
+#include <tuple>
+
+using namespace taviro_test;
+
+namespace {
+
+// A bare buffered window whose metrics the tests set directly.
+class Probe : public wxDoubleBufferedWindow {
+public:
+    // Inside a panel, so that the frame does not stretch it over its client area.
+    Probe() : wxDoubleBufferedWindow(new wxPanel(TopWindow()), wxID_ANY, 0) {}
+    void DrawBitmap() override { ++draws; }
+    using wxDoubleBufferedWindow::m_dirtyRect, wxDoubleBufferedWindow::m_lineHeight,
+        wxDoubleBufferedWindow::m_pageLines, wxDoubleBufferedWindow::m_pageUnits,
+        wxDoubleBufferedWindow::m_stickToBottom, wxDoubleBufferedWindow::m_virtualWidth,
+        wxDoubleBufferedWindow::m_wheelAccumulator;
+    int draws = 0;
+    void Lines(int count) {
+        m_lineCount = count;
+        AdjustScrollbars();
+    }
+    void Send(wxEventType type, int orient) {
+        wxScrollWinEvent e(type, 0, orient);
+        ProcessWindowEvent(e);
+    }
+    void Wheel(int rotation) {
+        wxMouseEvent e(wxEVT_MOUSEWHEEL);
+        e.m_wheelRotation = rotation;
+        e.m_wheelDelta = 120;
+        e.m_linesPerAction = 3;
+        ProcessWindowEvent(e);
+    }
+};
+
+TEST(BufferedWindow, ScrollModelPagesLinesStickAndWheel) {
+    Probe* p = new Probe;
+    p->SetClientSize(200, 95);
+    PumpEvents();
+    ASSERT_EQ(p->GetClientSize().y, 95);
+    wxSizeEvent size(wxSize(200, 95));
+    p->ProcessWindowEvent(size);
+    EXPECT_EQ(std::make_pair(p->m_pageLines, p->m_pageUnits), std::make_pair(11, 22));
+
+    // Sticks to the bottom only when it was at the end.
+    p->m_stickToBottom = true;
+    p->Lines(100);
+    p->Send(wxEVT_SCROLLWIN_BOTTOM, wxVERTICAL);
+    EXPECT_EQ(p->GetScrollPos(wxVERTICAL), 905);
+    p->Lines(101);
+    EXPECT_EQ(p->GetScrollPos(wxVERTICAL), 915);
+    p->Send(wxEVT_SCROLLWIN_TOP, wxVERTICAL);
+    p->Lines(102);
+    EXPECT_EQ(p->GetScrollPos(wxVERTICAL), 0);
+
+    p->m_virtualWidth = 5000;
+    p->Lines(1000);
+    p->Send(wxEVT_SCROLLWIN_PAGEDOWN, wxVERTICAL);
+    EXPECT_EQ(p->GetScrollPos(wxVERTICAL), 90);
+    p->Send(wxEVT_SCROLLWIN_PAGEDOWN, wxHORIZONTAL);
+    EXPECT_EQ(p->GetScrollPos(wxHORIZONTAL), 170);
+    // The horizontal line step is the line height, not the unit width.
+    p->m_lineHeight = 16;
+    p->Send(wxEVT_SCROLLWIN_LINEDOWN, wxHORIZONTAL);
+    EXPECT_EQ(p->GetScrollPos(wxHORIZONTAL), 186);
+    p->Send(wxEVT_SCROLLWIN_LINEUP, wxVERTICAL);
+    EXPECT_EQ(p->GetScrollPos(wxVERTICAL), 74);
+
+    p->Wheel(-60);
+    p->Wheel(-60);
+    EXPECT_EQ(p->GetScrollPos(wxVERTICAL), 74 + 3 * 16);
+    EXPECT_EQ(p->m_wheelAccumulator, 0);
+}
+
+TEST(BufferedWindow, RequestsInsideOneDelayMergeIntoOneRepaint) {
+    Probe* p = new Probe;
+    p->SetClientSize(300, 200);
+    WaitFor([&] { return p->draws > 0; });
+    PumpEvents();
+    p->draws = 0;
+    std::vector<wxRect> fired; // the dirty area at each expiry
+    p->Bind(wxEVT_TIMER, [&](wxTimerEvent& e) { fired.push_back(p->m_dirtyRect), e.Skip(); });
+    p->Redraw(wxRect(10, 10, 20, 20));
+    p->Redraw(wxRect(100, 50, 10, 10));
+    ASSERT_TRUE(WaitFor([&] { return p->draws == 1; }));
+    wxMilliSleep(200);
+    PumpEvents();
+    EXPECT_EQ(p->draws, 1);
+    EXPECT_EQ(fired, std::vector<wxRect>{wxRect(10, 10, 100, 50)});
+}
+
+// ---- the list ----
+
+// Rows "r<row>c<col>"; applies the selection events it receives and logs them as "S4 D2 ...".
+class TestList : public wxDBListCtrl {
+public:
+    explicit TestList(bool single = false) : wxDBListCtrl(TopWindow(), wxID_ANY, single) {
+        for (auto t : {wxEVT_LIST_ITEM_SELECTED, wxEVT_LIST_ITEM_DESELECTED})
+            Bind(t, [this](wxListEvent& e) {
+                const bool on = e.GetEventType() == wxEVT_LIST_ITEM_SELECTED;
+                on ? void(selection.insert(e.GetIndex())) : void(selection.erase(e.GetIndex()));
+                log += (log.empty() ? "" : " ") + String(on ? "S" : "D") +
+                       String::FromInt(e.GetIndex());
+            });
+    }
+    bool IsRowSelected(int row) override { return selection.count(row) > 0; }
+    std::vector<int> GetSelection() override { return {selection.begin(), selection.end()}; }
+    String GetDisplayText(int row, int column) override {
+        if (fail && ++failures) throw std::runtime_error("no data");
+        maxRow = std::max(maxRow, row);
+        return "r" + String::FromInt(row) + "c" + String::FromInt(column);
+    }
+    std::set<int> selection;
+    String log;
+    bool fail = false;
+    int failures = 0, maxRow = -1;
+};
+
+void Mouse(wxWindow* w, wxEventType type, int x, int y, bool shift = false, bool ctrl = false) {
+    wxMouseEvent e(type);
+    e.SetPosition(wxPoint(x, y));
+    e.SetShiftDown(shift);
+    e.SetControlDown(ctrl);
+    w->GetEventHandler()->ProcessEvent(e);
+}
+
+void Key(wxWindow* w, int code, bool shift) {
+    wxKeyEvent e(wxEVT_KEY_DOWN);
+    e.m_keyCode = code;
+    e.SetShiftDown(shift);
+    w->GetEventHandler()->ProcessEvent(e);
+}
+
+TestList* MakeList(int rows, std::vector<int> widths = {100, 50}) {
+    SetColors(1);
+    auto* list = new TestList;
+    list->SetSize(TopWindow()->GetClientSize());
+    for (int w : widths)
+        list->AddColumn(0, "col", w);
+    list->SetItemCount(rows);
+    PumpEvents();
+    return list;
+}
+
+TEST(DBList, FormatDisplayStringCutsTheMiddle) {
+    wxBitmap bitmap(10, 10);
+    wxMemoryDC dc(bitmap);
+    dc.SetFont(wxFontInfo(10).Family(wxFONTFAMILY_TELETYPE));
+    // Each width is exactly that of the expected text (0); 1 pixel leaves the shortest.
+    const std::pair<int, const char*> cases[] = {
+        {0, "abcdefghij"}, {0, "abcd...ij"}, {0, "abc...ij"}, {0, "abc...j"}, {1, "a..."}};
+    for (const auto& [given, expected] : cases) {
+        int width = given ? given : dc.GetTextExtent(expected).x;
+        EXPECT_EQ(FormatDisplayString("abcdefghij", width, dc), String(expected));
+        EXPECT_EQ(width, dc.GetTextExtent(expected).x) << expected;
+    }
+    // In a proportional font "..." is narrower than the letters it replaces: still the first
+    // shortening cuts four.
+    dc.SetFont(wxFontInfo(10).Family(wxFONTFAMILY_SWISS));
+    int width = dc.GetTextExtent("WWWWWWWWWW").x - 1;
+    EXPECT_EQ(FormatDisplayString("WWWWWWWWWW", width, dc), "WWWW...WW");
+}
+
+TEST(DBList, SelectionByClicksAndKeysFollowsTheAnchor) {
+    // anchor, selection, action: L(eft) R(ight) click or D(own) U(p) key, row, Shift, Control;
+    // the events sent and the anchor after.
+    const std::tuple<int, std::set<int>, char, int, bool, bool, const char*, int> cases[] = {
+        {5, {}, 'L', 2, true, false, "S2 S3 S4 S5", 5},
+        {3, {}, 'L', 50, true, false, "S3 S4 S5 S6 S7 S8 S9", 3},
+        {2, {7}, 'L', 7, false, true, "D7", 7},
+        {1, {1, 2}, 'L', 4, false, false, "D1 D2 S4", 4},
+        {1, {1}, 'L', 12, false, false, "D1", -1},
+        {1, {2, 3}, 'R', 3, false, false, "", 1},
+        {1, {2, 3}, 'R', 5, false, false, "D2 D3 S5", 5},
+        {3, {3}, 'D', 0, false, false, "D3 S4", 4},
+        {3, {3}, 'D', 0, true, false, "S4", 4},
+        {9, {9}, 'D', 0, false, false, "", 9},
+        {0, {0}, 'U', 0, false, false, "", 0},
+        {4, {4}, 'U', 0, false, false, "D4 S3", 3},
+    };
+    TestList* list = MakeList(10);
+    wxWindow* body = list->GetBody();
+    const int h = list->GetRowHeight();
+    for (const auto& [anchor, selected, action, row, shift, ctrl, events, after] : cases) {
+        list->selection = selected;
+        list->SetLastSelect(anchor);
+        list->log.clear();
+        if (action == 'L' || action == 'R')
+            Mouse(body, action == 'L' ? wxEVT_LEFT_DOWN : wxEVT_RIGHT_DOWN, 5, row * h + 2, shift,
+                  ctrl);
+        else
+            Key(body, action == 'D' ? WXK_DOWN : WXK_UP, shift);
+        Mouse(body, wxEVT_LEFT_UP, 5, 0);
+        EXPECT_EQ(list->log, String(events)) << action << row << " anchor " << anchor;
+        EXPECT_EQ(list->GetLastSelect(), after) << action << row << " anchor " << anchor;
+    }
+    // Removing the anchor row moves it up; removing a row above leaves it.
+    list->selection = {2};
+    list->log.clear();
+    list->SetLastSelect(4);
+    list->Remove(4);
+    EXPECT_EQ(list->GetLastSelect(), 3);
+    list->Remove(2);
+    EXPECT_EQ(list->GetLastSelect(), 3);
+    EXPECT_EQ(list->log, "D2");
+    EXPECT_EQ(list->GetItemCount(), 8);
+}
+
+TEST(DBList, ColumnsHitTestsEventsAndHeaderDrag) {
+    TestList* list = MakeList(5);
+    wxDBListHeader* header = list->GetHeader();
+    const struct {
+        int x, column, offset, edge;
+    } hits[] = {{99, 0, 99, 0},  {100, 1, 0, 0},   {150, 1, 50, 1},  {151, -1, -1, 1},
+                {96, 0, 96, -1}, {97, 0, 97, 0},   {103, 1, 3, 0},   {104, 1, 4, -1},
+                {147, 1, 47, 1}, {153, -1, -1, 1}, {154, -1, -1, -1}};
+    for (const auto& h : hits) {
+        int offset = -1;
+        EXPECT_EQ(header->FindColumn(h.x, &offset), h.column) << h.x;
+        EXPECT_EQ(offset, h.offset) << h.x;
+        EXPECT_EQ(header->FindEdge(h.x), h.edge) << h.x;
+    }
+    std::vector<wxListEvent> got;
+    for (auto t : {wxEVT_LIST_COL_CLICK, wxEVT_LIST_COL_RIGHT_CLICK, wxEVT_LIST_COL_BEGIN_DRAG,
+                   wxEVT_LIST_COL_END_DRAG, wxEVT_LIST_ITEM_ACTIVATED})
+        list->Bind(t, [&](wxListEvent& e) { got.push_back(e); });
+    // Header points are relative to the top of the body.
+    const int above = list->GetBody()->GetPosition().y - header->GetPosition().y;
+    Mouse(header, wxEVT_MOTION, 120, 5);
+    Mouse(header, wxEVT_LEFT_DOWN, 120, 5);
+    Mouse(header, wxEVT_LEFT_UP, 120, 5);
+    Mouse(header, wxEVT_RIGHT_DOWN, 10, 5);
+    Mouse(list->GetBody(), wxEVT_LEFT_DCLICK, 10, list->GetRowHeight() * 7 + 1);
+    // An edge drag 500 pixels to the left stops at 20 pixels.
+    Mouse(header, wxEVT_MOTION, 101, 5);
+    Mouse(header, wxEVT_LEFT_DOWN, 101, 5);
+    Mouse(header, wxEVT_MOTION, -399, 5);
+    Mouse(header, wxEVT_LEFT_UP, -399, 5);
+    const std::pair<wxEventType, int> expected[] = {{wxEVT_LIST_COL_CLICK, 1},
+                                                    {wxEVT_LIST_COL_RIGHT_CLICK, 0},
+                                                    {wxEVT_LIST_ITEM_ACTIVATED, 0},
+                                                    {wxEVT_LIST_COL_BEGIN_DRAG, 0},
+                                                    {wxEVT_LIST_COL_END_DRAG, 0}};
+    ASSERT_EQ(got.size(), 5u);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(got[i].GetEventType(), expected[i].first) << i;
+        EXPECT_EQ(got[i].GetColumn(), expected[i].second) << i;
+        EXPECT_EQ(got[i].GetEventObject(), list) << i;
+    }
+    EXPECT_EQ(got[0].GetPoint(), wxPoint(120, 5 - above));
+    EXPECT_EQ(got[2].GetIndex(), 7); // past the last row: handlers check it
+    EXPECT_EQ(list->GetColumnWidth(0), 20);
+    EXPECT_EQ(list->GetBody()->GetScrollPixelRange(wxHORIZONTAL), 70);
+    list->AddColumn(7, "A", -5); // only -1 means the default width here
+    list->InsertColumn(0, 7, "B", "", -5);
+    EXPECT_EQ(std::make_pair(list->GetColumnWidth(0), list->GetColumnWidth(3)),
+              std::make_pair(100, -5));
+}
+
+TEST(DBList, ColumnWidthsSurviveSaveAndGarbledRestore) {
+    Application app(LL_Debug, LL_Fatal);
+    const String logFile = Home() + "/list.log";
+    Log::s_GlobalLog->Open(logFile);
+    TestList* list = MakeList(3, {120, 80, 200});
+    list->SaveColumnSizes("S", "K");
+    EXPECT_EQ(app.GetOptions()->GetValue("S", "K", String()), "120, 80, 200");
+    Log::s_GlobalLog->Close();
+    EXPECT_NE(File::ReadAll(logFile).find("ListCtrl SAVE: [ S ] K = 120, 80, 200"), String::npos);
+
+    list->AddColumn(0, "four", 60);
+    const std::pair<const char*, std::vector<int>> cases[] = {{"120, 5, abc", {120, 20, 20, 60}},
+                                                              {" 90px,,30", {90, 20, 30, 60}},
+                                                              {"", {90, 20, 30, 60}},
+                                                              {"1,2,3,4,5", {20, 20, 20, 20}}};
+    for (const auto& [saved, widths] : cases) {
+        app.GetOptions()->SetValue("S", "K", saved);
+        list->RestoreColumnSizes("S", "K");
+        std::vector<int> now;
+        for (int i = 0; i < 4; ++i)
+            now.push_back(list->GetColumnWidth(i));
+        EXPECT_EQ(now, widths) << saved;
+        EXPECT_EQ(list->GetBody()->GetScrollPixelRange(wxHORIZONTAL),
+                  widths[0] + widths[1] + widths[2] + widths[3])
+            << saved;
+    }
+}
+
+// Half a billion rows: more pixels than an int holds at any row height.
+TEST(DBList, HugeTableScrollsToTheLastRowAndDrawsIt) {
+    const int rows = 500000000;
+    TestList* list = MakeList(rows);
+    wxDBListBody* body = list->GetBody();
+    wxScrollWinEvent bottom(wxEVT_SCROLLWIN_BOTTOM, 0, wxVERTICAL);
+    body->ProcessWindowEvent(bottom);
+    ASSERT_TRUE(WaitFor([&] { return list->maxRow == rows - 1; }));
+    const wxRect last = body->GetItemRect(rows - 1);
+    EXPECT_EQ(last.GetBottom(), body->GetClientSize().y - 1);
+    ASSERT_TRUE(body->GetBuffer());
+    const wxRect text(0, last.y, 100, last.height);
+    EXPECT_GT(CountPixels(body->GetBuffer()->ConvertToImage(), text, wxsGetColor(color_Text), 40),
+              0);
+    // The native bar shows a scaled copy, at its end too.
+    const int range = body->wxWindow::GetScrollRange(wxVERTICAL);
+    EXPECT_GT(range, 0);
+    EXPECT_NEAR(body->wxWindow::GetScrollPos(wxVERTICAL) +
+                    body->wxWindow::GetScrollThumb(wxVERTICAL),
+                range, 2);
+}
+
+TEST(DBList, ThrowingCellHookNeverEscapesAPaintAndHeals) {
+    TestList* list = MakeList(4);
+    wxDBListBody* body = list->GetBody();
+    ASSERT_TRUE(WaitFor([&] { return list->maxRow >= 3; }));
+    wxMilliSleep(150); // let every redraw requested so far run out
+    PumpEvents();
+    list->fail = true;
+    list->maxRow = -1;
+    body->RedrawNow();
+    ASSERT_TRUE(WaitFor([&] { return list->failures > 0; }));
+    list->fail = false; // the failed paint scheduled the redraw that heals it
+    ASSERT_TRUE(WaitFor([&] { return list->maxRow >= 3; }));
+    // Selecting a row repaints its text on the new background, not a kept copy on the old.
+    list->selection = {0};
+    list->maxRow = -1;
+    list->Redraw();
+    ASSERT_TRUE(WaitFor([&] { return list->maxRow >= 3; }));
+    const wxImage image = body->GetBuffer()->ConvertToImage();
+    EXPECT_PIXEL(image, 3, 3,
+                 wxColour(image.GetRed(90, 3), image.GetGreen(90, 3), image.GetBlue(90, 3)));
+}
+
+} // namespace
