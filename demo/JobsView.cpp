@@ -7,7 +7,6 @@
 #include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroColors.h>
 
-#include <taviro/ClientApp.h>
 #include <taviro/JobFactory.h>
 
 #include <ostrum/StringTokenizer.h>
@@ -30,8 +29,8 @@ struct _ColumnInfo {
     int width; // DIPs
 };
 const _ColumnInfo k_Columns[k_JobsColumnCount] = {
-    {"Name", 170},   {"Type", 110},  {"Status", 80},    {"Progress", 70},
-    {"Frames", 110}, {"Engine", 70}, {"Submitted", 80}, {"Elapsed", 70},
+    {"Name", 170},   {"Type", 110},  {"Status", 80},    {"Progress", 85},
+    {"Frames", 110}, {"Engine", 70}, {"Submitted", 95}, {"Elapsed", 75},
 };
 const char* const k_Section = "Jobs Page";
 const char* const k_SizesKey = "Column Sizes";
@@ -103,8 +102,9 @@ int NaturalCompare(const String& a, const String& b) {
 
 // ---- construction and layout ----
 
-JobsView::JobsView(wxWindow* parent, TaviroApp* farm)
-    : wxDBListCtrl(parent, wxID_ANY, false), m_Farm(farm), m_Epoch(std::time(nullptr) - 1) {
+JobsView::JobsView(wxWindow* parent, JobFinder find)
+    : wxDBListCtrl(parent, wxID_ANY, false), m_Find(std::move(find)),
+      m_Epoch(std::time(nullptr) - 1) {
     for (int t = 0; t < k_JobsColumnCount; ++t)
         AddColumn(t, k_Columns[t].label, FromDIP(k_Columns[t].width));
     Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent& e) {
@@ -247,7 +247,7 @@ void JobsView::ApplyNote(const _Note& note, std::vector<_Entry*>& fresh,
     }
     if (it == m_Entries.end()) {
         // A change of a job never seen created counts as its creation.
-        JobPtr job = m_Farm->FindJob(note.job);
+        JobPtr job = m_Find(note.job);
         if (!job) return;
         _Entry& e = m_Entries[note.job];
         e.job = std::move(job);

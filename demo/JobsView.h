@@ -14,12 +14,11 @@
 #include <taviro/Message.h>
 
 #include <ctime>
+#include <functional>
 #include <mutex>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
-
-class TaviroApp;
 
 // The columns, by type; the type is what the saved column order lists.
 enum JobsColumn {
@@ -36,7 +35,9 @@ enum JobsColumn {
 
 class JobsView : public wxDBListCtrl, public wxTimed {
 public:
-    JobsView(wxWindow* parent, TaviroApp* farm);
+    // `find` gives the farm's job of an identifier (null when the farm has none).
+    using JobFinder = std::function<JobPtr(const UID&)>;
+    JobsView(wxWindow* parent, JobFinder find);
 
     // Notes what a farm message changed (any thread); the next tick applies it.
     void OnFarmMessage(const Message& message);
@@ -109,7 +110,7 @@ private:
     void OnColumnClick(wxListEvent& event);
     void OnColumnMenu(wxListEvent& event);
 
-    TaviroApp* m_Farm;
+    JobFinder m_Find;
     std::time_t m_Epoch;
     int m_Now = 1;
     std::unordered_map<UID, _Entry> m_Entries;

@@ -304,7 +304,7 @@ private:
         m_Book = new wxNotebook(this, wxID_ANY);
         auto* panel = new wxPanel(m_Book);
         m_Book->AddPage(panel, "Farm");
-        m_Jobs = new JobsView(m_Book, m_App);
+        m_Jobs = new JobsView(m_Book, [this](const UID& id) { return m_App->FindJob(id); });
         m_Book->AddPage(m_Jobs, "Jobs");
         m_Book->AddPage(CreateColorsView(m_Book), "Colours");
         const int gap = FromDIP(8);
