@@ -194,12 +194,10 @@ void JobsView::Update(std::time_t now) {
         std::lock_guard<std::mutex> lock(m_NotesMutex);
         notes.swap(m_Notes);
     }
-    if (notes.empty()) {
-        // Running jobs' elapsed times move on by themselves.
-        const int elapsed = FindColumnByType(k_JobsElapsed);
-        if (newSecond && elapsed >= 0) RedrawColumn(elapsed);
-        return;
-    }
+    // Running jobs' elapsed times move on by themselves.
+    const int elapsed = FindColumnByType(k_JobsElapsed);
+    if (newSecond && elapsed >= 0) RedrawColumn(elapsed);
+    if (notes.empty()) return;
     const auto start = std::chrono::steady_clock::now();
     const int anchorRow = GetLastSelect();
     _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
