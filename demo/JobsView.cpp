@@ -497,7 +497,10 @@ String JobsView::GetDisplayText(int row, int column) {
 }
 
 wxColour JobsView::GetRowColor(int row) {
-    if (row < 0 || row >= (int)m_Rows.size()) return wxsGetColor(color_Text);
+    // On the selection colour the status colours (the greys above all) read poorly; the
+    // status column still tells.
+    if (row < 0 || row >= (int)m_Rows.size() || m_Rows[row]->selected)
+        return wxsGetColor(color_Text);
     switch (m_Rows[row]->job->GetStatus()) {
     case k_JobRunning:
         return wxsGetColor(color_TextGreen);
