@@ -209,9 +209,10 @@ void JobsView::Update(std::time_t now) {
     const bool rearranged = !fresh.empty() || !moving.empty() || !gone.empty();
     const size_t placed = fresh.size() + moving.size(), dropped = gone.size();
     if (!gone.empty() || !moving.empty()) DropRows(gone);
-    fresh.erase(std::remove_if(fresh.begin(), fresh.end(), [](_Entry* e) { return e->gone; }),
-                fresh.end());
+    // A job moved and then removed in one tick is not placed again.
     moving.insert(moving.end(), fresh.begin(), fresh.end());
+    moving.erase(std::remove_if(moving.begin(), moving.end(), [](_Entry* e) { return e->gone; }),
+                 moving.end());
     Place(moving);
     // Gone entries leave last: until here their flags were still read.
     for (_Entry* e : gone)
