@@ -116,9 +116,6 @@ JobsView::JobsView(wxWindow* parent, JobFinder find)
         e.Skip();
     });
     Bind(wxEVT_LIST_COL_CLICK, &JobsView::OnColumnClick, this);
-    // A quick second click on a header comes as a double click; it must turn the order too.
-    wxDBListHeader* header = GetHeader();
-    header->Bind(wxEVT_LEFT_DCLICK, [header](wxMouseEvent& e) { header->OnLDown(e); });
     Bind(wxEVT_LIST_COL_RIGHT_CLICK, &JobsView::OnColumnMenu, this);
 }
 
