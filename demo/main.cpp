@@ -4,15 +4,16 @@
 // collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|colours|log] [--open-windows] [--open-dialog settings]
+//               [--page farm|jobs|colours|log] [--open-windows] [--open-dialog settings]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
-// --log-refreshes writes a line per refresh of the main window to the log, to watch that the
-// view keeps up with a busy farm.
+// --log-refreshes writes a line per refresh of the main window, and per update and sort of the
+// jobs page, to the log, to watch that the views keep up with a busy farm.
 //
 // Threads: the library's bridge turns the messenger's signals into events for the main window
 // and dispatches one farm message per event on the GUI thread.
 #include "demo/ColorsView.h"
+#include "demo/JobsView.h"
 #include "demo/LogView.h"
 
 #include <wxTaviro/wxConfirmDlg.h>
@@ -239,6 +240,8 @@ public:
     // Called once the farm client has started (its handlers exist from then on).
     void Attach() {
         m_App->AddMessageHandler([this](const Message& m) { OnFarmMessage(m); });
+        m_Jobs->RestoreLayout(); // the options file is open from now on
+        m_Jobs->LogTicks(m_LogRefreshes);
     }
 
 private:
@@ -302,6 +305,8 @@ private:
         m_Book = new wxNotebook(this, wxID_ANY);
         auto* panel = new wxPanel(m_Book);
         m_Book->AddPage(panel, "Farm");
+        m_Jobs = new JobsView(m_Book, [this](const UID& id) { return m_App->FindJob(id); });
+        m_Book->AddPage(m_Jobs, "Jobs");
         m_Book->AddPage(CreateColorsView(m_Book), "Colours");
         m_Book->AddPage(CreateLogView(m_Book), "Log");
         const int gap = FromDIP(8);
@@ -368,6 +373,7 @@ private:
 
     void OnFarmMessage(const Message& m) {
         ++m_Messages;
+        m_Jobs->OnFarmMessage(m);
         switch (m.GetType()) {
         case k_MsgLogLine:
             AddLine(wxFromString(m.Get("Text")));
@@ -441,6 +447,7 @@ private:
 
     void OnClose(wxCloseEvent& e) {
         SaveWindowPosition();
+        m_Jobs->SaveLayout();
         wxTaviroDlg::CloseAll();
         // The secondary windows close first, each saving its own place.
         wxCommandEvent closeAll(wxEVT_MENU, wxID_OPENWIN_CLOSEALL);
@@ -462,6 +469,7 @@ private:
     wxStaticText* m_State = nullptr;
     wxButton* m_LinkButton = nullptr;
     wxListCtrl* m_Counts = nullptr;
+    JobsView* m_Jobs = nullptr;
     wxListBox* m_List = nullptr;
     wxMenu* m_WindowMenu = nullptr;
     std::deque<wxString> m_Lines, m_LoadHistory;
@@ -585,7 +593,7 @@ int main(int argc, char** argv) {
         "  --screenshot FILE    save a screenshot of the main window 2.5 s after start\n"
         "  --exit-after SECONDS close the main window after that time\n"
         "  --scheme 1..5        the colour scheme\n"
-        "  --page farm|colours|log  the page to show\n"
+        "  --page farm|jobs|colours|log  the page to show\n"
         "  --open-windows       open the jobs and log windows\n"
         "  --open-dialog settings  open the Settings dialog\n"
         "  --log-refreshes      log a line per refresh of the main window\n");

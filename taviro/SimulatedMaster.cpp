@@ -13,6 +13,11 @@
 namespace {
 const char* const k_Owners[] = {"ana", "ben", "chen", "dara", "eli", "farid"};
 const char* const k_Priorities[] = {"Low", "Normal", "High"};
+// The engine that renders a job, fixed by its number so that the traffic stays a function of
+// the seed.
+String EngineOf(uint32_t number) {
+    return SFormat("node%02u", 1 + (number * 7u) % 24u);
+}
 bool IsFinished(int s) {
     return s == k_JobDone || s == k_JobFailed || s == k_JobAborted || s == k_JobArchived;
 }
@@ -70,13 +75,18 @@ boost::shared_ptr<Message> FarmSchedule::Created(const _Job& j) const {
     m->m_Params[p_Owner] = k_Owners[j.owner];
     m->m_Params[p_Priority] = m_Priorities[j.priority];
     m->m_Params[p_Frames] = SFormat("1-%d,%d-%d", j.frames / 2, j.frames / 2 + 1, j.frames);
+    if (j.status != k_JobWaiting) m->m_Params[p_Engine] = EngineOf(j.number);
     return m;
 }
 
 boost::shared_ptr<Message> FarmSchedule::Changed(const _Job& j, bool progressOnly) {
     auto m = boost::shared_ptr<Message>(new Message(k_MsgJobChanged, j.id));
     m->m_Params[p_Progress] = String::FromInt(j.progress);
-    if (!progressOnly) m->m_Params[p_Status] = String::FromInt(j.status);
+    if (!progressOnly) {
+        m->m_Params[p_Status] = String::FromInt(j.status);
+        // A job waits on no engine; one that ran keeps the engine it ran on.
+        m->m_Params[p_Engine] = j.status == k_JobWaiting ? String() : EngineOf(j.number);
+    }
     return Stamp(m);
 }
 

@@ -197,9 +197,10 @@ _CellTextCache::Entry& _CellTextCache::Render(wxDC& dc, const String& text, int 
 // ---- wxDBListBase ----
 
 wxBEGIN_EVENT_TABLE(wxDBListBase, wxDoubleBufferedWindow)
-    EVT_MOUSE_CAPTURE_LOST(wxDBListBase::CaptureLost) wxEND_EVENT_TABLE()
+    EVT_MOUSE_CAPTURE_LOST(wxDBListBase::CaptureLost)
+wxEND_EVENT_TABLE()
 
-        wxDBListBase::wxDBListBase(wxDBListCtrl* owner, wxWindow* parent)
+wxDBListBase::wxDBListBase(wxDBListCtrl* owner, wxWindow* parent)
     : wxDoubleBufferedWindow(parent, wxID_ANY, wxBORDER_NONE), m_list(owner) {}
 
 void wxDBListBase::CaptureLost(wxMouseCaptureLostEvent&) {}
@@ -244,12 +245,16 @@ void wxDBListBase::SendListEvent(wxEventType type, wxPoint point, int row) {
 
 // ---- wxDBListHeader: drawing ----
 
-wxBEGIN_EVENT_TABLE(wxDBListHeader, wxDBListBase) EVT_MOTION(wxDBListHeader::OnMotion)
-    EVT_LEFT_DOWN(wxDBListHeader::OnLDown) EVT_LEFT_UP(wxDBListHeader::OnLUp)
-        EVT_RIGHT_DOWN(wxDBListHeader::OnRDown) EVT_LEAVE_WINDOW(wxDBListHeader::OnLeave)
-            wxEND_EVENT_TABLE()
+wxBEGIN_EVENT_TABLE(wxDBListHeader, wxDBListBase)
+    EVT_MOTION(wxDBListHeader::OnMotion)
+    EVT_LEFT_DOWN(wxDBListHeader::OnLDown)
+    EVT_LEFT_DCLICK(wxDBListHeader::OnLDown)
+    EVT_LEFT_UP(wxDBListHeader::OnLUp)
+    EVT_RIGHT_DOWN(wxDBListHeader::OnRDown)
+    EVT_LEAVE_WINDOW(wxDBListHeader::OnLeave)
+wxEND_EVENT_TABLE()
 
-                wxDBListHeader::wxDBListHeader(wxDBListCtrl* owner, wxWindow* parent)
+wxDBListHeader::wxDBListHeader(wxDBListCtrl* owner, wxWindow* parent)
     : wxDBListBase(owner, parent), m_cursor(wxCURSOR_ARROW) {
     wxFont font = g_TableSettings.font;
     font.SetStyle(wxFONTSTYLE_ITALIC);
@@ -413,15 +418,19 @@ void wxDBListHeader::OnLeave(wxMouseEvent&) {
 
 // ---- wxDBListBody: rows ----
 
-wxBEGIN_EVENT_TABLE(wxDBListBody, wxDBListBase) EVT_LEFT_DOWN(wxDBListBody::OnLDown)
-    EVT_LEFT_UP(wxDBListBody::OnLUp) EVT_RIGHT_DOWN(wxDBListBody::OnRDown)
-        EVT_LEFT_DCLICK(wxDBListBody::OnDoubleClick) EVT_MOTION(wxDBListBody::OnMotion)
-            EVT_LEAVE_WINDOW(wxDBListBody::OnLeave) EVT_KEY_DOWN(wxDBListBody::OnKey)
-                EVT_TIMER(200, wxDBListBody::OnTooltipTimer)
-                    EVT_SYS_COLOUR_CHANGED(wxDBListBody::OnColors) wxEND_EVENT_TABLE()
+wxBEGIN_EVENT_TABLE(wxDBListBody, wxDBListBase)
+    EVT_LEFT_DOWN(wxDBListBody::OnLDown)
+    EVT_LEFT_UP(wxDBListBody::OnLUp)
+    EVT_RIGHT_DOWN(wxDBListBody::OnRDown)
+    EVT_LEFT_DCLICK(wxDBListBody::OnDoubleClick)
+    EVT_MOTION(wxDBListBody::OnMotion)
+    EVT_LEAVE_WINDOW(wxDBListBody::OnLeave)
+    EVT_KEY_DOWN(wxDBListBody::OnKey)
+    EVT_TIMER(200, wxDBListBody::OnTooltipTimer)
+    EVT_SYS_COLOUR_CHANGED(wxDBListBody::OnColors)
+wxEND_EVENT_TABLE()
 
-                        wxDBListBody::wxDBListBody(wxDBListCtrl* owner, wxWindow* parent,
-                                                   bool singleSelection)
+wxDBListBody::wxDBListBody(wxDBListCtrl* owner, wxWindow* parent, bool singleSelection)
     : wxDBListBase(owner, parent), m_tooltipTimer(this, 200), m_singleSelection(singleSelection),
       m_cursor(wxCURSOR_ARROW), m_cache(new _CellTextCache) {
     SetFont(g_TableSettings.font);

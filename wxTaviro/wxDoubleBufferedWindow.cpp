@@ -24,16 +24,18 @@ int Saturate(int64_t v) {
 
 // ---- construction ----
 
-wxBEGIN_EVENT_TABLE(wxDoubleBufferedWindow, wxWindow) EVT_PAINT(wxDoubleBufferedWindow::Paint)
-    EVT_ERASE_BACKGROUND(wxDoubleBufferedWindow::Erase) EVT_SIZE(wxDoubleBufferedWindow::Resize)
-        EVT_SYS_COLOUR_CHANGED(wxDoubleBufferedWindow::OnSysColorChange)
-            EVT_SCROLLWIN(wxDoubleBufferedWindow::Scroll)
-                EVT_MOUSEWHEEL(wxDoubleBufferedWindow::OnMouseWheel)
-                    EVT_TIMER(1, wxDoubleBufferedWindow::Timeout)
-                        EVT_CLOSE(wxDoubleBufferedWindow::Closing) wxEND_EVENT_TABLE()
+wxBEGIN_EVENT_TABLE(wxDoubleBufferedWindow, wxWindow)
+    EVT_PAINT(wxDoubleBufferedWindow::Paint)
+    EVT_ERASE_BACKGROUND(wxDoubleBufferedWindow::Erase)
+    EVT_SIZE(wxDoubleBufferedWindow::Resize)
+    EVT_SYS_COLOUR_CHANGED(wxDoubleBufferedWindow::OnSysColorChange)
+    EVT_SCROLLWIN(wxDoubleBufferedWindow::Scroll)
+    EVT_MOUSEWHEEL(wxDoubleBufferedWindow::OnMouseWheel)
+    EVT_TIMER(1, wxDoubleBufferedWindow::Timeout)
+    EVT_CLOSE(wxDoubleBufferedWindow::Closing)
+wxEND_EVENT_TABLE()
 
-                            wxDoubleBufferedWindow::wxDoubleBufferedWindow(wxWindow* parent, int id,
-                                                                           long style)
+wxDoubleBufferedWindow::wxDoubleBufferedWindow(wxWindow* parent, int id, long style)
     : wxWindow(parent, id, wxDefaultPosition, wxDefaultSize,
                style | wxHSCROLL | wxVSCROLL | wxWANTS_CHARS, wxASCII_STR(wxPanelNameStr)),
       m_timer(this, 1) {

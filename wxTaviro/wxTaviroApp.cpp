@@ -117,10 +117,11 @@ wxRendererNative* wxsTraits::CreateRenderer() {
 
 wxBEGIN_EVENT_TABLE(wxTaviroApp, wxApp)
     EVT_COMMAND(wxID_ANY, wxTAVIRO_MESSAGE_EVENT, wxTaviroApp::OnMessage)
-        EVT_QUERY_END_SESSION(wxTaviroApp::_EndSession) EVT_CHAR_HOOK(wxTaviroApp::KeyboardHook)
-            wxEND_EVENT_TABLE()
+    EVT_QUERY_END_SESSION(wxTaviroApp::_EndSession)
+    EVT_CHAR_HOOK(wxTaviroApp::KeyboardHook)
+wxEND_EVENT_TABLE()
 
-                wxTaviroApp::wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel)
+wxTaviroApp::wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel)
     : TaviroClientApp(fileLevel, echoLevel) {
     CALL_ENTRY("wxTaviroApp::wxTaviroApp");
     // A static member function cannot sit in the event table; bound here instead.

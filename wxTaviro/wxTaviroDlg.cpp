@@ -91,11 +91,15 @@ void wxTaviroDlg::CloseAll() {
 
 // ---- construction ----
 
-wxBEGIN_EVENT_TABLE(wxTaviroDlg, wxDialog) EVT_CLOSE(wxTaviroDlg::OnClose)
-    EVT_BUTTON(wxID_OK, wxTaviroDlg::OnOK) EVT_BUTTON(wxID_CANCEL, wxTaviroDlg::OnCancel)
-        EVT_INIT_DIALOG(wxTaviroDlg::OnInit) EVT_CHAR_HOOK(wxTaviroDlg::OnKey) wxEND_EVENT_TABLE()
+wxBEGIN_EVENT_TABLE(wxTaviroDlg, wxDialog)
+    EVT_CLOSE(wxTaviroDlg::OnClose)
+    EVT_BUTTON(wxID_OK, wxTaviroDlg::OnOK)
+    EVT_BUTTON(wxID_CANCEL, wxTaviroDlg::OnCancel)
+    EVT_INIT_DIALOG(wxTaviroDlg::OnInit)
+    EVT_CHAR_HOOK(wxTaviroDlg::OnKey)
+wxEND_EVENT_TABLE()
 
-            void wxTaviroDlg::_Register(const String& name, bool modal) {
+void wxTaviroDlg::_Register(const String& name, bool modal) {
     // A static member function cannot sit in the event table.
     Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
     std::lock_guard<std::recursive_mutex> l(s_DialogsMutex);

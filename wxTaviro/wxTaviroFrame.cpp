@@ -54,12 +54,15 @@ bool ParentIsActive(wxWindow* w) {
 
 // ---- construction ----
 
-wxBEGIN_EVENT_TABLE(wxTaviroFrame, wxFrame) EVT_MOVE(wxTaviroFrame::OnMove)
-    EVT_SIZE(wxTaviroFrame::OnSize) EVT_MENU_HIGHLIGHT_ALL(wxTaviroFrame::OnMenuOpen)
-        EVT_MENU_CLOSE(wxTaviroFrame::OnMenuClose) wxEND_EVENT_TABLE()
+wxBEGIN_EVENT_TABLE(wxTaviroFrame, wxFrame)
+    EVT_MOVE(wxTaviroFrame::OnMove)
+    EVT_SIZE(wxTaviroFrame::OnSize)
+    EVT_MENU_HIGHLIGHT_ALL(wxTaviroFrame::OnMenuOpen)
+    EVT_MENU_CLOSE(wxTaviroFrame::OnMenuClose)
+wxEND_EVENT_TABLE()
 
-            wxTaviroFrame::wxTaviroFrame(const wxString& title, const wxPoint& pos,
-                                         const wxSize& size, long style)
+wxTaviroFrame::wxTaviroFrame(const wxString& title, const wxPoint& pos, const wxSize& size,
+                             long style)
     : wxFrame(nullptr, wxID_ANY, title, pos, size, style) {
     CALL_ENTRY("wxTaviroFrame::wxTaviroFrame");
     // A static member function cannot sit in the event table.

@@ -397,7 +397,6 @@ int _TextLineStore::Find(std::string_view text, bool caseSensitive, int from, bo
 
 // ---- construction ----
 
-// clang-format off
 wxBEGIN_EVENT_TABLE(wxTextLineCtrl, wxDoubleBufferedWindow)
     EVT_KEY_DOWN(wxTextLineCtrl::OnKey)
     EVT_MOTION(wxTextLineCtrl::OnMouseMove)
@@ -411,9 +410,8 @@ wxBEGIN_EVENT_TABLE(wxTextLineCtrl, wxDoubleBufferedWindow)
     EVT_MOUSEWHEEL(wxTextLineCtrl::OnWheel)
     EVT_TIMER(1, wxTextLineCtrl::OnRedrawTimer)
 wxEND_EVENT_TABLE()
-    // clang-format on
 
-    wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent)
+wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent)
     : wxDoubleBufferedWindow(parent, -1, wxBORDER_NONE | wxWANTS_CHARS) {
     CALL_ENTRY("wxTextLineCtrl::wxTextLineCtrl");
     Manage(this);
@@ -898,7 +896,6 @@ void wxTextLineCtrl::DrawBitmap() {
 
 // ---- search panel ----
 
-// clang-format off
 wxBEGIN_EVENT_TABLE(_SearchTextCtrl, wxTextCtrl)
     EVT_KEY_DOWN(_SearchTextCtrl::OnKey)
 wxEND_EVENT_TABLE()
@@ -910,9 +907,8 @@ wxBEGIN_EVENT_TABLE(wxTextLineSearchPanel, wxsPanel)
     EVT_TEXT_ENTER(wxID_ANY, wxTextLineSearchPanel::OnSearch)
     EVT_CHECKBOX(wxID_ANY, wxTextLineSearchPanel::OnCheckCaseSensitive)
 wxEND_EVENT_TABLE()
-    // clang-format on
 
-    _SearchTextCtrl::_SearchTextCtrl(wxTextLineSearchPanel* panel, wxWindow* parent)
+_SearchTextCtrl::_SearchTextCtrl(wxTextLineSearchPanel* panel, wxWindow* parent)
     : wxTextCtrl(parent, -1, wxEmptyString, wxDefaultPosition, wxDefaultSize,
                  wxBORDER_NONE | wxTE_PROCESS_ENTER),
       m_Panel(panel) {

@@ -1,16 +1,19 @@
-// The buffered window's scroll model and merged redraws, and the fast list: text fitting, selection
-// rules, list events, header drags, column persistence, a table of half a billion rows and a cell
-// hook that throws.
+// The buffered window's scroll model and merged redraws, the master timer's tick, and the fast
+// list: text fitting, selection rules, list events, header drags, column persistence, a table of
+// half a billion rows and a cell hook that throws.
 #include "tests/support/WxTestHelpers.h"
 
 #include <wxTaviro/wxDBListCtrl.h>
 #include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTimed.h>
 
 #include <ostrum/Application.h>
 #include <ostrum/File.h>
+#include <ostrum/LibStatic.h>
 
 #include <wx/dcmemory.h>
 
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <tuple>
@@ -101,6 +104,44 @@ TEST(BufferedWindow, RequestsInsideOneDelayMergeIntoOneRepaint) {
     wxMilliSleep(200);
     PumpEvents();
     EXPECT_EQ(fired, std::vector<wxRect>{wxRect(10, 10, 100, 50)});
+}
+
+// ---- master timer ----
+
+struct Client : wxTimed {
+    int calls = 0;
+    void OnTimer() override { ++calls; }
+};
+// Destroys its neighbour (at a higher address, so walked after it) from inside the tick.
+struct Killer : Client {
+    std::optional<Client> victim{std::in_place};
+    void OnTimer() override { victim.reset(); }
+};
+
+TEST(MasterTimer, TicksSignalsAndClientsAndStopsWithoutClients) {
+    LibStatic::Cleanup("wxMasterTimer"); // a fresh timer at tick 0
+    int fast = 0, slow = 0;
+    wxTimed::s_Timer0100.Connect([&] { ++fast; });
+    wxTimed::s_Timer0250.Connect([&] { ++slow; });
+    auto client = std::make_unique<Client>();
+    for (int i = 0; i < 20; ++i)
+        g_MasterTimer->Notify();
+    EXPECT_EQ(fast, 10);
+    EXPECT_EQ(slow, 4);
+    EXPECT_EQ(client->calls, 4);
+    {
+        Killer killer;
+        for (int i = 0; i < 5; ++i)
+            g_MasterTimer->Notify();
+        EXPECT_FALSE(killer.victim);
+    }
+    client.reset();
+    EXPECT_FALSE(g_MasterTimer->IsTicking());
+    LibStatic::Cleanup("wxMasterTimer");
+    EXPECT_EQ(g_MasterTimer, nullptr);
+    fast = 0;
+    wxTimed::s_Timer0100.Emit(); // clean-up dropped the slots
+    EXPECT_EQ(fast, 0);
 }
 
 // ---- the list ----

@@ -1,0 +1,551 @@
+// The demo's jobs page.
+//
+// Sections: columns and texts; construction and layout; farm messages (notes); the tick (apply,
+// drop, place, sort); sort keys; list hooks; selection and header events.
+#include "demo/JobsView.h"
+
+#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroColors.h>
+
+#include <taviro/JobFactory.h>
+
+#include <ostrum/StringTokenizer.h>
+
+#include <wx/datetime.h>
+#include <wx/menu.h>
+
+#include <ostrum/Log.h>
+
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+
+namespace {
+
+// ---- columns and texts ----
+
+struct _ColumnInfo {
+    const char* label;
+    int width; // DIPs
+};
+const _ColumnInfo k_Columns[k_JobsColumnCount] = {
+    {"Name", 170},   {"Type", 110},  {"Status", 80},    {"Progress", 85},
+    {"Frames", 110}, {"Engine", 70}, {"Submitted", 95}, {"Elapsed", 75},
+};
+const char* const k_Section = "Jobs Page";
+const char* const k_SizesKey = "Column Sizes";
+const char* const k_OrderKey = "Column Order";
+const char* const k_Up = " \xe2\x96\xb2";   // U+25B2, ascending
+const char* const k_Down = " \xe2\x96\xbc"; // U+25BC, descending
+
+// The column types whose shown value a message parameter changes.
+unsigned MaskOf(const String& parameter) {
+    if (parameter == p_Name) return 1u << k_JobsName;
+    if (parameter == p_Type) return 1u << k_JobsType;
+    if (parameter == p_Status) return (1u << k_JobsStatus) | (1u << k_JobsElapsed);
+    if (parameter == p_Progress) return 1u << k_JobsProgress;
+    if (parameter == p_Frames) return 1u << k_JobsFrames;
+    if (parameter == p_Engine) return 1u << k_JobsEngine;
+    return 0;
+}
+
+// The number of frames of a frame list such as "1-25,26-50".
+long long FrameCount(const String& list) {
+    long long count = 0;
+    StringTokenizer parts(list, ",", '"', '\\');
+    while (parts.HasMoreTokens()) {
+        const String part = parts.NextToken();
+        const size_t dash = part.find('-', 1);
+        const long long first = atoll(part.c_str());
+        const long long last = dash == String::npos ? first : atoll(part.c_str() + dash + 1);
+        if (last >= first) count += last - first + 1;
+    }
+    return count;
+}
+
+double MillisecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+        .count();
+}
+
+String Duration(int seconds) {
+    if (seconds < 3600) return SFormat("%d:%02d", seconds / 60, seconds % 60);
+    return SFormat("%d:%02d:%02d", seconds / 3600, seconds / 60 % 60, seconds % 60);
+}
+
+} // namespace
+
+int NaturalCompare(const String& a, const String& b) {
+    size_t i = 0, j = 0;
+    while (i < a.size() && j < b.size()) {
+        if (isdigit((unsigned char)a[i]) && isdigit((unsigned char)b[j])) {
+            while (i < a.size() && a[i] == '0')
+                ++i;
+            while (j < b.size() && b[j] == '0')
+                ++j;
+            size_t ei = i, ej = j;
+            while (ei < a.size() && isdigit((unsigned char)a[ei]))
+                ++ei;
+            while (ej < b.size() && isdigit((unsigned char)b[ej]))
+                ++ej;
+            if (ei - i != ej - j) return ei - i < ej - j ? -1 : 1; // more digits, larger
+            const int c = a.compare(i, ei - i, b, j, ej - j);
+            if (c) return c;
+            i = ei, j = ej;
+        } else {
+            if (a[i] != b[j]) return (unsigned char)a[i] < (unsigned char)b[j] ? -1 : 1;
+            ++i, ++j;
+        }
+    }
+    return (i < a.size()) - (j < b.size());
+}
+
+// ---- construction and layout ----
+
+JobsView::JobsView(wxWindow* parent, JobFinder find)
+    : wxDBListCtrl(parent, wxID_ANY, false), m_Find(std::move(find)),
+      m_Epoch(std::time(nullptr) - 1) {
+    for (int t = 0; t < k_JobsColumnCount; ++t)
+        AddColumn(t, k_Columns[t].label, FromDIP(k_Columns[t].width));
+    Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent& e) {
+        if (!m_Quiet) Select((int)e.GetIndex(), true);
+        e.Skip();
+    });
+    Bind(wxEVT_LIST_ITEM_DESELECTED, [this](wxListEvent& e) {
+        if (!m_Quiet) Select((int)e.GetIndex(), false);
+        e.Skip();
+    });
+    Bind(wxEVT_LIST_COL_CLICK, &JobsView::OnColumnClick, this);
+    Bind(wxEVT_LIST_COL_RIGHT_CLICK, &JobsView::OnColumnMenu, this);
+}
+
+void JobsView::SaveLayout() {
+    Application* app = Application::the_Application;
+    if (!app || !app->GetOptions()) return;
+    String order;
+    for (int i = 0; i < GetColumnCount(); ++i)
+        order += (i ? ", " : "") + String::FromInt(GetColumn(i).type);
+    app->GetOptions()->SetValue(k_Section, k_OrderKey, order);
+    SaveColumnSizes(k_Section, k_SizesKey);
+}
+
+void JobsView::RestoreLayout() {
+    Application* app = Application::the_Application;
+    if (!app || !app->GetOptions()) return;
+    // The saved types in order; unknown or repeated ones are skipped, missing ones stay behind.
+    StringTokenizer types(app->GetOptions()->GetValue(k_Section, k_OrderKey, ""), ",", '"', '\\');
+    int position = 0;
+    while (types.HasMoreTokens()) {
+        bool ok = false;
+        const int type = String(types.NextToken()).Trimmed().ToInt(-1, &ok);
+        const int at = ok ? FindColumnByType(type) : -1;
+        if (at < position) continue;
+        MoveColumn(at, position++);
+    }
+    RestoreColumnSizes(k_Section, k_SizesKey);
+    ShowSortInLabels();
+    Redraw();
+}
+
+// ---- farm messages ----
+
+void JobsView::OnFarmMessage(const Message& message) {
+    const int when = int(std::time(nullptr) - m_Epoch);
+    std::lock_guard<std::mutex> lock(m_NotesMutex);
+    Note(message, when);
+}
+
+void JobsView::Note(const Message& m, int when) {
+    switch (m.GetType()) {
+    case k_MsgJobBatch:
+        for (const auto& part : m.m_Batch)
+            if (part) Note(*part, when);
+        break;
+    case k_MsgJobCreated:
+    case k_MsgJobChanged: {
+        unsigned mask = 0;
+        for (const auto& p : m.m_Params)
+            mask |= MaskOf(p.first);
+        auto status = m.m_Params.find(p_Status);
+        const int s = status == m.m_Params.end() ? -1 : status->second.ToInt(k_JobUnknown);
+        if (mask || m.GetType() == k_MsgJobCreated)
+            m_Notes.push_back({m.GetJob(), m.GetType(), mask, s, when});
+        break;
+    }
+    case k_MsgJobRemoved:
+        m_Notes.push_back({m.GetJob(), k_MsgJobRemoved, 0, -1, when});
+        break;
+    default:
+        break;
+    }
+}
+
+// ---- the tick ----
+
+void JobsView::Update(std::time_t now) {
+    const int second = std::max(1, int(now - m_Epoch));
+    const bool newSecond = second != m_Now;
+    m_Now = second;
+    std::vector<_Note> notes;
+    {
+        std::lock_guard<std::mutex> lock(m_NotesMutex);
+        notes.swap(m_Notes);
+    }
+    // Running jobs' elapsed times move on by themselves.
+    const int elapsed = FindColumnByType(k_JobsElapsed);
+    if (newSecond && elapsed >= 0) RedrawColumn(elapsed);
+    if (notes.empty()) return;
+    const auto start = std::chrono::steady_clock::now();
+    const int anchorRow = GetLastSelect();
+    _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
+
+    std::vector<_Entry*> fresh, moving, touched, gone;
+    for (const _Note& n : notes)
+        ApplyNote(n, fresh, moving, touched, gone);
+    if (anchor && anchor->gone) anchor = nullptr;
+    const bool rearranged = !fresh.empty() || !moving.empty() || !gone.empty();
+    const size_t placed = fresh.size() + moving.size(), dropped = gone.size();
+    if (!gone.empty() || !moving.empty()) DropRows(gone);
+    // A job moved and then removed in one tick is not placed again.
+    moving.insert(moving.end(), fresh.begin(), fresh.end());
+    moving.erase(std::remove_if(moving.begin(), moving.end(), [](_Entry* e) { return e->gone; }),
+                 moving.end());
+    Place(moving);
+    // Gone entries leave last: until here their flags were still read.
+    for (_Entry* e : gone)
+        if (e->gone) m_Entries.erase(e->job->GetID());
+    if (rearranged) {
+        Renumber();
+        m_Quiet = true;
+        SetItemCount((int)m_Rows.size());
+        m_Quiet = false;
+        if (anchor) SetLastSelect(anchor->row);
+        GetBody()->Redraw();
+    } else {
+        for (_Entry* e : touched)
+            RedrawItem(e->row);
+    }
+    if (m_LogTicks)
+        LogInfo(SFormat("Jobs tick: %zu notes, %zu placed, %zu removed, %zu rows, %.1f ms",
+                        notes.size(), placed, dropped, m_Rows.size(), MillisecondsSince(start)));
+}
+
+void JobsView::ApplyNote(const _Note& note, std::vector<_Entry*>& fresh,
+                         std::vector<_Entry*>& moving, std::vector<_Entry*>& touched,
+                         std::vector<_Entry*>& gone) {
+    auto it = m_Entries.find(note.job);
+    if (note.kind == k_MsgJobRemoved) {
+        if (it != m_Entries.end() && !it->second.gone) {
+            it->second.gone = true;
+            gone.push_back(&it->second);
+        }
+        return;
+    }
+    if (it == m_Entries.end()) {
+        // A change of a job never seen created counts as its creation.
+        JobPtr job = m_Find(note.job);
+        if (!job) return;
+        _Entry& e = m_Entries[note.job];
+        e.job = std::move(job);
+        e.seq = m_NextSeq++;
+        e.submitted = note.when;
+        e.status = (int8_t)e.job->GetStatus();
+        if (e.status == k_JobRunning) e.started = note.when;
+        fresh.push_back(&e);
+        return;
+    }
+    _Entry& e = it->second;
+    e.gone = false; // removed and announced again in one tick: it stays
+    if (note.status >= 0 && note.status != e.status) {
+        if (note.status == k_JobRunning) {
+            e.started = note.when;
+            e.ended = 0;
+        } else if (e.status == k_JobRunning) {
+            e.ended = note.when;
+        } else if (note.status == k_JobWaiting) {
+            e.started = e.ended = 0;
+        }
+        e.status = (int8_t)note.status;
+    }
+    if (e.row < 0 || e.moving) return; // placed this tick anyway
+    if (m_SortType >= 0 && (note.mask & (1u << m_SortType))) {
+        e.moving = true;
+        moving.push_back(&e);
+    } else {
+        touched.push_back(&e);
+    }
+}
+
+void JobsView::DropRows(std::vector<_Entry*>& gone) {
+    std::vector<int> rows;
+    for (_Entry* e : gone) {
+        if (!e->gone) continue;
+        if (e->row >= 0) rows.push_back(e->row);
+        if (e->selected) m_Selected.erase(e);
+        e->selected = false;
+    }
+    // The list removes rows by number; from the bottom up, so the numbers stay right.
+    std::sort(rows.rbegin(), rows.rend());
+    m_Quiet = true;
+    if (rows.size() <= 256)
+        for (int r : rows)
+            Remove(r);
+    else // many: the list only counts rows, so take them off the end at once
+        Remove(GetItemCount() - (int)rows.size(), (unsigned long)rows.size());
+    m_Quiet = false;
+    m_Rows.erase(std::remove_if(m_Rows.begin(), m_Rows.end(),
+                                [](_Entry* e) { return e->gone || e->moving; }),
+                 m_Rows.end());
+}
+
+void JobsView::Place(std::vector<_Entry*>& entries) {
+    if (entries.empty()) return;
+    for (_Entry* e : entries)
+        e->moving = false;
+    // Arrival order, or too many to place one by one: append and sort all.
+    if (m_SortType < 0 || entries.size() * 8 > m_Rows.size()) {
+        std::sort(entries.begin(), entries.end(),
+                  [](const _Entry* a, const _Entry* b) { return a->seq < b->seq; });
+        const bool tail =
+            m_SortType < 0 && (m_Rows.empty() || m_Rows.back()->seq < entries[0]->seq);
+        m_Rows.insert(m_Rows.end(), entries.begin(), entries.end());
+        if (!tail) FullSort();
+        return;
+    }
+    std::vector<std::pair<_Key, _Entry*>> keyed;
+    keyed.reserve(entries.size());
+    for (_Entry* e : entries)
+        keyed.emplace_back(KeyOf(*e), e);
+    std::sort(keyed.begin(), keyed.end(),
+              [this](const auto& a, const auto& b) { return Before(a.first, b.first); });
+    // Each finds its place by binary search after the one before it; one pass copies the rows.
+    std::vector<_Entry*> rows;
+    rows.reserve(m_Rows.size() + keyed.size());
+    size_t from = 0;
+    for (const auto& k : keyed) {
+        size_t lo = from, hi = m_Rows.size();
+        while (lo < hi) {
+            const size_t mid = lo + (hi - lo) / 2;
+            if (Before(KeyOf(*m_Rows[mid]), k.first))
+                lo = mid + 1;
+            else
+                hi = mid;
+        }
+        rows.insert(rows.end(), m_Rows.begin() + (long)from, m_Rows.begin() + (long)lo);
+        rows.push_back(k.second);
+        from = lo;
+    }
+    rows.insert(rows.end(), m_Rows.begin() + (long)from, m_Rows.end());
+    m_Rows.swap(rows);
+}
+
+void JobsView::FullSort() {
+    if (m_SortType < 0) {
+        std::sort(m_Rows.begin(), m_Rows.end(),
+                  [](const _Entry* a, const _Entry* b) { return a->seq < b->seq; });
+        return;
+    }
+    // Keys are read once each: reading a job's parameter takes its lock.
+    std::vector<std::pair<_Key, _Entry*>> keyed;
+    keyed.reserve(m_Rows.size());
+    for (_Entry* e : m_Rows)
+        keyed.emplace_back(KeyOf(*e), e);
+    std::sort(keyed.begin(), keyed.end(),
+              [this](const auto& a, const auto& b) { return Before(a.first, b.first); });
+    for (size_t i = 0; i < keyed.size(); ++i)
+        m_Rows[i] = keyed[i].second;
+}
+
+void JobsView::Renumber() {
+    for (size_t i = 0; i < m_Rows.size(); ++i)
+        m_Rows[i]->row = (int)i;
+}
+
+void JobsView::SortBy(int type, bool ascending) {
+    m_SortType = type >= 0 && type < k_JobsColumnCount ? type : -1;
+    m_Ascending = ascending;
+    const auto start = std::chrono::steady_clock::now();
+    const int anchorRow = GetLastSelect();
+    _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
+    FullSort();
+    Renumber();
+    if (anchor) SetLastSelect(anchor->row);
+    ShowSortInLabels();
+    Redraw();
+    if (m_LogTicks)
+        LogInfo(SFormat("Jobs sort by %d %s: %zu rows, %.1f ms", m_SortType,
+                        m_Ascending ? "ascending" : "descending", m_Rows.size(),
+                        MillisecondsSince(start)));
+}
+
+void JobsView::ShowSortInLabels() {
+    for (int i = 0; i < GetColumnCount(); ++i) {
+        const int type = GetColumn(i).type;
+        String label = k_Columns[type].label;
+        if (type == m_SortType) label += m_Ascending ? k_Up : k_Down;
+        if (label != GetColumn(i).label) SetColumnLabel(i, label);
+    }
+}
+
+// ---- sort keys ----
+
+JobsView::_Key JobsView::KeyOf(const _Entry& e) const {
+    _Key k;
+    k.seq = e.seq;
+    const Job& job = *e.job;
+    switch (m_SortType) {
+    case k_JobsName:
+        k.text = job.Name();
+        break;
+    case k_JobsType:
+        k.text = const_cast<JobsView*>(this)->TypeName(e.job);
+        break;
+    case k_JobsStatus:
+        k.number = job.GetStatus();
+        break;
+    case k_JobsProgress:
+        k.number = job.GetParameter(p_Progress).ToInt();
+        break;
+    case k_JobsFrames:
+        k.number = FrameCount(job.GetParameter(p_Frames));
+        break;
+    case k_JobsEngine:
+        k.text = job.GetParameter(p_Engine);
+        break;
+    case k_JobsSubmitted:
+        k.number = e.submitted;
+        break;
+    case k_JobsElapsed:
+        k.number = Elapsed(e);
+        break;
+    default:
+        break;
+    }
+    return k;
+}
+
+bool JobsView::Before(const _Key& a, const _Key& b) const {
+    if (a.number != b.number) return (a.number < b.number) == m_Ascending;
+    if (const int c = NaturalCompare(a.text, b.text)) return (c < 0) == m_Ascending;
+    return a.seq < b.seq; // ties keep their arrival order both ways
+}
+
+int JobsView::Elapsed(const _Entry& e) const {
+    if (!e.started) return -1;
+    return std::max(0, (e.ended ? e.ended : m_Now) - e.started);
+}
+
+String JobsView::TypeName(const JobPtr& job) {
+    const String type = job->GetParameter(p_Type);
+    auto it = m_TypeNames.find(type);
+    if (it != m_TypeNames.end()) return it->second;
+    String name = JobFactory::s_JobFactory.GetTypeInfo(UID(type, false), false).name;
+    return m_TypeNames[type] = name.empty() ? String("-") : name;
+}
+
+// ---- list hooks ----
+
+JobPtr JobsView::GetJob(int row) const {
+    return row >= 0 && row < (int)m_Rows.size() ? m_Rows[row]->job : JobPtr();
+}
+
+bool JobsView::IsRowSelected(int row) {
+    return row >= 0 && row < (int)m_Rows.size() && m_Rows[row]->selected;
+}
+
+std::vector<int> JobsView::GetSelection() {
+    std::vector<int> rows;
+    rows.reserve(m_Selected.size());
+    for (const _Entry* e : m_Selected)
+        rows.push_back(e->row);
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
+String JobsView::GetDisplayText(int row, int column) {
+    if (row < 0 || row >= (int)m_Rows.size() || column < 0 || column >= GetColumnCount())
+        return String();
+    const _Entry& e = *m_Rows[row];
+    const Job& job = *e.job;
+    switch (GetColumn(column).type) {
+    case k_JobsName:
+        return job.Name();
+    case k_JobsType:
+        return TypeName(e.job);
+    case k_JobsStatus:
+        return JobStatusName(job.GetStatus());
+    case k_JobsProgress:
+        return job.GetParameter(p_Progress) + "%";
+    case k_JobsFrames:
+        return job.GetParameter(p_Frames);
+    case k_JobsEngine:
+        return job.GetParameter(p_Engine);
+    case k_JobsSubmitted: {
+        const wxDateTime at(time_t(m_Epoch + e.submitted));
+        const bool today = at.IsSameDate(wxDateTime::Now());
+        return wxToString(today ? at.FormatISOTime() : at.FormatISOCombined(' '));
+    }
+    case k_JobsElapsed: {
+        const int seconds = Elapsed(e);
+        return seconds < 0 ? String() : Duration(seconds);
+    }
+    default:
+        return String();
+    }
+}
+
+wxColour JobsView::GetRowColor(int row) {
+    // On the selection colour the status colours (the greys above all) read poorly; the
+    // status column still tells.
+    if (row < 0 || row >= (int)m_Rows.size() || m_Rows[row]->selected)
+        return wxsGetColor(color_Text);
+    switch (m_Rows[row]->job->GetStatus()) {
+    case k_JobRunning:
+        return wxsGetColor(color_TextGreen);
+    case k_JobPaused:
+        return wxsGetColor(color_TextYellow);
+    case k_JobDone:
+    case k_JobArchived:
+        return wxsGetColor(color_TextGrey);
+    case k_JobFailed:
+        return wxsGetColor(color_TextRed);
+    case k_JobAborted:
+        return wxsGetColor(color_TextOrange);
+    default:
+        return wxsGetColor(color_Text);
+    }
+}
+
+// ---- selection and header events ----
+
+void JobsView::Select(int row, bool on) {
+    if (row < 0 || row >= (int)m_Rows.size()) return;
+    _Entry* e = m_Rows[row];
+    if (e->selected == on) return;
+    e->selected = on;
+    if (on)
+        m_Selected.insert(e);
+    else
+        m_Selected.erase(e);
+    RedrawItem(row);
+}
+
+void JobsView::OnColumnClick(wxListEvent& event) {
+    const int column = event.GetColumn();
+    if (column < 0 || column >= GetColumnCount()) return;
+    const int type = GetColumn(column).type;
+    // First click ascending, each further click on the same column turns the order.
+    SortBy(type, type == m_SortType ? !m_Ascending : true);
+}
+
+void JobsView::OnColumnMenu(wxListEvent& event) {
+    const int column = event.GetColumn();
+    if (column < 0 || column >= GetColumnCount()) return;
+    wxMenu menu;
+    menu.Append(wxID_BACKWARD, "Move left")->Enable(column > 0);
+    menu.Append(wxID_FORWARD, "Move right")->Enable(column + 1 < GetColumnCount());
+    // The header has no drag-reordering: this menu is the way to order the columns.
+    const int chosen = GetPopupMenuSelectionFromUser(menu);
+    if (chosen == wxID_BACKWARD) MoveColumn(column, column - 1);
+    if (chosen == wxID_FORWARD) MoveColumn(column, column + 1);
+}

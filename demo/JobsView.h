@@ -1,0 +1,133 @@
+// The demo's jobs page: every job of the farm in the fast list, live, sortable by any column,
+// with a multiple selection that follows the jobs (not the rows) through re-sorting.
+//
+// The list holds no data: this view keeps the rows (row -> job) and each job's row (job ->
+// row). Farm messages only note what changed; a 250 ms tick applies the notes, moves the
+// jobs whose sort key changed (a binary search each, one pass over the rows) and schedules
+// redraws, so a busy farm of a million jobs costs a pass per tick, not a sort per message.
+#pragma once
+
+#include <wxTaviro/wxDBListCtrl.h>
+#include <wxTaviro/wxTimed.h>
+
+#include <taviro/Job.h>
+#include <taviro/Message.h>
+
+#include <ctime>
+#include <functional>
+#include <mutex>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+// The columns, by type; the type is what the saved column order lists.
+enum JobsColumn {
+    k_JobsName,
+    k_JobsType,
+    k_JobsStatus,
+    k_JobsProgress,
+    k_JobsFrames,
+    k_JobsEngine,
+    k_JobsSubmitted,
+    k_JobsElapsed,
+    k_JobsColumnCount
+};
+
+class JobsView : public wxDBListCtrl, public wxTimed {
+public:
+    // `find` gives the farm's job of an identifier (null when the farm has none).
+    using JobFinder = std::function<JobPtr(const UID&)>;
+    JobsView(wxWindow* parent, JobFinder find);
+
+    // Notes what a farm message changed (any thread); the next tick applies it.
+    void OnFarmMessage(const Message& message);
+    // Applies the noted changes; `now` is the wall time in seconds. The tick calls it.
+    void Update(std::time_t now);
+    void OnTimer() override { Update(std::time(nullptr)); }
+
+    // Sorts by the column of that type (-1: the order in which the jobs arrived).
+    void SortBy(int type, bool ascending);
+    int GetSortType() const { return m_SortType; }
+    bool IsSortAscending() const { return m_Ascending; }
+    // The job shown in a row (null outside the table).
+    JobPtr GetJob(int row) const;
+    size_t GetSelectedCount() const { return m_Selected.size(); }
+    // Logs what each tick and each sort applied, and how long it took.
+    void LogTicks(bool on) { m_LogTicks = on; }
+
+    // Column widths and order, under the demo's own keys of the options file.
+    void SaveLayout();
+    void RestoreLayout();
+
+    bool IsRowSelected(int row) override;
+    std::vector<int> GetSelection() override;
+    String GetDisplayText(int row, int column) override;
+    wxColour GetRowColor(int row) override;
+
+private:
+    // One job as the view knows it. Times are seconds since the view began (0: unknown).
+    struct _Entry {
+        JobPtr job;
+        uint32_t seq = 0; // arrival number: the unsorted order and the tie-breaker
+        int row = -1;     // -1 while not placed
+        int submitted = 0;
+        int started = 0;
+        int ended = 0;
+        int8_t status = k_JobUnknown;
+        bool selected = false;
+        bool moving = false; // taken out, to be placed again
+        bool gone = false;
+    };
+    // What one message said about one job.
+    struct _Note {
+        UID job;
+        int kind;      // k_MsgJobCreated, k_MsgJobChanged or k_MsgJobRemoved
+        unsigned mask; // bit per column type whose value changed
+        int status;    // the new status, -1 when unchanged
+        int when;
+    };
+    struct _Key {
+        long long number = 0;
+        String text;
+        uint32_t seq = 0;
+    };
+
+    void Note(const Message& m, int when);
+    void ApplyNote(const _Note& note, std::vector<_Entry*>& fresh, std::vector<_Entry*>& moving,
+                   std::vector<_Entry*>& touched, std::vector<_Entry*>& gone);
+    // Takes the gone rows out of the list and every gone or moving entry out of the rows.
+    void DropRows(std::vector<_Entry*>& gone);
+    // Places fresh and moving entries: binary insertion when few, a full sort otherwise.
+    void Place(std::vector<_Entry*>& entries);
+    void FullSort();
+    void Renumber();
+    _Key KeyOf(const _Entry& e) const;
+    bool Before(const _Key& a, const _Key& b) const;
+    void ShowSortInLabels();
+    int Elapsed(const _Entry& e) const;
+    String TypeName(const JobPtr& job);
+    void Select(int row, bool on);
+    void OnColumnClick(wxListEvent& event);
+    void OnColumnMenu(wxListEvent& event);
+
+    JobFinder m_Find;
+    std::time_t m_Epoch;
+    int m_Now = 1;
+    std::unordered_map<UID, _Entry> m_Entries;
+    std::vector<_Entry*> m_Rows;
+    std::unordered_set<_Entry*> m_Selected;
+    uint32_t m_NextSeq = 0;
+    int m_SortType = -1;
+    bool m_Ascending = true;
+    // Set while the view itself changes the row count: the list's deselect events for
+    // removed rows are the view's own doing then.
+    bool m_Quiet = false;
+    bool m_LogTicks = false;
+    std::unordered_map<String, String> m_TypeNames;
+
+    std::mutex m_NotesMutex;
+    std::vector<_Note> m_Notes;
+};
+
+// Compares texts with runs of digits taken as numbers ("Job 9" before "Job 10"): <0, 0, >0.
+int NaturalCompare(const String& a, const String& b);
