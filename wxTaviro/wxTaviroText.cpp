@@ -562,6 +562,7 @@ String wxsGetTextFromUser(const wxString& message, const wxString& caption,
                           const wxString& defaultValue, wxWindow* parent) {
     CALL_ENTRY("wxsGetTextFromUser");
     wxsTextDlg dlg(parent, message, caption, defaultValue);
-    if (dlg.ShowModal() == wxID_CANCEL) return String();
+    // The dialog base ends a cancelled modal dialog with 0, not wxID_CANCEL: only OK counts.
+    if (dlg.ShowModal() != wxID_OK) return String();
     return wxToString(dlg.GetTextCtrl()->GetValue());
 }
