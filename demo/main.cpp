@@ -4,7 +4,7 @@
 // collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|colours] [--open-windows] [--open-dialog settings]
+//               [--page farm|colours] [--open-windows] [--open-dialog settings|rename]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 // --log-refreshes writes a line per refresh of the main window to the log, to watch that the
@@ -527,6 +527,8 @@ public:
         m_Frame->LoadWindowPosition();
         m_Frame->Show();
         if (m_OpenDialog == "settings") m_Frame->OpenSettings();
+        if (m_OpenDialog == "rename")
+            m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, ID_RENAME_VIEW));
         if (m_OpenWindows) {
             for (int id : {ID_OPEN_JOBS, ID_OPEN_LOG})
                 m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, id));
@@ -620,6 +622,7 @@ int main(int argc, char** argv) {
         "  --page farm|colours  the page to show\n"
         "  --open-windows       open the jobs and log windows\n"
         "  --open-dialog settings  open the Settings dialog\n"
+        "  --open-dialog rename    ask for a new name of the current view\n"
         "  --log-refreshes      log a line per refresh of the main window\n");
     return code >= 0 ? code : wxEntry(argc, argv);
 }
