@@ -4,7 +4,7 @@
 // collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|jobs|colours|log] [--open-windows] [--open-dialog settings]
+//               [--page farm|jobs|colours|log] [--open-windows] [--open-dialog settings|rename]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 // --log-refreshes writes a line per refresh of the main window, and per update and sort of the
@@ -22,6 +22,7 @@
 #include <wxTaviro/wxTaviroColors.h>
 #include <wxTaviro/wxTaviroDlg.h>
 #include <wxTaviro/wxTaviroFrame.h>
+#include <wxTaviro/wxTaviroText.h>
 
 #include <taviro/JobFactory.h>
 #include <taviro/SimulatedMaster.h>
@@ -55,6 +56,7 @@ enum {
     ID_OPEN_JOBS,
     ID_OPEN_LOG,
     ID_OPEN_LOAD,
+    ID_RENAME_VIEW,
     ID_SETTINGS,
     ID_RESET_QUESTIONS,
     ID_SCHEME_FIRST, // five scheme items follow
@@ -90,6 +92,26 @@ public:
             m_Schemes.push_back(radio);
         }
         top->Add(schemes, 0, wxLEFT | wxRIGHT, gap * 2);
+        top->Add(NewStaticLine("Client"), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
+        auto* client = new wxFlexGridSizer(2, FromDIP(6), gap);
+        client->AddGrowableCol(1);
+        client->Add(NewStatic("User name"), 0, wxALIGN_CENTER_VERTICAL);
+        client->Add(new wxsTextCtrl(this, wxID_ANY, wxGetUserId()), 0, wxEXPAND);
+        client->Add(NewStatic("Log detail"), 0, wxALIGN_CENTER_VERTICAL);
+        const wxString details[] = {"Errors only", "Warnings and errors", "Everything"};
+        auto* detail = new wxsChoice(this, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+                                     wxArrayString(3, details));
+        detail->SetSelection(1);
+        client->Add(detail, 0, wxEXPAND);
+        client->Add(NewStatic("Default pool"), 0, wxALIGN_CENTER_VERTICAL);
+        const wxString pools[] = {"all", "render", "render.gpu", "simulation"};
+        for (const wxString& pool : pools)
+            wxsAutoCompleter::AddWord(pool);
+        auto* pool = new wxsComboBox(this, wxID_ANY, "render", wxDefaultPosition, wxDefaultSize,
+                                     wxArrayString(4, pools));
+        pool->GetTextCtrl()->AutoComplete(new wxsAutoCompleter);
+        client->Add(pool, 0, wxEXPAND);
+        top->Add(client, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap * 2);
         top->Add(NewStaticLine("Questions"), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
         m_AskShutdown = new wxsCheckBox(this, wxID_ANY, "Ask before ordering a shutdown");
         Application* app = Application::the_Application;
@@ -258,6 +280,8 @@ private:
         view->Append(ID_OPEN_JOBS, "&Jobs\tCtrl+J");
         view->Append(ID_OPEN_LOG, "Farm &log\tCtrl+L");
         view->Append(ID_OPEN_LOAD, "Engine load &history");
+        view->AppendSeparator();
+        view->Append(ID_RENAME_VIEW, "&Rename view...");
         auto* colours = new wxMenu;
         for (int i = 0; i < 5; ++i)
             colours->AppendRadioItem(ID_SCHEME_FIRST + i, k_SchemeNames[i]);
@@ -274,6 +298,16 @@ private:
             wxEVT_MENU, [this](wxCommandEvent&) { OrderShutdown(); }, ID_SHUTDOWN);
         Bind(
             wxEVT_MENU, [this](wxCommandEvent&) { OpenSettings(); }, ID_SETTINGS);
+        Bind(
+            wxEVT_MENU,
+            [this](wxCommandEvent&) {
+                const int page = m_Book->GetSelection();
+                if (page == wxNOT_FOUND) return;
+                const String name = wxsGetTextFromUser("New name of this view:", "Rename view",
+                                                       m_Book->GetPageText(page), this);
+                if (!name.empty()) m_Book->SetPageText(page, wxString::FromUTF8(name.c_str()));
+            },
+            ID_RENAME_VIEW);
         Bind(
             wxEVT_MENU, [](wxCommandEvent&) { wxConfirmDlg::ResetAll(); }, ID_RESET_QUESTIONS);
         Bind(
@@ -503,6 +537,8 @@ public:
         m_Frame->LoadWindowPosition();
         m_Frame->Show();
         if (m_OpenDialog == "settings") m_Frame->OpenSettings();
+        if (m_OpenDialog == "rename")
+            m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, ID_RENAME_VIEW));
         if (m_OpenWindows) {
             for (int id : {ID_OPEN_JOBS, ID_OPEN_LOG})
                 m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, id));
@@ -596,6 +632,7 @@ int main(int argc, char** argv) {
         "  --page farm|jobs|colours|log  the page to show\n"
         "  --open-windows       open the jobs and log windows\n"
         "  --open-dialog settings  open the Settings dialog\n"
+        "  --open-dialog rename    ask for a new name of the current view\n"
         "  --log-refreshes      log a line per refresh of the main window\n");
     return code >= 0 ? code : wxEntry(argc, argv);
 }

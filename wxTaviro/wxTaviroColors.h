@@ -2,7 +2,8 @@
 // the palette renderer and the themed buttons and toggles.
 //
 // Sections: palette; colour schemes; wxsColorManaged; drawing helpers; wxsRenderer; wxsButton;
-// wxsCheckBox and wxsRadioButton; thin themed wrappers.
+// wxsCheckBox and wxsRadioButton; thin themed wrappers. The text field, choice, combo box,
+// completer and text prompt live in wxTaviroText.h.
 //
 // Everything here is for the GUI thread only. Windows store slot names, never colour values, and
 // read the palette when they paint or when a system-colour-changed event reaches them.
