@@ -896,7 +896,7 @@ void wxTextLineCtrl::DrawBitmap() {
 
 // ---- search panel ----
 
-wxBEGIN_EVENT_TABLE(_SearchTextCtrl, wxTextCtrl)
+wxBEGIN_EVENT_TABLE(_SearchTextCtrl, wxsTextCtrl)
     EVT_KEY_DOWN(_SearchTextCtrl::OnKey)
 wxEND_EVENT_TABLE()
 
@@ -909,12 +909,8 @@ wxBEGIN_EVENT_TABLE(wxTextLineSearchPanel, wxsPanel)
 wxEND_EVENT_TABLE()
 
 _SearchTextCtrl::_SearchTextCtrl(wxTextLineSearchPanel* panel, wxWindow* parent)
-    : wxTextCtrl(parent, -1, wxEmptyString, wxDefaultPosition, wxDefaultSize,
-                 wxBORDER_NONE | wxTE_PROCESS_ENTER),
+    : wxsTextCtrl(parent, -1, wxEmptyString, wxDefaultPosition, wxDefaultSize, wxTE_PROCESS_ENTER),
       m_Panel(panel) {
-    Manage(this);
-    SetBackgroundSlot(color_WindowBGLighter);
-    RefreshColors();
     wxTextCtrl::SetHint(GetHint());
 }
 

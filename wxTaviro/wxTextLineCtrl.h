@@ -9,6 +9,7 @@
 
 #include <wxTaviro/wxDoubleBufferedWindow.h>
 #include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroText.h>
 
 #include <ostrum/String.h>
 
@@ -162,7 +163,7 @@ private:
 
 // The search field: always hinted "Search for"; Esc or Ctrl+F closes the bar.
 // (Built on the plain text control with palette colours.)
-class _SearchTextCtrl : public wxTextCtrl, public wxsColorManaged {
+class _SearchTextCtrl : public wxsTextCtrl {
 public:
     _SearchTextCtrl(wxTextLineSearchPanel* panel, wxWindow* parent);
     bool SetHint(const wxString& hint) override;
