@@ -62,6 +62,24 @@ void _DropArrow(wxDC& dc, const wxWindow* window, const wxRect& rect, const wxCo
     dc.DrawPolygon(3, points);
 }
 
+// The list items of the choice and the combo box: one text line with a little air, drawn in
+// "Text" (in the background colour on the selection).
+wxCoord _ItemHeight(const wxOwnerDrawnComboBox* box) {
+    wxScreenDC dc;
+    dc.SetFont(box->GetFont());
+    return dc.GetCharHeight() + box->FromDIP(4);
+}
+
+void _DrawItem(const wxOwnerDrawnComboBox* box, wxDC& dc, const wxRect& rect, int item, int flags) {
+    if (item < 0 || item >= (int)box->GetCount()) return;
+    dc.SetFont(box->GetFont());
+    dc.SetTextForeground(
+        _Slot((flags & wxODCB_PAINTING_SELECTED) ? color_WindowBGDarker : color_Text));
+    const wxString text = box->GetString(item);
+    const int height = dc.GetTextExtent(text).GetHeight();
+    dc.DrawText(text, rect.x + box->FromDIP(6), rect.y + (rect.height - height) / 2);
+}
+
 } // namespace
 
 // ---- wxsTextCtrl ----
@@ -202,12 +220,14 @@ void wxsTextCtrl::OnClearButton(wxCommandEvent& event) {
 
 // ---- wxsChoice ----
 
-wxBEGIN_EVENT_TABLE(wxsChoice, wxOwnerDrawnComboBox) EVT_SIZE(wxsChoice::Size)
-    EVT_KEY_DOWN(wxsChoice::OnKeyDown) EVT_PAINT(wxsChoice::Paint) wxEND_EVENT_TABLE()
+wxBEGIN_EVENT_TABLE(wxsChoice, wxOwnerDrawnComboBox)
+    EVT_SIZE(wxsChoice::Size)
+    EVT_KEY_DOWN(wxsChoice::OnKeyDown) EVT_PAINT(wxsChoice::Paint)
+wxEND_EVENT_TABLE()
 
-        wxsChoice::wxsChoice(wxWindow* parent, wxWindowID id, const wxPoint& pos,
-                             const wxSize& size, const wxArrayString& choices, long style,
-                             const wxValidator& validator, const wxString& name)
+wxsChoice::wxsChoice(wxWindow* parent, wxWindowID id, const wxPoint& pos, const wxSize& size,
+                     const wxArrayString& choices, long style, const wxValidator& validator,
+                     const wxString& name)
     : wxOwnerDrawnComboBox(parent, id, wxEmptyString, pos, size, choices, style | wxCB_READONLY,
                            validator, name) {
     CALL_ENTRY("wxsChoice::wxsChoice");
@@ -272,19 +292,11 @@ void wxsChoice::Size(wxSizeEvent& event) {
 }
 
 wxCoord wxsChoice::OnMeasureItem(size_t) const {
-    wxScreenDC dc;
-    dc.SetFont(GetFont());
-    return dc.GetCharHeight() + FromDIP(4);
+    return _ItemHeight(this);
 }
 
 void wxsChoice::OnDrawItem(wxDC& dc, const wxRect& rect, int item, int flags) const {
-    if (item < 0 || item >= (int)GetCount()) return;
-    dc.SetFont(GetFont());
-    dc.SetTextForeground(
-        _Slot((flags & wxODCB_PAINTING_SELECTED) ? color_WindowBGDarker : color_Text));
-    const wxString text = GetString(item);
-    const int height = dc.GetTextExtent(text).GetHeight();
-    dc.DrawText(text, rect.x + FromDIP(6), rect.y + (rect.height - height) / 2);
+    _DrawItem(this, dc, rect, item, flags);
 }
 
 void wxsChoice::OnDrawBackground(wxDC& dc, const wxRect& rect, int, int flags) const {
@@ -326,14 +338,14 @@ void wxsChoice::Paint(wxPaintEvent&) {
 
 // ---- wxsComboBox ----
 
-wxBEGIN_EVENT_TABLE(wxsComboBox, wxOwnerDrawnComboBox) EVT_SIZE(wxsComboBox::Size)
+wxBEGIN_EVENT_TABLE(wxsComboBox, wxOwnerDrawnComboBox)
+    EVT_SIZE(wxsComboBox::Size)
     EVT_SYS_COLOUR_CHANGED(wxsComboBox::OnSysColorChange) EVT_PAINT(wxsComboBox::Paint)
-        wxEND_EVENT_TABLE()
+wxEND_EVENT_TABLE()
 
-            wxsComboBox::wxsComboBox(wxWindow* parent, wxWindowID id, const wxString& value,
-                                     const wxPoint& pos, const wxSize& size,
-                                     const wxArrayString& choices, long style,
-                                     const wxValidator& validator, const wxString& name)
+wxsComboBox::wxsComboBox(wxWindow* parent, wxWindowID id, const wxString& value, const wxPoint& pos,
+                         const wxSize& size, const wxArrayString& choices, long style,
+                         const wxValidator& validator, const wxString& name)
     : wxOwnerDrawnComboBox(parent, id, value, pos, size, choices, style, validator, name) {
     CALL_ENTRY("wxsComboBox::wxsComboBox");
     Manage(this);
@@ -442,19 +454,11 @@ void wxsComboBox::OnSysColorChange(wxSysColourChangedEvent& event) {
 }
 
 wxCoord wxsComboBox::OnMeasureItem(size_t) const {
-    wxScreenDC dc;
-    dc.SetFont(GetFont());
-    return dc.GetCharHeight() + FromDIP(4);
+    return _ItemHeight(this);
 }
 
 void wxsComboBox::OnDrawItem(wxDC& dc, const wxRect& rect, int item, int flags) const {
-    if (item < 0 || item >= (int)GetCount()) return;
-    dc.SetFont(GetFont());
-    dc.SetTextForeground(
-        _Slot((flags & wxODCB_PAINTING_SELECTED) ? color_WindowBGDarker : color_Text));
-    const wxString text = GetString(item);
-    const int height = dc.GetTextExtent(text).GetHeight();
-    dc.DrawText(text, rect.x + FromDIP(6), rect.y + (rect.height - height) / 2);
+    _DrawItem(this, dc, rect, item, flags);
 }
 
 void wxsComboBox::OnDrawBackground(wxDC& dc, const wxRect& rect, int, int flags) const {
