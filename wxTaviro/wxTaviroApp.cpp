@@ -39,9 +39,19 @@ bool IsTopLevel(wxWindow* w) {
     return false;
 }
 
-void PostCommand(wxWindow* top, wxEventType type) {
-    wxCommandEvent e(type, 0);
-    top->GetEventHandler()->AddPendingEvent(e);
+// Messenger threads never touch a window: a window may be in its destructor on the GUI thread
+// at that very moment. The hand-over goes through the application object, which outlives every
+// farm slot (OnExit disconnects them), and the GUI thread gives the event to the top window of
+// the moment (or to the application itself when there is none any more).
+void PostCommand(wxEventType type) {
+    if (!wxTheApp) return;
+    wxTheApp->CallAfter([type] {
+        wxCommandEvent e(type, 0);
+        if (wxWindow* top = wxTheApp->GetTopWindow())
+            top->GetEventHandler()->ProcessEvent(e);
+        else
+            wxTheApp->ProcessEvent(e);
+    });
 }
 } // namespace
 
@@ -368,9 +378,9 @@ void wxTaviroApp::OnMessage(wxCommandEvent&) {
 
 void wxTaviroApp::_Connect(MessengerConnectedEvt&) {
     CALL_ENTRY("wxTaviroApp::_Connect");
-    if (wxWindow* top = GetTopWindow()) {
+    if (GetTopWindow()) {
         LogDebug("... Messenger Connected: translating to wxTAVIRO_CONNECT_EVENT");
-        PostCommand(top, wxTAVIRO_CONNECT_EVENT);
+        PostCommand(wxTAVIRO_CONNECT_EVENT);
     } else {
         LogDebug("... Ignoring MessageConnectedEvt because app has no top window");
     }
@@ -379,9 +389,9 @@ void wxTaviroApp::_Connect(MessengerConnectedEvt&) {
 
 void wxTaviroApp::_Disconnect(MessengerDisconnectedEvt&) {
     CALL_ENTRY("wxTaviroApp::_Disconnect");
-    if (wxWindow* top = GetTopWindow()) {
+    if (GetTopWindow()) {
         LogDebug("... Messenger Disconnected: translating to wxTAVIRO_DISCONNECT_EVENT");
-        PostCommand(top, wxTAVIRO_DISCONNECT_EVENT);
+        PostCommand(wxTAVIRO_DISCONNECT_EVENT);
     } else {
         LogDebug("... Ignoring MessageDisconnectedEvt because app has no top window");
     }
@@ -390,8 +400,7 @@ void wxTaviroApp::_Disconnect(MessengerDisconnectedEvt&) {
 
 void wxTaviroApp::_CheckReceive(MessageReceivedEvt& e) {
     CALL_ENTRY("wxTaviroApp::_CheckReceive");
-    wxWindow* top = GetTopWindow();
-    if (!top) {
+    if (!GetTopWindow()) {
         LogDebug("... Ignoring MessageReceivedEvt because app has no top window");
         e.TakeMessage(); // dropped
         return;
@@ -402,7 +411,7 @@ void wxTaviroApp::_CheckReceive(MessageReceivedEvt& e) {
         registered->CallMessageHandlers(e.TakeMessage());
     } else {
         LogDebug("... Received message: translating to wxTAVIRO_MESSAGE_EVENT");
-        PostCommand(top, wxTAVIRO_MESSAGE_EVENT);
+        PostCommand(wxTAVIRO_MESSAGE_EVENT);
     }
 }
 

@@ -118,4 +118,19 @@ TEST_F(AppTest, BridgeUnderLoadThroughTheGuiThreadAndThroughThePool) {
     }
 }
 
+// Top windows come and go while messages arrive: the messenger's thread never touches a window
+// (a post to a frame inside its destructor is a race ThreadSanitizer reports), none is lost.
+TEST_F(AppTest, MessagesKeepComingWhileTopWindowsAreReplaced) {
+    const uint64_t kCount = 20000, before = App().HandledMessages();
+    std::thread messenger = Receive(1, kCount);
+    for (int i = 0; i < 40; ++i) {
+        wxWindow* old = App().GetTopWindow();
+        App().SetTopWindow(new wxFrame(nullptr, wxID_ANY, "next"));
+        if (old != TopWindow()) delete old;
+        PumpEvents();
+    }
+    messenger.join();
+    EXPECT_TRUE(WaitFor([&] { return App().HandledMessages() - before == kCount; }));
+}
+
 } // namespace
