@@ -530,6 +530,17 @@ void JobsView::Select(int row, bool on) {
     RedrawItem(row);
 }
 
+bool JobsView::ShowJob(const UID& id) {
+    auto it = m_Entries.find(id);
+    if (it == m_Entries.end() || it->second.row < 0) return false;
+    const int row = it->second.row;
+    GetBody()->DeselectAll(true);
+    GetBody()->SendListEvent(wxEVT_LIST_ITEM_SELECTED, wxPoint(0, 0), row);
+    SetLastSelect(row);
+    EnsureVisible(row);
+    return true;
+}
+
 void JobsView::OnColumnClick(wxListEvent& event) {
     const int column = event.GetColumn();
     if (column < 0 || column >= GetColumnCount()) return;

@@ -52,6 +52,8 @@ public:
     // The job shown in a row (null outside the table).
     JobPtr GetJob(int row) const;
     size_t GetSelectedCount() const { return m_Selected.size(); }
+    // Makes the job the only selected one and scrolls to it; false when it has no row (yet).
+    bool ShowJob(const UID& id);
     // Logs what each tick and each sort applied, and how long it took.
     void LogTicks(bool on) { m_LogTicks = on; }
 

@@ -4,7 +4,8 @@
 // collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|jobs|colours|log] [--open-windows] [--open-dialog settings|rename]
+//               [--page farm|jobs|colours|log] [--open-windows] [--open-dialog
+//               settings|rename|find|newjob]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 // --log-refreshes writes a line per refresh of the main window, and per update and sort of the
@@ -13,9 +14,11 @@
 // Threads: the library's bridge turns the messenger's signals into events for the main window
 // and dispatches one farm message per event on the GUI thread.
 #include "demo/ColorsView.h"
+#include "demo/JobDialogs.h"
 #include "demo/JobsView.h"
 #include "demo/LogView.h"
 
+#include <wxTaviro/JobCommandMenu.h>
 #include <wxTaviro/wxConfirmDlg.h>
 #include <wxTaviro/wxTaviro.h>
 #include <wxTaviro/wxTaviroApp.h>
@@ -59,6 +62,8 @@ enum {
     ID_RENAME_VIEW,
     ID_SETTINGS,
     ID_RESET_QUESTIONS,
+    ID_FIND_JOB,
+    ID_NEW_JOB,
     ID_SCHEME_FIRST, // five scheme items follow
 };
 const char* const k_SchemeNames[] = {"&Light", "L&ighter", "&Dark", "D&arker",
@@ -254,6 +259,17 @@ public:
         (new _SettingsDlg(this))->Show();
         LogInfo("Opened the Settings dialog");
     }
+    void OpenFindJob() {
+        (new FindJobDlg(this, [this](const UID& job) {
+            ShowPage("Jobs");
+            m_Jobs->ShowJob(job);
+        }))->Show();
+    }
+    void OpenNewJob() {
+        (new NewJobDlg(this, [this](const UID& type, const UID& after) {
+            SubmitJob(type, after);
+        }))->Show();
+    }
     void ShowPage(const wxString& name) {
         for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
             if (m_Book->GetPageText(i).Lower() == name.Lower()) m_Book->SetSelection(i);
@@ -271,6 +287,9 @@ private:
         auto* farm = new wxMenu;
         farm->Append(ID_LINK, "&Disconnect\tCtrl+D");
         farm->Append(ID_SHUTDOWN, "Order &shutdown");
+        farm->AppendSeparator();
+        farm->Append(ID_FIND_JOB, "&Find job...\tCtrl+F");
+        farm->Append(ID_NEW_JOB, "&New job...\tCtrl+N");
         farm->AppendSeparator();
         farm->Append(ID_SETTINGS, "S&ettings...\tCtrl+,");
         farm->Append(ID_RESET_QUESTIONS, "Ask all &questions again");
@@ -311,6 +330,10 @@ private:
         Bind(
             wxEVT_MENU, [](wxCommandEvent&) { wxConfirmDlg::ResetAll(); }, ID_RESET_QUESTIONS);
         Bind(
+            wxEVT_MENU, [this](wxCommandEvent&) { OpenFindJob(); }, ID_FIND_JOB);
+        Bind(
+            wxEVT_MENU, [this](wxCommandEvent&) { OpenNewJob(); }, ID_NEW_JOB);
+        Bind(
             wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, wxID_EXIT);
         Bind(
             wxEVT_MENU, [this](wxCommandEvent& e) { SetScheme(e.GetId() - ID_SCHEME_FIRST + 1); },
@@ -341,6 +364,9 @@ private:
         m_Book->AddPage(panel, "Farm");
         m_Jobs = new JobsView(m_Book, [this](const UID& id) { return m_App->FindJob(id); });
         m_Book->AddPage(m_Jobs, "Jobs");
+        m_Jobs->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this](wxListEvent& e) {
+            if (JobPtr job = m_Jobs->GetJob((int)e.GetIndex())) ShowJobMenu(m_Jobs, job);
+        });
         m_Book->AddPage(CreateColorsView(m_Book), "Colours");
         m_Book->AddPage(CreateLogView(m_Book), "Log");
         const int gap = FromDIP(8);
@@ -382,6 +408,36 @@ private:
                          k_ShutdownKey, true);
         if (!ask.Confirm()) return;
         if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
+    }
+
+    // The job's commands under the frame's own job items; a command picked runs on the job.
+    void ShowJobMenu(wxWindow* where, const JobPtr& job) {
+        if (!m_JobMenu) {
+            m_JobMenu.reset(new JobCommandMenu);
+            m_JobMenu->Append(ID_FIND_JOB, "&Find job...");
+            m_JobMenu->Append(ID_NEW_JOB, "&New job...");
+        }
+        m_JobMenu->Fill(job, ~0); // every command group
+        const int id = where->GetPopupMenuSelectionFromUser(*m_JobMenu);
+        if (id == wxID_NONE) return;
+        if (!m_JobMenu->TryCommand(id)) {
+            wxCommandEvent own(wxEVT_MENU, id);
+            ProcessWindowEvent(own);
+        }
+    }
+
+    void SubmitJob(const UID& type, const UID& after) {
+        auto* master = m_App->GetSimulatedMaster();
+        String error = "There is no farm master to send it to";
+        if (!master || !master->SubmitJob(type, &error)) {
+            wxTaviroMessageBox("Unable to submit the job:\n" + wxFromString(error), "SubmitFailed",
+                               this);
+            return;
+        }
+        const JobPtr waitFor = after.IsNull() ? JobPtr() : m_App->FindJob(after);
+        AddLine("Submitted a " +
+                wxFromString(JobFactory::s_JobFactory.GetTypeInfo(type, false).name) + " job" +
+                (waitFor ? " to run after " + wxFromString(waitFor->Name()) : wxString()));
     }
 
     void ToggleLink() {
@@ -506,6 +562,7 @@ private:
     JobsView* m_Jobs = nullptr;
     wxListBox* m_List = nullptr;
     wxMenu* m_WindowMenu = nullptr;
+    std::unique_ptr<JobCommandMenu> m_JobMenu;
     std::deque<wxString> m_Lines, m_LoadHistory;
     size_t m_LinesTotal = 0, m_LoadTotal = 0;
     size_t m_NewLines = 0;
@@ -537,6 +594,8 @@ public:
         m_Frame->LoadWindowPosition();
         m_Frame->Show();
         if (m_OpenDialog == "settings") m_Frame->OpenSettings();
+        if (m_OpenDialog == "find") m_Frame->OpenFindJob();
+        if (m_OpenDialog == "newjob") m_Frame->OpenNewJob();
         if (m_OpenDialog == "rename")
             m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, ID_RENAME_VIEW));
         if (m_OpenWindows) {
@@ -633,6 +692,7 @@ int main(int argc, char** argv) {
         "  --open-windows       open the jobs and log windows\n"
         "  --open-dialog settings  open the Settings dialog\n"
         "  --open-dialog rename    ask for a new name of the current view\n"
+        "  --open-dialog find|newjob  open the Find job or the New job dialog\n"
         "  --log-refreshes      log a line per refresh of the main window\n");
     return code >= 0 ? code : wxEntry(argc, argv);
 }

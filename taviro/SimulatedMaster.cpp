@@ -229,6 +229,22 @@ bool FarmSchedule::ApplyCommand(const UID& job, const String& command, const Str
     return true;
 }
 
+bool FarmSchedule::Submit(const UID& type, String* error,
+                          std::vector<boost::shared_ptr<Message>>& out) {
+    auto known = std::find(m_Types.begin(), m_Types.end(), type);
+    if (known == m_Types.end()) {
+        if (error) *error = "This farm runs no jobs of type " + type.ToString();
+        return false;
+    }
+    _Job j = NewJob();
+    j.type = (uint16_t)(known - m_Types.begin());
+    j.status = k_JobWaiting;
+    j.progress = 0;
+    m_Jobs.push_back(j);
+    out.push_back(Stamp(Created(j)));
+    return true;
+}
+
 // ---- SimulatedMaster ----
 
 SimulatedMaster::SimulatedMaster(TaviroClientApp* app, uint64_t seed, int jobCount, double rate,
@@ -330,11 +346,29 @@ bool SimulatedMaster::SendCommand(const UID& job, const String& command, const S
         std::lock_guard<std::mutex> l(m_ModelMutex);
         ok = m_Schedule.ApplyCommand(job, command, item, error, out);
     }
-    if (!out.empty()) {
-        std::lock_guard<std::mutex> l(m_Mutex);
-        m_Outgoing.insert(m_Outgoing.end(), out.begin(), out.end());
-        m_Wake.notify_all();
+    Enqueue(out);
+    return ok;
+}
+
+void SimulatedMaster::Enqueue(const std::vector<boost::shared_ptr<Message>>& out) {
+    if (out.empty()) return;
+    std::lock_guard<std::mutex> l(m_Mutex);
+    m_Outgoing.insert(m_Outgoing.end(), out.begin(), out.end());
+    m_Wake.notify_all();
+}
+
+bool SimulatedMaster::SubmitJob(const UID& type, String* error) {
+    if (!m_Connected.load()) {
+        if (error) *error = "Not connected to the farm master";
+        return false;
     }
+    std::vector<boost::shared_ptr<Message>> out;
+    bool ok;
+    {
+        std::lock_guard<std::mutex> l(m_ModelMutex);
+        ok = m_Schedule.Submit(type, error, out);
+    }
+    Enqueue(out);
     return ok;
 }
 

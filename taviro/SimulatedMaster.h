@@ -40,6 +40,9 @@ public:
     // A client's command on a job: changes the model and gives the resulting messages.
     bool ApplyCommand(const UID& job, const String& command, const String& item, String* error,
                       std::vector<boost::shared_ptr<Message>>& out);
+    // A job a client submits: waiting, of the given type. False, with the reason, for a type
+    // this farm does not run.
+    bool Submit(const UID& type, String* error, std::vector<boost::shared_ptr<Message>>& out);
     size_t JobCount() const { return m_Jobs.size(); }
     uint64_t Produced() const { return m_Sequence; }
 
@@ -77,6 +80,9 @@ class FarmSchedule::Frozen {
     std::vector<_Job> m_Jobs;
 
 public:
+    // A job a client submits: waiting, of the given type. False, with the reason, for a type
+    // this farm does not run.
+    bool Submit(const UID& type, String* error, std::vector<boost::shared_ptr<Message>>& out);
     size_t JobCount() const { return m_Jobs.size(); }
 };
 
@@ -92,6 +98,8 @@ public:
     String GetMasterName() const override { return "embedded"; }
     bool SendCommand(const UID& job, const String& command, const String& item,
                      String* error) override;
+    // Submits a new job of that type (see FarmSchedule::Submit).
+    bool SubmitJob(const UID& type, String* error);
 
     // Requests carried out on the master's thread, in order.
     void Disconnect();
@@ -112,6 +120,8 @@ private:
     bool RequestPending();
     void Run();
     void Send(boost::shared_ptr<Message> m);
+    // Hands answers to a client's request to the thread, which sends them in order.
+    void Enqueue(const std::vector<boost::shared_ptr<Message>>& out);
     void DoConnect();
     void DoDisconnect(const String& reason);
 

@@ -120,7 +120,8 @@ TEST(JobModules, LoadModulesFromFolders) {
     File::AtomicWrite(dir + "/20-b.tjm", Module("Bee", k_IdB));
     File::AtomicWrite(dir + "/10-a.tjm", Module("Ay", k_IdA, "command Go | 1 | Go\n"));
     File::AtomicWrite(dir + "/05-c.tjm", Module("Cee", k_IdC));
-    File::AtomicWrite(dir + "/15-bad.tjm", Module("Bad", "11111111-2222-4333-8444-555555555504", "oops\n"));
+    File::AtomicWrite(dir + "/15-bad.tjm",
+                      Module("Bad", "11111111-2222-4333-8444-555555555504", "oops\n"));
     File::AtomicWrite(dir + "/30-d.txt", Module("Dee", "11111111-2222-4333-8444-555555555505"));
     File::AtomicWrite(dir + "/40-dup.tjm", Module("Copy of Ay", k_IdA));
     mkdir((dir + "/50-folder.tjm").c_str(), 0700);
@@ -310,6 +311,16 @@ TEST(FarmSchedule, SameSeedSameTrafficOnlyLiveJobsNamedAndCommands) {
     EXPECT_EQ(tried.size(), 2u); // both kinds are there
     EXPECT_EQ(refused["Abort"], tried["Abort"]);
     EXPECT_EQ(refused["Restart"], tried["Restart"]);
+    // A submitted job joins the farm waiting, of its type; an unknown type is refused.
+    const size_t before = a.JobCount();
+    out.clear();
+    EXPECT_FALSE(a.Submit(UID(true), &error, out));
+    const UID type = JobFactory::s_JobFactory.ListTypes().back();
+    ASSERT_TRUE(a.Submit(type, &error, out));
+    ASSERT_EQ(out.size(), 1u);
+    EXPECT_EQ(out[0]->Get(p_Type), type.ToString());
+    EXPECT_EQ(paramOf(out[0]->GetJob(), p_Status), "1");
+    EXPECT_EQ(a.JobCount(), before + 1);
 }
 
 // ---- messages and the worker pool ----
