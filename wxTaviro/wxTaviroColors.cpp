@@ -25,6 +25,7 @@
 #include <wx/wupdlock.h>
 
 #include <algorithm>
+#include <dlfcn.h>
 #include <cmath>
 #include <iterator>
 #include <map>
@@ -237,6 +238,26 @@ Path _SchemePath() {
     return path;
 }
 
+// What the toolkit draws itself (the menu bar, the status bar, scroll bars, native dialogs)
+// follows the palette: GTK's dark variant of its theme while the window background is dark,
+// its light one otherwise. GTK is already in the process (wx runs on it); its two functions
+// are looked up at run time so that building needs no GTK headers, and nothing happens
+// without a display.
+void _FollowToolkitTheme() {
+#ifdef __WXGTK3__
+    using GetSettings = void* (*)();
+    using SetProperty = void (*)(void*, const char*, ...);
+    static auto getSettings = (GetSettings)dlsym(RTLD_DEFAULT, "gtk_settings_get_default");
+    static auto setProperty = (SetProperty)dlsym(RTLD_DEFAULT, "g_object_set");
+    if (!getSettings || !setProperty) return;
+    void* settings = getSettings();
+    if (!settings) return;
+    const wxColour bg = wxsGetColor(color_WindowBG);
+    const bool dark = bg.IsOk() && bg.Red() * 299 + bg.Green() * 587 + bg.Blue() * 114 < 128000;
+    setProperty(settings, "gtk-application-prefer-dark-theme", (int)dark, nullptr);
+#endif
+}
+
 } // namespace
 
 void SetColors(int scheme) {
@@ -258,6 +279,7 @@ void SetColors(int scheme) {
         Dark();
         break;
     }
+    _FollowToolkitTheme();
 }
 
 void CustomColors() {
