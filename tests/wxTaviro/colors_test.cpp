@@ -8,6 +8,8 @@
 
 #include <wx/sizer.h>
 
+#include <dlfcn.h>
+
 inline void PrintTo(const wxColour& c, std::ostream* os) {
     *os << (c.IsOk() ? c.GetAsString(wxC2S_CSS_SYNTAX) : wxString("unset"));
 }
@@ -148,6 +150,18 @@ TEST_F(Colors, SchemeNumbersFromTheFile) {
         LoadColorScheme();
         EXPECT_EQ(g_Scheme, c.after) << (c.text ? c.text : "no file");
         EXPECT_EQ(wxsGetColor(color_ButtonFace), Hex(c.buttonFace)) << (c.text ? c.text : "");
+    }
+    // What GTK draws itself takes the dark or light variant of its theme with the scheme.
+    auto prefersDark = [] { // GTK is in the process through wx; no headers needed
+        auto settings = (void* (*)())dlsym(RTLD_DEFAULT, "gtk_settings_get_default");
+        auto get = (void (*)(void*, const char*, ...))dlsym(RTLD_DEFAULT, "g_object_get");
+        int dark = -1;
+        get(settings(), "gtk-application-prefer-dark-theme", &dark, nullptr);
+        return dark;
+    };
+    for (int scheme : {1, 4, 2, 3}) {
+        SetColors(scheme);
+        EXPECT_EQ(prefersDark(), scheme >= 3) << scheme;
     }
 }
 
