@@ -579,6 +579,7 @@ public:
 
     bool OnInit() override {
         TakeDemoOptions();
+        AddTranslations("taviro-demo"); // and the library's, before the first window
         wxInitAllImageHandlers();
         // The main window must exist before the farm client starts: the bridge hands connection
         // changes and messages only to a top window.

@@ -13,6 +13,7 @@
 #include <taviro/ThreadPool.h>
 
 #include <wx/display.h>
+#include <wx/translation.h>
 #include <wx/sysopt.h>
 #include <wx/tooltip.h>
 #include <wx/weakref.h>
@@ -221,6 +222,24 @@ void wxTaviroApp::OnEventLoopEnter(wxEventLoopBase* loop) {
     }
 }
 
+bool wxTaviroApp::AddTranslations(const String& domain) {
+    CALL_ENTRY("wxTaviroApp::AddTranslations");
+    wxTranslations* translations = wxTranslations::Get();
+    if (!translations) {
+        // The language comes from the environment; the C library's locale (number formats
+        // included) is left alone: the farm's texts are parsed in the "C" format.
+        translations = new wxTranslations;
+        wxTranslations::Set(translations);
+        wxFileTranslationsLoader::AddCatalogLookupPathPrefix(TAVIRO_INSTALLED_LOCALE_DIR);
+        wxFileTranslationsLoader::AddCatalogLookupPathPrefix(TAVIRO_BUILD_LOCALE_DIR);
+        translations->AddStdCatalog();
+        if (domain != "wxTaviro") translations->AddCatalog("wxTaviro");
+    }
+    const bool found = translations->AddCatalog(wxFromString(domain));
+    LogDebug("Translations of " + domain + (found ? " loaded" : " not found"));
+    return found;
+}
+
 bool wxTaviroApp::OnInit() {
     CALL_ENTRY("wxTaviroApp::OnInit");
     wxLog::SetActiveTarget(new wxTaviroLog);
@@ -231,6 +250,7 @@ bool wxTaviroApp::OnInit() {
     MessengerConnectedEvt::s_Signal.Connect(this, &wxTaviroApp::_Connect);
     MessengerDisconnectedEvt::s_Signal.Connect(this, &wxTaviroApp::_Disconnect);
 
+    if (!wxTranslations::Get()) AddTranslations("wxTaviro");
     wxSystemOptions::SetOption("msw.notebook.themed-background", 0);
     // Requests from the suite's other programs are GUI work: run them on this thread.
     SetMainThreadExecutor([](std::function<void()> task) {

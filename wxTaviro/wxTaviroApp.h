@@ -115,6 +115,12 @@ public:
     // The last window activated, or null once it was deactivated or destroyed.
     static wxWindow* GetActiveWindow();
 
+    // Adds a text domain's catalog in the language the environment asks for (LANGUAGE,
+    // LC_ALL, LC_MESSAGES, LANG), from the build tree or the installed locale folder. OnInit
+    // adds the library's own ("wxTaviro") and wx's; a program adds its domain. False when
+    // there is no catalog of that domain for the language.
+    static bool AddTranslations(const String& domain);
+
     // A derived application that clears this fails silently when start-up fails.
     void SetShowStartupError(bool show) { m_ShowStartupError = show; }
     bool GetShowStartupError() const { return m_ShowStartupError; }
