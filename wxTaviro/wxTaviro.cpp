@@ -47,7 +47,7 @@ wxMenu* OpenWindows::GetMenu() {
             m_Menu->Destroy(m_Menu->FindItemByPosition(0));
     }
     if (m_Entries.empty()) {
-        m_Menu->Append(wxID_ANY, "No open windows")->Enable(false);
+        m_Menu->Append(wxID_ANY, _("No open windows"))->Enable(false);
         return m_Menu;
     }
     // Grouped by label in byte order; registration order inside each group.
@@ -57,7 +57,7 @@ wxMenu* OpenWindows::GetMenu() {
         if (id > wxID_OPENWIN_LAST) break;
         groups[d.label].push_back({id++, d.window});
     }
-    m_Menu->Append(wxID_OPENWIN_MAIN, "Main Window");
+    m_Menu->Append(wxID_OPENWIN_MAIN, _("Main Window"));
     for (const auto& g : groups) {
         m_Menu->AppendSeparator();
         // Titles and labels are shown as they are: "&" is not a mnemonic here.
@@ -68,9 +68,9 @@ wxMenu* OpenWindows::GetMenu() {
             m_Menu->Append(item.first, wxControl::EscapeMnemonics(item.second->GetTitle()));
     }
     m_Menu->AppendSeparator();
-    m_Menu->Append(wxID_OPENWIN_COLLECTALL, "Collect All",
-                   "Center all open windows over the main window");
-    m_Menu->Append(wxID_OPENWIN_CLOSEALL, "Close All");
+    m_Menu->Append(wxID_OPENWIN_COLLECTALL, _("Collect All"),
+                   _("Center all open windows over the main window"));
+    m_Menu->Append(wxID_OPENWIN_CLOSEALL, _("Close All"));
     return m_Menu;
 }
 

@@ -344,7 +344,7 @@ int wxTaviroApp::Execute() {
 
 bool wxTaviroApp::RequestHasFailed(const String& text) {
     CALL_ENTRY("wxTaviroApp::RequestHasFailed");
-    const wxString message = "Master reports error:\n" + wxFromString(text);
+    const wxString message = _("Master reports error:") + "\n" + wxFromString(text);
     // Shown on the GUI thread whichever thread reports it; the user may silence it.
     auto show = [message] { wxTaviroMessageBox(message, "RequestFailed", nullptr); };
     if (wxThread::IsMain())

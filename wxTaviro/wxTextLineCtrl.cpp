@@ -919,7 +919,7 @@ bool _SearchTextCtrl::SetHint(const wxString&) {
 }
 
 wxString _SearchTextCtrl::GetHint() const {
-    return "Search for";
+    return _("Search for");
 }
 
 void _SearchTextCtrl::OnKey(wxKeyEvent& event) {
