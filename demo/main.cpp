@@ -66,8 +66,9 @@ enum {
     ID_NEW_JOB,
     ID_SCHEME_FIRST, // five scheme items follow
 };
-const char* const k_SchemeNames[] = {"&Light", "L&ighter", "&Dark", "D&arker",
-                                     "&Custom (Colors.ini)"};
+const char* const k_SchemeNames[] = {wxTRANSLATE("&Light"), wxTRANSLATE("L&ighter"),
+                                     wxTRANSLATE("&Dark"), wxTRANSLATE("D&arker"),
+                                     wxTRANSLATE("&Custom (Colors.ini)")};
 // The remembered answer of the shutdown question.
 const char* const k_ShutdownKey = "OrderShutdown";
 
@@ -82,13 +83,14 @@ int ShownScheme() {
 // beside the first steps away from it, and each comes back where it was left.
 class _SettingsDlg : public wxTaviroDlg {
 public:
-    explicit _SettingsDlg(wxWindow* parent) : wxTaviroDlg(parent, "Settings", "Settings", false) {
+    explicit _SettingsDlg(wxWindow* parent)
+        : wxTaviroDlg(parent, _("Settings"), "Settings", false) {
         wxBoxSizer* top = StartControls();
         const int gap = FromDIP(10);
-        top->Add(NewStaticLine("Colour scheme"), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
+        top->Add(NewStaticLine(_("Colour scheme")), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
         auto* schemes = new wxBoxSizer(wxVERTICAL);
         for (int i = 0; i < 5; ++i) {
-            wxString label = k_SchemeNames[i];
+            wxString label = wxGetTranslation(k_SchemeNames[i]);
             label.Replace("&", "");
             auto* radio = new wxsRadioButton(this, wxID_ANY, label, wxDefaultPosition,
                                              wxDefaultSize, i == 0 ? wxRB_GROUP : 0);
@@ -97,18 +99,18 @@ public:
             m_Schemes.push_back(radio);
         }
         top->Add(schemes, 0, wxLEFT | wxRIGHT, gap * 2);
-        top->Add(NewStaticLine("Client"), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
+        top->Add(NewStaticLine(_("Client")), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
         auto* client = new wxFlexGridSizer(2, FromDIP(6), gap);
         client->AddGrowableCol(1);
-        client->Add(NewStatic("User name"), 0, wxALIGN_CENTER_VERTICAL);
+        client->Add(NewStatic(_("User name")), 0, wxALIGN_CENTER_VERTICAL);
         client->Add(new wxsTextCtrl(this, wxID_ANY, wxGetUserId()), 0, wxEXPAND);
-        client->Add(NewStatic("Log detail"), 0, wxALIGN_CENTER_VERTICAL);
-        const wxString details[] = {"Errors only", "Warnings and errors", "Everything"};
+        client->Add(NewStatic(_("Log detail")), 0, wxALIGN_CENTER_VERTICAL);
+        const wxString details[] = {_("Errors only"), _("Warnings and errors"), _("Everything")};
         auto* detail = new wxsChoice(this, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                                      wxArrayString(3, details));
         detail->SetSelection(1);
         client->Add(detail, 0, wxEXPAND);
-        client->Add(NewStatic("Default pool"), 0, wxALIGN_CENTER_VERTICAL);
+        client->Add(NewStatic(_("Default pool")), 0, wxALIGN_CENTER_VERTICAL);
         const wxString pools[] = {"all", "render", "render.gpu", "simulation"};
         for (const wxString& pool : pools)
             wxsAutoCompleter::AddWord(pool);
@@ -117,12 +119,12 @@ public:
         pool->GetTextCtrl()->AutoComplete(new wxsAutoCompleter);
         client->Add(pool, 0, wxEXPAND);
         top->Add(client, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap * 2);
-        top->Add(NewStaticLine("Questions"), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
-        m_AskShutdown = new wxsCheckBox(this, wxID_ANY, "Ask before ordering a shutdown");
+        top->Add(NewStaticLine(_("Questions")), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
+        m_AskShutdown = new wxsCheckBox(this, wxID_ANY, _("Ask before ordering a shutdown"));
         Application* app = Application::the_Application;
         m_AskShutdown->SetValue(!app->GetOptions()->GetValue("Confirm", k_ShutdownKey, false));
         top->Add(m_AskShutdown, 0, wxLEFT | wxRIGHT | wxTOP, gap * 2);
-        top->Add(NewStatic("Remembered answers are kept in this program's options file.", false,
+        top->Add(NewStatic(_("Remembered answers are kept in this program's options file."), false,
                            true, -1),
                  0, wxLEFT | wxRIGHT | wxTOP, gap * 2);
         top->Add(NewLine(), 0, wxEXPAND | wxALL, gap);
@@ -169,11 +171,11 @@ private:
 class _JobsWindow : public _UserWindow {
 public:
     _JobsWindow(wxWindow* parent, TaviroApp* farm)
-        : _UserWindow(parent, "Jobs", "Jobs Window", "Jobs") {
+        : _UserWindow(parent, _("Jobs"), "Jobs Window", wxToString(_("Jobs"))) {
         auto* list = new wxListCtrl(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxLC_REPORT);
-        list->AppendColumn("Job", wxLIST_FORMAT_LEFT, FromDIP(200));
-        list->AppendColumn("Status", wxLIST_FORMAT_LEFT, FromDIP(100));
-        list->AppendColumn("Progress", wxLIST_FORMAT_RIGHT, FromDIP(80));
+        list->AppendColumn(_("Job"), wxLIST_FORMAT_LEFT, FromDIP(200));
+        list->AppendColumn(_("Status"), wxLIST_FORMAT_LEFT, FromDIP(100));
+        list->AppendColumn(_("Progress"), wxLIST_FORMAT_RIGHT, FromDIP(80));
         // A snapshot of the first jobs by name; the library's virtual list takes over this
         // role. Each name is read once: a farm may hold a million jobs.
         std::vector<std::pair<String, JobPtr>> jobs;
@@ -228,7 +230,7 @@ private:
 class _MainFrame : public wxTaviroFrame {
 public:
     _MainFrame(wxTaviroApp* app, bool logRefreshes)
-        : wxTaviroFrame("Taviro demo", wxDefaultPosition, wxSize(980, 640)), m_App(app),
+        : wxTaviroFrame(_("Taviro demo"), wxDefaultPosition, wxSize(980, 640)), m_App(app),
           m_LogRefreshes(logRefreshes) {
         BuildMenus();
         BuildControls();
@@ -261,7 +263,7 @@ public:
     }
     void OpenFindJob() {
         (new FindJobDlg(this, [this](const UID& job) {
-            ShowPage("Jobs");
+            ShowPage("jobs");
             m_Jobs->ShowJob(job);
         }))->Show();
     }
@@ -270,9 +272,10 @@ public:
             SubmitJob(type, after);
         }))->Show();
     }
+    // By the page's window name (its title is translated and can be renamed).
     void ShowPage(const wxString& name) {
         for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
-            if (m_Book->GetPageText(i).Lower() == name.Lower()) m_Book->SetSelection(i);
+            if (m_Book->GetPage(i)->GetName() == name.Lower()) m_Book->SetSelection(i);
     }
 
     // Called once the farm client has started (its handlers exist from then on).
@@ -285,31 +288,31 @@ public:
 private:
     void BuildMenus() {
         auto* farm = new wxMenu;
-        farm->Append(ID_LINK, "&Disconnect\tCtrl+D");
-        farm->Append(ID_SHUTDOWN, "Order &shutdown");
+        farm->Append(ID_LINK, _("&Disconnect\tCtrl+D"));
+        farm->Append(ID_SHUTDOWN, _("Order &shutdown"));
         farm->AppendSeparator();
-        farm->Append(ID_FIND_JOB, "&Find job...\tCtrl+F");
-        farm->Append(ID_NEW_JOB, "&New job...\tCtrl+N");
+        farm->Append(ID_FIND_JOB, _("&Find job...\tCtrl+F"));
+        farm->Append(ID_NEW_JOB, _("&New job...\tCtrl+N"));
         farm->AppendSeparator();
-        farm->Append(ID_SETTINGS, "S&ettings...\tCtrl+,");
-        farm->Append(ID_RESET_QUESTIONS, "Ask all &questions again");
+        farm->Append(ID_SETTINGS, _("S&ettings...\tCtrl+,"));
+        farm->Append(ID_RESET_QUESTIONS, _("Ask all &questions again"));
         farm->AppendSeparator();
-        farm->Append(wxID_EXIT, "&Quit\tCtrl+Q");
+        farm->Append(wxID_EXIT, _("&Quit\tCtrl+Q"));
         auto* view = new wxMenu;
-        view->Append(ID_OPEN_JOBS, "&Jobs\tCtrl+J");
-        view->Append(ID_OPEN_LOG, "Farm &log\tCtrl+L");
-        view->Append(ID_OPEN_LOAD, "Engine load &history");
+        view->Append(ID_OPEN_JOBS, _("&Jobs\tCtrl+J"));
+        view->Append(ID_OPEN_LOG, _("Farm &log\tCtrl+L"));
+        view->Append(ID_OPEN_LOAD, _("Engine load &history"));
         view->AppendSeparator();
-        view->Append(ID_RENAME_VIEW, "&Rename view...");
+        view->Append(ID_RENAME_VIEW, _("&Rename view..."));
         auto* colours = new wxMenu;
         for (int i = 0; i < 5; ++i)
-            colours->AppendRadioItem(ID_SCHEME_FIRST + i, k_SchemeNames[i]);
+            colours->AppendRadioItem(ID_SCHEME_FIRST + i, wxGetTranslation(k_SchemeNames[i]));
         auto* bar = new wxMenuBar;
-        bar->Append(farm, "&Farm");
-        bar->Append(view, "&View");
-        bar->Append(colours, "&Colours");
+        bar->Append(farm, _("&Farm"));
+        bar->Append(view, _("&View"));
+        bar->Append(colours, _("&Colours"));
         m_WindowMenu = wxGetOpenWindowMenu();
-        bar->Append(m_WindowMenu, "&Window");
+        bar->Append(m_WindowMenu, _("&Window"));
         SetMenuBar(bar);
         Bind(
             wxEVT_MENU, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
@@ -322,8 +325,8 @@ private:
             [this](wxCommandEvent&) {
                 const int page = m_Book->GetSelection();
                 if (page == wxNOT_FOUND) return;
-                const String name = wxsGetTextFromUser("New name of this view:", "Rename view",
-                                                       m_Book->GetPageText(page), this);
+                const String name = wxsGetTextFromUser(
+                    _("New name of this view:"), _("Rename view"), m_Book->GetPageText(page), this);
                 if (!name.empty()) m_Book->SetPageText(page, wxString::FromUTF8(name.c_str()));
             },
             ID_RENAME_VIEW);
@@ -344,15 +347,16 @@ private:
         Bind(
             wxEVT_MENU,
             [this](wxCommandEvent&) {
-                (new _TextWindow(this, "Farm log", "Log Window", "Logs", m_Lines, m_LinesTotal))
+                (new _TextWindow(this, _("Farm log"), "Log Window", wxToString(_("Logs")), m_Lines,
+                                 m_LinesTotal))
                     ->Show();
             },
             ID_OPEN_LOG);
         Bind(
             wxEVT_MENU,
             [this](wxCommandEvent&) {
-                (new _TextWindow(this, "Engine load history", "Load Window", "Monitors",
-                                 m_LoadHistory, m_LoadTotal))
+                (new _TextWindow(this, _("Engine load history"), "Load Window",
+                                 wxToString(_("Monitors")), m_LoadHistory, m_LoadTotal))
                     ->Show();
             },
             ID_OPEN_LOAD);
@@ -361,22 +365,25 @@ private:
     void BuildControls() {
         m_Book = new wxNotebook(this, wxID_ANY);
         auto* panel = new wxPanel(m_Book);
-        m_Book->AddPage(panel, "Farm");
+        m_Book->AddPage(panel, _("Farm"));
         m_Jobs = new JobsView(m_Book, [this](const UID& id) { return m_App->FindJob(id); });
-        m_Book->AddPage(m_Jobs, "Jobs");
+        m_Book->AddPage(m_Jobs, _("Jobs"));
         m_Jobs->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this](wxListEvent& e) {
             if (JobPtr job = m_Jobs->GetJob((int)e.GetIndex())) ShowJobMenu(m_Jobs, job);
         });
-        m_Book->AddPage(CreateColorsView(m_Book), "Colours");
-        m_Book->AddPage(CreateLogView(m_Book), "Log");
+        m_Book->AddPage(CreateColorsView(m_Book), _("Colours"));
+        m_Book->AddPage(CreateLogView(m_Book), _("Log"));
+        const char* const names[] = {"farm", "jobs", "colours", "log"};
+        for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
+            m_Book->GetPage(i)->SetName(names[i]);
         const int gap = FromDIP(8);
         auto* top = new wxBoxSizer(wxHORIZONTAL);
-        m_State = new wxStaticText(panel, wxID_ANY, "Connecting...");
+        m_State = new wxStaticText(panel, wxID_ANY, _("Connecting..."));
         m_State->SetFont(m_State->GetFont().Bold().Scaled(1.3f));
         top->Add(m_State, 1, wxALIGN_CENTER_VERTICAL | wxALL, gap);
-        m_LinkButton = new wxButton(panel, ID_LINK, "&Disconnect");
+        m_LinkButton = new wxButton(panel, ID_LINK, _("&Disconnect"));
         top->Add(m_LinkButton, 0, wxALL, gap);
-        top->Add(new wxButton(panel, ID_SHUTDOWN, "Order &shutdown"), 0, wxALL, gap);
+        top->Add(new wxButton(panel, ID_SHUTDOWN, _("Order &shutdown")), 0, wxALL, gap);
         panel->Bind(
             wxEVT_BUTTON, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
         panel->Bind(
@@ -385,10 +392,11 @@ private:
         auto* body = new wxBoxSizer(wxHORIZONTAL);
         m_Counts = new wxListCtrl(panel, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(260, -1)),
                                   wxLC_REPORT | wxLC_SINGLE_SEL);
-        m_Counts->AppendColumn("Status", wxLIST_FORMAT_LEFT, FromDIP(140));
-        m_Counts->AppendColumn("Jobs", wxLIST_FORMAT_RIGHT, FromDIP(100));
+        m_Counts->AppendColumn(_("Status"), wxLIST_FORMAT_LEFT, FromDIP(140));
+        m_Counts->AppendColumn(_("Jobs"), wxLIST_FORMAT_RIGHT, FromDIP(100));
         for (int s = k_JobWaiting; s <= k_JobArchived + 1; ++s) {
-            m_Counts->InsertItem(s - k_JobWaiting, s <= k_JobArchived ? JobStatusName(s) : "All");
+            m_Counts->InsertItem(s - k_JobWaiting,
+                                 s <= k_JobArchived ? wxString(JobStatusName(s)) : _("All"));
             m_Counts->SetItem(s - k_JobWaiting, 1, "0");
         }
         body->Add(m_Counts, 0, wxEXPAND | wxLEFT | wxBOTTOM, gap);
@@ -403,9 +411,9 @@ private:
     }
 
     void OrderShutdown() {
-        wxConfirmDlg ask(this,
-                         "Order the farm master to shut down?\nEvery program of the farm closes.",
-                         k_ShutdownKey, true);
+        wxConfirmDlg ask(
+            this, _("Order the farm master to shut down?\nEvery program of the farm closes."),
+            k_ShutdownKey, true);
         if (!ask.Confirm()) return;
         if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
     }
@@ -414,8 +422,8 @@ private:
     void ShowJobMenu(wxWindow* where, const JobPtr& job) {
         if (!m_JobMenu) {
             m_JobMenu.reset(new JobCommandMenu);
-            m_JobMenu->Append(ID_FIND_JOB, "&Find job...");
-            m_JobMenu->Append(ID_NEW_JOB, "&New job...");
+            m_JobMenu->Append(ID_FIND_JOB, _("&Find job..."));
+            m_JobMenu->Append(ID_NEW_JOB, _("&New job..."));
         }
         m_JobMenu->Fill(job, ~0); // every command group
         const int id = where->GetPopupMenuSelectionFromUser(*m_JobMenu);
@@ -452,12 +460,14 @@ private:
     void ShowConnection(bool connected) {
         const String master =
             m_App->GetMessenger() ? m_App->GetMessenger()->GetMasterName() : String("no");
-        m_State->SetLabel(connected ? "Connected to the " + wxFromString(master) + " master"
-                                    : wxString("Disconnected"));
+        m_State->SetLabel(
+            connected ? wxString::Format(_("Connected to the %s master"), wxFromString(master))
+                      : _("Disconnected"));
         m_State->SetForegroundColour(connected ? wxColour(0, 130, 60) : wxColour(190, 40, 30));
-        m_LinkButton->SetLabel(connected ? "&Disconnect" : "&Reconnect");
-        GetMenuBar()->SetLabel(ID_LINK, connected ? "&Disconnect\tCtrl+D" : "&Reconnect\tCtrl+D");
-        AddLine(connected ? "Connected" : "Disconnected");
+        m_LinkButton->SetLabel(connected ? _("&Disconnect") : _("&Reconnect"));
+        GetMenuBar()->SetLabel(ID_LINK,
+                               connected ? _("&Disconnect\tCtrl+D") : _("&Reconnect\tCtrl+D"));
+        AddLine(connected ? _("Connected") : _("Disconnected"));
         m_State->GetParent()->Layout();
     }
 
@@ -525,10 +535,10 @@ private:
             m_List->Thaw();
             m_NewLines = 0;
         }
-        SetStatusText(wxString::Format("%zu jobs, %llu messages handled, %zu open windows", all,
+        SetStatusText(wxString::Format(_("%zu jobs, %llu messages handled, %zu open windows"), all,
                                        m_Messages, OpenWindows::_this->GetEntries().size()),
                       0);
-        SetStatusText("Engine load: " + (m_Load.empty() ? wxString("-") : m_Load + "%"), 1);
+        SetStatusText(_("Engine load:") + " " + (m_Load.empty() ? wxString("-") : m_Load + "%"), 1);
         ++m_Refreshes;
         if (m_LogRefreshes)
             LogInfo(SFormat("Refresh %llu: %zu jobs, %llu messages handled, %zu queued",
@@ -544,8 +554,12 @@ private:
         OpenWindows::_this->OnCommand(closeAll);
         // The registry owns the window menu; take it back from the menu bar before it goes.
         if (wxMenuBar* bar = GetMenuBar()) {
-            const int index = bar->FindMenu("Window");
-            if (index != wxNOT_FOUND) bar->Remove((size_t)index);
+            // By the menu, not its (translated) title.
+            for (size_t i = 0; i < bar->GetMenuCount(); ++i)
+                if (bar->GetMenu(i) == m_WindowMenu) {
+                    bar->Remove(i);
+                    break;
+                }
         }
         m_Refresh.Stop();
         e.Skip();
