@@ -499,17 +499,21 @@ wxRect wxDBListBody::GetCellRect(int row, int column) const {
                   m_lineHeight);
 }
 
+wxSize wxDBListBody::ViewSize() const {
+    return wxSize(GetScrollPixelThumb(wxHORIZONTAL), GetScrollPixelThumb(wxVERTICAL));
+}
+
 wxRect wxDBListBody::GetColumnRect(int column) const {
     const auto& columns = m_list->m_columns;
     int64_t x = -GetScrollPixel(wxHORIZONTAL);
     for (int i = 0; i < column && i < int(columns.size()); ++i)
         x += columns[i].width;
     const int width = column >= 0 && column < int(columns.size()) ? columns[column].width : 0;
-    return wxRect(ClampToInt(x), 0, width, GetClientSize().y);
+    return wxRect(ClampToInt(x), 0, width, ViewSize().y);
 }
 
 wxRect wxDBListBody::GetItemRect(int row) const {
-    return wxRect(0, RowTop(row, GetScrollPixel(wxVERTICAL), m_lineHeight), GetClientSize().x,
+    return wxRect(0, RowTop(row, GetScrollPixel(wxVERTICAL), m_lineHeight), ViewSize().x,
                   m_lineHeight);
 }
 
@@ -519,7 +523,7 @@ void wxDBListBody::RedrawItem(int row) {
 
 void wxDBListBody::RedrawItems(int a, int b) {
     const int64_t pos = GetScrollPixel(wxVERTICAL);
-    const wxSize size = GetClientSize();
+    const wxSize size = ViewSize();
     // Clipped to the client area, so that runs of millions of rows stay small numbers.
     const int64_t top = std::max<int64_t>(int64_t(std::min(a, b)) * m_lineHeight - pos, 0);
     const int64_t bottom =
@@ -536,6 +540,11 @@ void wxDBListBody::RedrawColumns(int a, int b) {
 }
 
 void wxDBListBody::RedrawCells(int row1, int column1, int row2, int column2) {
+    // Rows out of sight (a table filled far below the view) schedule nothing.
+    const int64_t pos = GetScrollPixel(wxVERTICAL);
+    if ((int64_t(std::max(row1, row2)) + 1) * m_lineHeight <= pos ||
+        int64_t(std::min(row1, row2)) * m_lineHeight - pos >= ViewSize().y)
+        return;
     Redraw(GetCellRect(row1, column1).Union(GetCellRect(row2, column2)));
 }
 

@@ -126,6 +126,9 @@ public:
     int GetRowHeight() const { return m_lineHeight; }
 
     // Geometry in client coordinates; the one source of truth for paint, hit tests and redraws.
+    // The client size is the one of the last scroll-bar adjustment (every resize makes one):
+    // asking the toolkit costs more than filling a row.
+    wxSize ViewSize() const;
     wxRect GetCellRect(int row, int column) const;
     wxRect GetColumnRect(int column) const;
     wxRect GetItemRect(int row) const;
