@@ -113,6 +113,7 @@ struct Run {
     double settleMs = 0; // from the last SetItem until the control has shown the result
     double mbPerMillion = 0;
     double paintMs = 0;
+    double paintSelectedMs = 0; // ours, with every other row selected
 };
 
 // The texts of `rows` rows handed to `sink(row, column, text)`.
@@ -184,6 +185,7 @@ Run RunOne(bool ours, long rows) {
     // Both finish their work on the next paint and idle time (layout, scroll bars).
     start = NowMs();
     wxWindow* area = ours ? static_cast<wxWindow*>(mine->GetBody()) : RowsWindow(theirs);
+    wxTheApp->ProcessPendingEvents();
     wxTheApp->ProcessIdle();
     area->Refresh(false);
     area->Update();
@@ -195,6 +197,11 @@ Run RunOne(bool ours, long rows) {
         mine->EnsureVisible(int(rows / 2));
         PumpFor(150);
         run.paintMs = MedianMs([mine] { mine->GetBody()->RedrawNow(); });
+        // The paint asks every row it draws whether it is selected.
+        for (long row = 0; row < rows; row += 2)
+            mine->GetBody()->SendListEvent(wxEVT_LIST_ITEM_SELECTED, {0, 0}, int(row));
+        PumpFor(150);
+        run.paintSelectedMs = MedianMs([mine] { mine->GetBody()->RedrawNow(); });
     } else {
         theirs->EnsureVisible(rows / 2);
         PumpFor(150);
@@ -207,18 +214,27 @@ Run RunOne(bool ours, long rows) {
 
 // ---- figures (the parent) ----
 
-// Runs this program again as a child for one run and reads its figures.
-bool Child(const char* self, bool ours, long rows, Run& run) {
+// Runs this program again as a child for one run and reads its figures; the faster of `times`
+// runs (the machine may be shared).
+bool Child(const char* self, bool ours, long rows, Run& best, int times = 2) {
     const std::string command =
         std::string("'") + self + "' --run " + (ours ? "ours " : "wx ") + std::to_string(rows);
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return false;
-    char line[512];
-    bool ok = false;
-    while (fgets(line, sizeof line, pipe))
-        ok = ok || sscanf(line, "RUN %lf %lf %lf %lf %lf", &run.textMs, &run.insertMs,
-                          &run.settleMs, &run.mbPerMillion, &run.paintMs) == 5;
-    return pclose(pipe) == 0 && ok;
+    for (int i = 0; i < times; ++i) {
+        FILE* pipe = popen(command.c_str(), "r");
+        if (!pipe) return false;
+        char line[512];
+        Run run;
+        bool ok = false;
+        while (fgets(line, sizeof line, pipe))
+            ok = ok ||
+                 sscanf(line, "RUN %lf %lf %lf %lf %lf %lf", &run.textMs, &run.insertMs,
+                        &run.settleMs, &run.mbPerMillion, &run.paintMs, &run.paintSelectedMs) == 6;
+        if (pclose(pipe) != 0 || !ok) return false;
+        if (i == 0 ||
+            run.insertMs + run.settleMs - run.textMs < best.insertMs + best.settleMs - best.textMs)
+            best = run;
+    }
+    return true;
 }
 
 double Seconds(const Run& run) {
@@ -233,7 +249,7 @@ void Print(const char* who, long rows, const Run& run, const char* how) {
 }
 
 int Figures(const char* self) {
-    const long big = 1000000, wxBig = 100000, wxHalf = 50000;
+    const long big = 1000000, wxBig = 200000, wxHalf = 100000;
     printf("bench_rowstore: wxsListCtrl vs a report-style wxListCtrl holding its items, 5 text "
            "columns, 1000x700 client area.\n"
            "  Inserting = InsertItem(row, name) + SetItem of the 4 other cells, every row, then "
@@ -253,27 +269,36 @@ int Figures(const char* self) {
     Print("wxsListCtrl", wxBig, oursSmall, "measured");
     Print("wxListCtrl (report)", wxHalf, wxSmall, "measured");
     Print("wxListCtrl (report)", wxBig, wx, "measured");
+    // Twice the rows in twice the time is linear; more than that makes a linear extrapolation
+    // a lower bound of the wx time; less, no estimate at all.
     const double growth = Seconds(wx) / Seconds(wxSmall);
-    const bool linear = growth >= 1.7 && growth <= 2.3;
+    const bool linear = growth >= 1.8 && growth <= 2.2, faster = growth > 2.2;
     printf("  wxListCtrl growth from %ld to %ld rows: x%.2f (%s)\n", wxHalf, wxBig, growth,
-           linear ? "linear: extrapolated to 1M below" : "NOT linear: no extrapolation");
+           linear   ? "linear: extrapolated to 1M below"
+           : faster ? "more than linear: a linear extrapolation is a lower bound"
+                    : "less than linear: no extrapolation");
     const double sameSize = Seconds(wx) / Seconds(oursSmall);
     printf("INS  %ld rows, both measured: wxListCtrl / ours = %.1f   goal >= 10   %s\n", wxBig,
            sameSize, sameSize >= 10 ? "met" : "NOT met");
-    if (linear) {
+    if (linear || faster) {
         const double wxMillion = Seconds(wx) * double(big) / wxBig;
         const double ratio = wxMillion / Seconds(ours);
-        printf("INS  %ld rows: ours %.3f s measured, wxListCtrl %.1f s extrapolated: wxListCtrl / "
-               "ours = %.1f   goal >= 10   %s\n",
-               big, Seconds(ours), wxMillion, ratio, ratio >= 10 ? "met" : "NOT met");
+        printf("INS  %ld rows: ours %.3f s measured, wxListCtrl %s%.1f s extrapolated: wxListCtrl "
+               "/ ours = %s%.1f   goal >= 10   %s\n",
+               big, Seconds(ours), faster ? ">= " : "", wxMillion, faster ? ">= " : "", ratio,
+               ratio >= 10 ? "met" : "NOT met");
     }
     printf("MEM  bytes per row: ours %.0f (at %ld rows), wxListCtrl %.0f (at %ld rows): wx / ours "
            "= %.1f\n",
            ours.mbPerMillion * 1024 * 1024 / 1e6, big, wx.mbPerMillion * 1024 * 1024 / 1e6, wxBig,
            wx.mbPerMillion / ours.mbPerMillion);
+    printf("     ours: a row record of %zu B, %d cells of %zu B each in one block, and the heap "
+           "text of cells longer than %zu characters (here the name)\n",
+           sizeof(wxsListCtrl::Row), k_Columns, sizeof(String), String().capacity());
     printf("PNT  screen of rows: ours %.2f ms at %ld rows, wxListCtrl %.2f ms at %ld rows: ours / "
            "wx = %.2f\n",
            ours.paintMs, big, wx.paintMs, wxBig, ours.paintMs / wx.paintMs);
+    printf("PNT  ours with every other row of %ld selected: %.2f ms\n", big, ours.paintSelectedMs);
     return 0;
 }
 
@@ -306,8 +331,8 @@ int main(int argc, char** argv) {
         wxEventLoop loop;
         wxEventLoopActivator active(&loop);
         const Run run = RunOne(ours, rows);
-        printf("RUN %f %f %f %f %f\n", run.textMs, run.insertMs, run.settleMs, run.mbPerMillion,
-               run.paintMs);
+        printf("RUN %f %f %f %f %f %f\n", run.textMs, run.insertMs, run.settleMs, run.mbPerMillion,
+               run.paintMs, run.paintSelectedMs);
     }
     fflush(stdout);
     wxTheApp->OnExit();

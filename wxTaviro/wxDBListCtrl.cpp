@@ -1259,11 +1259,11 @@ int wxsListCtrl::GetNextItem(int item, int, int) {
 
 bool wxsListCtrl::TryBefore(wxEvent& event) {
     const wxEventType type = event.GetEventType();
-    if ((type == wxEVT_LIST_ITEM_SELECTED || type == wxEVT_LIST_ITEM_DESELECTED) &&
+    auto* list = dynamic_cast<wxListEvent*>(&event);
+    if (list && (type == wxEVT_LIST_ITEM_SELECTED || type == wxEVT_LIST_ITEM_DESELECTED) &&
         event.GetEventObject() == this) {
-        auto& e = static_cast<wxListEvent&>(event);
         event.Skip(false);
-        type == wxEVT_LIST_ITEM_SELECTED ? OnItemSelect(e) : OnItemDeselect(e);
+        type == wxEVT_LIST_ITEM_SELECTED ? OnItemSelect(*list) : OnItemDeselect(*list);
         // Not skipped: a row outside the list, or the deselection of a row that is not
         // selected; nobody else needs to see it.
         if (!event.GetSkipped()) return true;

@@ -310,7 +310,6 @@ public:
     std::vector<int> Ordered() const;
     // The first row in selection order that is greater than `item`, -1 when none.
     int FirstAbove(int item) const;
-    size_t Count() const { return m_count; }
 
 private:
     void Compact();
@@ -363,8 +362,9 @@ public:
     wxColour GetItemTextColour(int row) const;
     wxFont GetItemFont(int row) const;
     int GetItemImage(int row) const;
-    // Drops the row's record and moves the rows below it up, but leaves the row count alone:
-    // the last row then reads empty until the caller also calls Remove(row).
+    // Drops the row's record and moves the rows below it up, selection included, but leaves
+    // the row count alone: the last row then reads empty. To shorten the count as well, Remove
+    // the last row: Remove(row) would deselect the row that has moved up into `row`.
     bool DeleteItem(int row);
     // The first selected row, in selection order, above `item` (-1: the first selected row);
     // -1 when none. Geometry and state are ignored: only selected rows are found.
