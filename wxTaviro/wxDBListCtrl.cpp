@@ -1,6 +1,7 @@
 // Sections: table settings; FormatDisplayString; cell text cache; wxDBListBase; wxDBListHeader
 // (drawing, mouse); wxDBListBody (rows, geometry, redraws, drawing, selection, mouse, keys,
-// tooltip); wxDBListCtrl (hooks, columns, rows, persistence).
+// tooltip); wxDBListCtrl (hooks, columns, rows, persistence); wxsListCtrl (selection, rows,
+// selection events).
 #include <wxTaviro/wxDBListCtrl.h>
 
 #include <wxTaviro/wxTaviroApp.h>
@@ -498,17 +499,21 @@ wxRect wxDBListBody::GetCellRect(int row, int column) const {
                   m_lineHeight);
 }
 
+wxSize wxDBListBody::ViewSize() const {
+    return wxSize(GetScrollPixelThumb(wxHORIZONTAL), GetScrollPixelThumb(wxVERTICAL));
+}
+
 wxRect wxDBListBody::GetColumnRect(int column) const {
     const auto& columns = m_list->m_columns;
     int64_t x = -GetScrollPixel(wxHORIZONTAL);
     for (int i = 0; i < column && i < int(columns.size()); ++i)
         x += columns[i].width;
     const int width = column >= 0 && column < int(columns.size()) ? columns[column].width : 0;
-    return wxRect(ClampToInt(x), 0, width, GetClientSize().y);
+    return wxRect(ClampToInt(x), 0, width, ViewSize().y);
 }
 
 wxRect wxDBListBody::GetItemRect(int row) const {
-    return wxRect(0, RowTop(row, GetScrollPixel(wxVERTICAL), m_lineHeight), GetClientSize().x,
+    return wxRect(0, RowTop(row, GetScrollPixel(wxVERTICAL), m_lineHeight), ViewSize().x,
                   m_lineHeight);
 }
 
@@ -518,7 +523,7 @@ void wxDBListBody::RedrawItem(int row) {
 
 void wxDBListBody::RedrawItems(int a, int b) {
     const int64_t pos = GetScrollPixel(wxVERTICAL);
-    const wxSize size = GetClientSize();
+    const wxSize size = ViewSize();
     // Clipped to the client area, so that runs of millions of rows stay small numbers.
     const int64_t top = std::max<int64_t>(int64_t(std::min(a, b)) * m_lineHeight - pos, 0);
     const int64_t bottom =
@@ -535,6 +540,11 @@ void wxDBListBody::RedrawColumns(int a, int b) {
 }
 
 void wxDBListBody::RedrawCells(int row1, int column1, int row2, int column2) {
+    // Rows out of sight (a table filled far below the view) schedule nothing.
+    const int64_t pos = GetScrollPixel(wxVERTICAL);
+    if ((int64_t(std::max(row1, row2)) + 1) * m_lineHeight <= pos ||
+        int64_t(std::min(row1, row2)) * m_lineHeight - pos >= ViewSize().y)
+        return;
     Redraw(GetCellRect(row1, column1).Union(GetCellRect(row2, column2)));
 }
 
@@ -1061,4 +1071,221 @@ void wxDBListCtrl::RestoreColumnSizes(const String& section, const String& key) 
         m_columns[i].width = width;
     }
     m_body->AdjustScrollbars();
+}
+
+// ---- wxsListCtrl: selection ----
+
+bool _RowSelection::Add(int row) {
+    if (row < 0 || Contains(row)) return false;
+    if (size_t(row) >= m_flags.size()) m_flags.resize(size_t(row) + 1);
+    m_flags[size_t(row)] = true;
+    m_order.push_back(row);
+    ++m_count;
+    return true;
+}
+
+bool _RowSelection::Erase(int row) {
+    if (!Contains(row)) return false;
+    m_flags[size_t(row)] = false;
+    // Deselecting all walks the selection in its order: the entry is usually the one after
+    // the last erased, so look there first.
+    const auto hint = m_order.begin() + std::min(m_hint, m_order.size());
+    auto at = std::find(hint, m_order.end(), row);
+    if (at == m_order.end()) at = std::find(m_order.begin(), hint, row);
+    *at = -1;
+    m_hint = size_t(at - m_order.begin()) + 1;
+    if (--m_count == 0)
+        Clear();
+    else if (m_order.size() - m_count > m_count + 64)
+        Compact();
+    return true;
+}
+
+void _RowSelection::Compact() {
+    m_order.erase(std::remove(m_order.begin(), m_order.end(), -1), m_order.end());
+    m_hint = 0;
+}
+
+void _RowSelection::InsertRow(int row) {
+    if (m_count == 0 || row < 0) return;
+    for (int& r : m_order)
+        if (r >= row) ++r;
+    if (size_t(row) < m_flags.size()) m_flags.insert(m_flags.begin() + row, false);
+}
+
+void _RowSelection::DeleteRow(int row) {
+    if (m_count == 0 || row < 0) return;
+    Erase(row);
+    for (int& r : m_order)
+        if (r > row) --r;
+    if (size_t(row) < m_flags.size()) m_flags.erase(m_flags.begin() + row);
+}
+
+void _RowSelection::Clear() {
+    m_order.clear();
+    m_flags.clear();
+    m_hint = m_count = 0;
+}
+
+std::vector<int> _RowSelection::Ordered() const {
+    std::vector<int> rows;
+    rows.reserve(m_count);
+    for (int row : m_order)
+        if (row >= 0) rows.push_back(row);
+    return rows;
+}
+
+int _RowSelection::FirstAbove(int item) const {
+    for (int row : m_order)
+        if (row > item && row >= 0) return row;
+    return -1;
+}
+
+// ---- wxsListCtrl: rows ----
+
+wxsListCtrl::wxsListCtrl(wxWindow* parent, int id, const wxPoint&, const wxSize&, long,
+                         const wxValidator&, const wxString&)
+    : wxDBListCtrl(parent, -1, false) {
+    CALL_ENTRY("wxsListCtrl::wxsListCtrl");
+    SetId(id);
+}
+
+bool wxsListCtrl::IsRowSelected(int row) {
+    CALL_ENTRY("wxsListCtrl::IsRowSelected");
+    return m_selection.Contains(row);
+}
+
+std::vector<int> wxsListCtrl::GetSelection() {
+    CALL_ENTRY("wxsListCtrl::GetSelection");
+    return m_selection.Ordered();
+}
+
+String wxsListCtrl::GetDisplayText(int row, int column) {
+    CALL_ENTRY("wxsListCtrl::GetDisplayText");
+    if (row < 0 || size_t(row) >= m_rows.size()) return String();
+    const auto& cells = m_rows[size_t(row)].cells;
+    return column >= 0 && size_t(column) < cells.size() ? cells[size_t(column)] : String();
+}
+
+void wxsListCtrl::DoClear() {
+    CALL_ENTRY("wxsListCtrl::DoClear");
+    m_rows.clear();
+    m_rows.shrink_to_fit();
+    m_selection.Clear();
+}
+
+wxsListCtrl::Row& wxsListCtrl::Record(int row) {
+    if (size_t(row) >= m_rows.size()) m_rows.resize(size_t(row) + 1);
+    return m_rows[size_t(row)];
+}
+
+int wxsListCtrl::InsertItem(int index, const String& label, int image) {
+    CALL_ENTRY("wxsListCtrl::InsertItem");
+    index = std::max(0, std::min(index, GetItemCount()));
+    Row row;
+    // A list without columns yet still keeps the label for the first one.
+    row.cells.resize(size_t(std::max(1, GetColumnCount())));
+    row.cells[0] = label;
+    row.image = image;
+    if (size_t(index) > m_rows.size()) m_rows.resize(size_t(index));
+    m_rows.insert(m_rows.begin() + index, std::move(row));
+    m_selection.InsertRow(index);
+    Insert(index, true);
+    return index;
+}
+
+bool wxsListCtrl::SetItem(int row, int column, const String& text) {
+    CALL_ENTRY("wxsListCtrl::SetItem");
+    if (row < 0 || row >= GetItemCount() || column < 0 || column >= GetColumnCount()) return false;
+    auto& cells = Record(row).cells;
+    if (size_t(column) >= cells.size()) cells.resize(size_t(column) + 1);
+    cells[size_t(column)] = text;
+    RedrawCell(row, column);
+    return true;
+}
+
+void wxsListCtrl::SetItemTextColour(int row, const wxColour& colour) {
+    CALL_ENTRY("wxsListCtrl::SetItemTextColour");
+    if (row < 0 || row >= GetItemCount()) return;
+    auto& look = Record(row).look;
+    if (!look) look.reset(new RowLook);
+    look->textColour = colour;
+    RedrawItem(row);
+}
+
+void wxsListCtrl::SetItemFont(int row, const wxFont& font) {
+    CALL_ENTRY("wxsListCtrl::SetItemFont");
+    if (row < 0 || row >= GetItemCount()) return;
+    auto& look = Record(row).look;
+    if (!look) look.reset(new RowLook);
+    look->font = font;
+    RedrawItem(row);
+}
+
+wxColour wxsListCtrl::GetItemTextColour(int row) const {
+    CALL_ENTRY("wxsListCtrl::GetItemTextColour");
+    const bool set = row >= 0 && size_t(row) < m_rows.size() && m_rows[size_t(row)].look;
+    return set ? m_rows[size_t(row)].look->textColour : wxColour();
+}
+
+wxFont wxsListCtrl::GetItemFont(int row) const {
+    CALL_ENTRY("wxsListCtrl::GetItemFont");
+    const bool set = row >= 0 && size_t(row) < m_rows.size() && m_rows[size_t(row)].look;
+    return set ? m_rows[size_t(row)].look->font : wxFont();
+}
+
+int wxsListCtrl::GetItemImage(int row) const {
+    CALL_ENTRY("wxsListCtrl::GetItemImage");
+    return row >= 0 && size_t(row) < m_rows.size() ? m_rows[size_t(row)].image : -1;
+}
+
+bool wxsListCtrl::DeleteItem(int row) {
+    CALL_ENTRY("wxsListCtrl::DeleteItem");
+    if (row < 0 || row >= GetItemCount()) return false;
+    if (size_t(row) < m_rows.size()) m_rows.erase(m_rows.begin() + row);
+    m_selection.DeleteRow(row);
+    if (GetLastSelect() == row) SetLastSelect(row - 1);
+    m_body->Redraw();
+    return true;
+}
+
+int wxsListCtrl::GetNextItem(int item, int, int) {
+    CALL_ENTRY("wxsListCtrl::GetNextItem");
+    // In selection order, so not always the next higher selected row: kept on purpose.
+    return m_selection.FirstAbove(item);
+}
+
+// ---- wxsListCtrl: selection events ----
+
+bool wxsListCtrl::TryBefore(wxEvent& event) {
+    const wxEventType type = event.GetEventType();
+    auto* list = dynamic_cast<wxListEvent*>(&event);
+    if (list && (type == wxEVT_LIST_ITEM_SELECTED || type == wxEVT_LIST_ITEM_DESELECTED) &&
+        event.GetEventObject() == this) {
+        event.Skip(false);
+        type == wxEVT_LIST_ITEM_SELECTED ? OnItemSelect(*list) : OnItemDeselect(*list);
+        // Not skipped: a row outside the list, or the deselection of a row that is not
+        // selected; nobody else needs to see it.
+        if (!event.GetSkipped()) return true;
+        event.Skip(false);
+    }
+    return wxDBListCtrl::TryBefore(event);
+}
+
+void wxsListCtrl::OnItemSelect(wxListEvent& event) {
+    CALL_ENTRY("wxsListCtrl::OnItemSelect");
+    const int row = int(event.GetIndex());
+    if (row < 0 || row >= GetItemCount()) return;
+    event.Skip();
+    if (m_selection.Add(row)) RedrawItem(row);
+}
+
+void wxsListCtrl::OnItemDeselect(wxListEvent& event) {
+    CALL_ENTRY("wxsListCtrl::OnItemDeselect");
+    // Any selected row counts, even one that a Remove has just taken out of the count.
+    const int row = int(event.GetIndex());
+    if (!m_selection.Contains(row)) return;
+    event.Skip();
+    m_selection.Erase(row);
+    RedrawItem(row);
 }

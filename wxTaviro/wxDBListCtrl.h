@@ -3,8 +3,10 @@
 // cell's text, every row's colours and selection state. Selection changes are not applied here
 // either: the body sends the standard list events and the subclass applies them.
 //
+// wxsListCtrl, at the end, is the list that stores its rows and selection itself.
+//
 // Sections: table settings; FormatDisplayString; wxDBListBase; wxDBListHeader; wxDBListBody;
-// wxDBListCtrl.
+// wxDBListCtrl; wxsListCtrl.
 #pragma once
 
 #include <wxTaviro/wxDoubleBufferedWindow.h>
@@ -17,6 +19,7 @@
 #include <wx/imaglist.h>
 #include <wx/listbase.h>
 #include <wx/timer.h>
+#include <wx/validate.h>
 
 #include <climits>
 #include <memory>
@@ -123,6 +126,9 @@ public:
     int GetRowHeight() const { return m_lineHeight; }
 
     // Geometry in client coordinates; the one source of truth for paint, hit tests and redraws.
+    // The client size is the one of the last scroll-bar adjustment (every resize makes one):
+    // asking the toolkit costs more than filling a row.
+    wxSize ViewSize() const;
     wxRect GetCellRect(int row, int column) const;
     wxRect GetColumnRect(int column) const;
     wxRect GetItemRect(int row) const;
@@ -281,4 +287,101 @@ protected:
     wxDBListBody* m_body = nullptr;
     wxImageList* m_images = nullptr;
     bool m_singleSelection;
+};
+
+// ---- wxsListCtrl ----
+
+// The selected rows of a wxsListCtrl: their order of selection, which callers see, and a bit
+// per row, which the paint asks for every row it draws.
+class _RowSelection {
+public:
+    bool Contains(int row) const {
+        return row >= 0 && size_t(row) < m_flags.size() && m_flags[size_t(row)];
+    }
+    // False when the row was already selected.
+    bool Add(int row);
+    // False when the row was not selected.
+    bool Erase(int row);
+    // A row was inserted before `row`: selected rows from `row` on move down by one.
+    void InsertRow(int row);
+    // `row` is gone: it leaves the selection and the rows below it move up by one.
+    void DeleteRow(int row);
+    void Clear();
+    std::vector<int> Ordered() const;
+    // The first row in selection order that is greater than `item`, -1 when none.
+    int FirstAbove(int item) const;
+
+private:
+    void Compact();
+
+    // Selection order; -1 marks an erased entry, dropped once they outnumber the live ones,
+    // so that deselecting a big selection entry by entry stays linear.
+    std::vector<int> m_order;
+    size_t m_hint = 0; // just after the entry erased last
+    size_t m_count = 0;
+    // As long as the highest selected row + 1 at least.
+    std::vector<bool> m_flags;
+};
+
+// A list that stores its rows and keeps its selection, with the item calls of a report-style
+// wxListCtrl, so that code written for that control fills the fast list instead. It applies
+// the selection events of its body before any handler sees them, then lets them go on.
+class wxsListCtrl : public wxDBListCtrl {
+public:
+    // Set by SetItemFont and SetItemTextColour; most rows never set them, so a row carries
+    // them only once it does.
+    struct RowLook {
+        wxFont font;
+        wxColour textColour;
+    };
+    struct Row {
+        // One text per column at insertion; columns added later read as empty until set.
+        std::vector<String> cells;
+        std::unique_ptr<RowLook> look; // font and textColour; null: the null font, no colour
+        int image = -1;
+    };
+
+    // Position, size, style, validator and name are accepted for compatibility and ignored.
+    wxsListCtrl(wxWindow* parent, int id, const wxPoint& pos = wxDefaultPosition,
+                const wxSize& size = wxDefaultSize, long style = 0,
+                const wxValidator& validator = wxDefaultValidator,
+                const wxString& name = "listCtrl");
+
+    bool IsRowSelected(int row) override;
+    std::vector<int> GetSelection() override;
+    String GetDisplayText(int row, int column) override;
+    void DoClear() override;
+
+    // Adds a row to the count and its record at `index`, clamped to 0..GetItemCount() as
+    // Insert places rows; returns the index used.
+    int InsertItem(int index, const String& label, int image = -1);
+    // Ignored outside the rows or the columns; false then.
+    bool SetItem(int row, int column, const String& text);
+    void SetItemTextColour(int row, const wxColour& colour);
+    void SetItemFont(int row, const wxFont& font);
+    wxColour GetItemTextColour(int row) const;
+    wxFont GetItemFont(int row) const;
+    int GetItemImage(int row) const;
+    // Drops the row's record and moves the rows below it up, selection included, but leaves
+    // the row count alone: the last row then reads empty. To shorten the count as well, Remove
+    // the last row: Remove(row) would deselect the row that has moved up into `row`.
+    bool DeleteItem(int row);
+    // The first selected row, in selection order, above `item` (-1: the first selected row);
+    // -1 when none. Geometry and state are ignored: only selected rows are found.
+    int GetNextItem(int item, int geometry = wxLIST_NEXT_ALL, int state = wxLIST_STATE_SELECTED);
+
+    void OnItemSelect(wxListEvent& event);
+    void OnItemDeselect(wxListEvent& event);
+
+protected:
+    // The body's selection events reach OnItemSelect and OnItemDeselect here, ahead of the
+    // handlers bound to this control, so a handler that does not skip them cannot keep the
+    // selection from changing.
+    bool TryBefore(wxEvent& event) override;
+    // The record of `row`, created (with the rows before it) when the count has it but the
+    // records do not: rows inserted with Insert, or left empty at the end by DeleteItem.
+    Row& Record(int row);
+
+    std::vector<Row> m_rows;
+    _RowSelection m_selection;
 };

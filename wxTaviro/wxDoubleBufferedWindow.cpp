@@ -160,13 +160,25 @@ void wxDoubleBufferedWindow::SetScrollbar(int orient, int pos, int thumb, int ra
     SetBar(orient, pos, thumb, range);
 }
 
-void wxDoubleBufferedWindow::SetBar(int orient, int64_t pos, int thumb, int64_t range) {
+void wxDoubleBufferedWindow::SetBar(int orient, int64_t pos, int thumb, int64_t range,
+                                    bool nativeNow) {
     _Bar& bar = BarOf(orient);
     bar.range = std::max<int64_t>(range, 0);
     bar.thumb = std::max(thumb, 0);
     bar.pos = std::max<int64_t>(0, std::min(pos, bar.range - bar.thumb));
     bar.scale = bar.range > k_NativeMax ? (bar.range + k_NativeMax - 1) / k_NativeMax : 1;
-    SyncNative(orient);
+    if (nativeNow) {
+        SyncNative(orient);
+    } else if (!m_nativeSyncQueued) {
+        // Once per turn of the event loop: rows added one by one would otherwise pay a
+        // toolkit round of signals each.
+        m_nativeSyncQueued = true;
+        CallAfter([this] {
+            m_nativeSyncQueued = false;
+            SyncNative(wxHORIZONTAL);
+            SyncNative(wxVERTICAL);
+        });
+    }
 }
 
 void wxDoubleBufferedWindow::SyncNative(int orient) {
@@ -180,11 +192,11 @@ void wxDoubleBufferedWindow::AdjustScrollbars() {
     int w = 0, h = 0;
     GetClientSize(&w, &h);
     if (w < 1 || h < 1) return;
-    SetBar(wxHORIZONTAL, m_hBar.pos, w, m_virtualWidth);
+    SetBar(wxHORIZONTAL, m_hBar.pos, w, m_virtualWidth, false);
     const int64_t range = int64_t(m_lineCount) * m_lineHeight;
     int64_t pos = m_vBar.pos;
     if (m_stickToBottom && m_vBar.range - m_vBar.thumb <= pos) pos = range - h;
-    SetBar(wxVERTICAL, pos, h, range);
+    SetBar(wxVERTICAL, pos, h, range, false);
     if (m_reportScrollbars) ReportScrollbars();
 }
 

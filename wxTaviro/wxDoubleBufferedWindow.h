@@ -37,7 +37,7 @@ public:
     bool ScrollPages(int pages) override;
 
     // Recomputes both scroll bars from the metrics; call after changing m_lineCount or
-    // m_virtualWidth.
+    // m_virtualWidth. The native bars follow on the next turn of the event loop.
     void AdjustScrollbars();
 
     // Pixels, 64-bit: the position, the range and the visible length (thumb) of a bar.
@@ -91,13 +91,15 @@ private:
     };
     _Bar& BarOf(int orient) { return orient == wxHORIZONTAL ? m_hBar : m_vBar; }
     const _Bar& BarOf(int orient) const { return orient == wxHORIZONTAL ? m_hBar : m_vBar; }
-    void SetBar(int orient, int64_t pos, int thumb, int64_t range);
+    // The model at once; its native copy now or on the next turn of the event loop.
+    void SetBar(int orient, int64_t pos, int thumb, int64_t range, bool nativeNow = true);
     void SyncNative(int orient);
     void ApplyScroll(int orient, int64_t target);
     void ReportScrollbars();
 
     _Bar m_hBar;
     _Bar m_vBar;
+    bool m_nativeSyncQueued = false;
 
     wxDECLARE_EVENT_TABLE();
 };
