@@ -172,22 +172,22 @@ class _JobsWindow : public _UserWindow {
 public:
     _JobsWindow(wxWindow* parent, TaviroApp* farm)
         : _UserWindow(parent, _("Jobs"), "Jobs Window", wxToString(_("Jobs"))) {
-        auto* list = new wxListCtrl(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxLC_REPORT);
-        list->AppendColumn(_("Job"), wxLIST_FORMAT_LEFT, FromDIP(200));
-        list->AppendColumn(_("Status"), wxLIST_FORMAT_LEFT, FromDIP(100));
-        list->AppendColumn(_("Progress"), wxLIST_FORMAT_RIGHT, FromDIP(80));
-        // A snapshot of the first jobs by name; the library's virtual list takes over this
-        // role. Each name is read once: a farm may hold a million jobs.
+        // Filled row by row, as code written for a report list does; the row-store list takes
+        // a whole farm that way. A snapshot by name; each name is read once.
+        auto* list = new wxsListCtrl(this, wxID_ANY);
+        list->AddColumn(0, wxToString(_("Job")), FromDIP(200));
+        list->AddColumn(1, wxToString(_("Status")), FromDIP(100));
+        list->AddColumn(2, wxToString(_("Progress")), FromDIP(80));
         std::vector<std::pair<String, JobPtr>> jobs;
         for (JobPtr& j : farm->GetAllJobs())
             jobs.emplace_back(j->Name(), std::move(j));
-        const size_t shown = std::min<size_t>(jobs.size(), 500);
-        std::partial_sort(jobs.begin(), jobs.begin() + (long)shown, jobs.end(),
-                          [](const auto& a, const auto& b) { return a.first < b.first; });
-        for (size_t i = 0; i < shown; ++i) {
-            const long row = list->InsertItem((long)i, wxFromString(jobs[i].first));
+        std::sort(jobs.begin(), jobs.end(), [](const auto& a, const auto& b) {
+            return NaturalCompare(a.first, b.first) < 0;
+        });
+        for (size_t i = 0; i < jobs.size(); ++i) {
+            const int row = list->InsertItem((int)i, jobs[i].first);
             list->SetItem(row, 1, JobStatusName(jobs[i].second->GetStatus()));
-            list->SetItem(row, 2, wxFromString(jobs[i].second->GetParameter(p_Progress)) + "%");
+            list->SetItem(row, 2, jobs[i].second->GetParameter(p_Progress) + "%");
         }
         SendSizeEvent(); // placed before its contents existed
     }
@@ -390,13 +390,13 @@ private:
             wxEVT_BUTTON, [this](wxCommandEvent&) { OrderShutdown(); }, ID_SHUTDOWN);
 
         auto* body = new wxBoxSizer(wxHORIZONTAL);
-        m_Counts = new wxListCtrl(panel, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(260, -1)),
-                                  wxLC_REPORT | wxLC_SINGLE_SEL);
-        m_Counts->AppendColumn(_("Status"), wxLIST_FORMAT_LEFT, FromDIP(140));
-        m_Counts->AppendColumn(_("Jobs"), wxLIST_FORMAT_RIGHT, FromDIP(100));
+        m_Counts = new wxsListCtrl(panel, wxID_ANY);
+        m_Counts->SetMinSize(FromDIP(wxSize(260, -1)));
+        m_Counts->AddColumn(0, wxToString(_("Status")), FromDIP(140));
+        m_Counts->AddColumn(1, wxToString(_("Jobs")), FromDIP(100));
         for (int s = k_JobWaiting; s <= k_JobArchived + 1; ++s) {
-            m_Counts->InsertItem(s - k_JobWaiting,
-                                 s <= k_JobArchived ? wxString(JobStatusName(s)) : _("All"));
+            m_Counts->InsertItem(s - k_JobWaiting, s <= k_JobArchived ? String(JobStatusName(s))
+                                                                      : wxToString(_("All")));
             m_Counts->SetItem(s - k_JobWaiting, 1, "0");
         }
         body->Add(m_Counts, 0, wxEXPAND | wxLEFT | wxBOTTOM, gap);
@@ -518,9 +518,9 @@ private:
             auto it = counts.find(s);
             const size_t n = it == counts.end() ? 0 : it->second;
             all += n;
-            m_Counts->SetItem(s - k_JobWaiting, 1, wxString::Format("%zu", n));
+            m_Counts->SetItem(s - k_JobWaiting, 1, SFormat("%zu", n));
         }
-        m_Counts->SetItem(k_JobArchived, 1, wxString::Format("%zu", all));
+        m_Counts->SetItem(k_JobArchived, 1, SFormat("%zu", all));
         if (m_NewLines > 0) {
             m_List->Freeze();
             const size_t add = std::min({m_NewLines, m_Lines.size(), k_ListLines});
@@ -572,7 +572,7 @@ private:
     wxNotebook* m_Book = nullptr;
     wxStaticText* m_State = nullptr;
     wxButton* m_LinkButton = nullptr;
-    wxListCtrl* m_Counts = nullptr;
+    wxsListCtrl* m_Counts = nullptr;
     JobsView* m_Jobs = nullptr;
     wxListBox* m_List = nullptr;
     wxMenu* m_WindowMenu = nullptr;
