@@ -14,6 +14,8 @@
 
 #include <wx/display.h>
 #include <wx/translation.h>
+
+#include <clocale>
 #include <wx/sysopt.h>
 #include <wx/tooltip.h>
 #include <wx/weakref.h>
@@ -132,6 +134,9 @@ wxBEGIN_EVENT_TABLE(wxTaviroApp, wxApp)
     EVT_CHAR_HOOK(wxTaviroApp::KeyboardHook)
 wxEND_EVENT_TABLE()
 
+// The library's catalog was added (once per process is enough).
+static bool s_LibraryAdded = false;
+
 wxTaviroApp::wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel)
     : TaviroClientApp(fileLevel, echoLevel) {
     CALL_ENTRY("wxTaviroApp::wxTaviroApp");
@@ -143,6 +148,9 @@ wxTaviroApp::wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel)
     EnableMessageProcessing();
     m_ShowStartupError = true;
     static wxLocale s_Locale(wxLANGUAGE_DEFAULT, wxLOCALE_LOAD_DEFAULT);
+    // Numbers keep the "C" format whatever the user's language: the farm's texts, the options
+    // and the colour files are written and parsed in it.
+    setlocale(LC_NUMERIC, "C");
 }
 
 wxTaviroApp::~wxTaviroApp() {
@@ -224,18 +232,22 @@ void wxTaviroApp::OnEventLoopEnter(wxEventLoopBase* loop) {
 
 bool wxTaviroApp::AddTranslations(const String& domain) {
     CALL_ENTRY("wxTaviroApp::AddTranslations");
-    wxTranslations* translations = wxTranslations::Get();
-    if (!translations) {
-        // The language comes from the environment; the C library's locale (number formats
-        // included) is left alone: the farm's texts are parsed in the "C" format.
-        translations = new wxTranslations;
-        wxTranslations::Set(translations);
+    static bool s_PathsAdded = false;
+    if (!s_PathsAdded) {
+        s_PathsAdded = true;
         wxFileTranslationsLoader::AddCatalogLookupPathPrefix(TAVIRO_INSTALLED_LOCALE_DIR);
         wxFileTranslationsLoader::AddCatalogLookupPathPrefix(TAVIRO_BUILD_LOCALE_DIR);
-        translations->AddStdCatalog();
-        if (domain != "wxTaviro") translations->AddCatalog("wxTaviro");
     }
+    // The application's locale made one, with wx's own catalog; a program without it gets one.
+    wxTranslations* translations = wxTranslations::Get();
+    if (!translations) {
+        translations = new wxTranslations;
+        wxTranslations::Set(translations);
+        translations->AddStdCatalog();
+    }
+    if (domain != "wxTaviro" && !s_LibraryAdded) AddTranslations("wxTaviro");
     const bool found = translations->AddCatalog(wxFromString(domain));
+    if (domain == "wxTaviro") s_LibraryAdded = true;
     LogDebug("Translations of " + domain + (found ? " loaded" : " not found"));
     return found;
 }
@@ -250,7 +262,7 @@ bool wxTaviroApp::OnInit() {
     MessengerConnectedEvt::s_Signal.Connect(this, &wxTaviroApp::_Connect);
     MessengerDisconnectedEvt::s_Signal.Connect(this, &wxTaviroApp::_Disconnect);
 
-    if (!wxTranslations::Get()) AddTranslations("wxTaviro");
+    if (!s_LibraryAdded) AddTranslations("wxTaviro");
     wxSystemOptions::SetOption("msw.notebook.themed-background", 0);
     // Requests from the suite's other programs are GUI work: run them on this thread.
     SetMainThreadExecutor([](std::function<void()> task) {

@@ -116,9 +116,10 @@ public:
     static wxWindow* GetActiveWindow();
 
     // Adds a text domain's catalog in the language the environment asks for (LANGUAGE,
-    // LC_ALL, LC_MESSAGES, LANG), from the build tree or the installed locale folder. OnInit
-    // adds the library's own ("wxTaviro") and wx's; a program adds its domain. False when
-    // there is no catalog of that domain for the language.
+    // LC_ALL, LC_MESSAGES, LANG), from the build tree or the installed locale folder, and the
+    // library's own ("wxTaviro") with the first. OnInit adds the library's; a program adds
+    // its own domain (before building windows). False when there is no catalog of that
+    // domain for the language.
     static bool AddTranslations(const String& domain);
 
     // A derived application that clears this fails silently when start-up fails.
