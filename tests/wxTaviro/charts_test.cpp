@@ -49,7 +49,7 @@ TEST(BarHistory, ScalesSamplesIntoColumnsAndTheNewestIntoTheLevelBar) {
         {darkBlue, {{98, 30}, {98, 21}, {95, 5}, {94, 5}}},
         {bg, {{98, 19}, {98, 10}, {93, 5}, {6, 10}, {48, 10}, {52, 10}}},
         {wxColour(24, 184, 24), {{4, 10}}},
-        {green, {{50, 10}}},
+        {green, {{51, 10}}},
         {wxsGetColor(color_3DDark), {{0, 20}, {50, 0}}},
         {wxsGetColor(color_3DLight), {{99, 20}, {50, 39}}}};
     for (const auto& [colour, points] : probes)
@@ -72,12 +72,15 @@ TEST(BarHistory, ScalesSamplesIntoColumnsAndTheNewestIntoTheLevelBar) {
 }
 
 TEST(BarHistory, TooltipFiguresPeakAndLimits) {
-    wxBarHistoryCtrl* c = Chart(1, 3, 2, {1, 2, 3, 4}, 3);
+    // Limit 3: the oldest sample leaves the sum too; a later limit leaves the sum alone.
+    wxBarHistoryCtrl* c = Chart(1, 3, 2, {9, 2, 3, 4}, 3);
     c->SetTooltipText("Load", "engines");
     EXPECT_EQ(c->GetHistory(), std::deque<uint32_t>({4, 3, 2}));
     wxString tip = c->GetToolTipText(), ago;
-    EXPECT_TRUE(tip.StartsWith("Load\nCurrent:\t4\nRange:\t1 / 2 / 3\nPeak:\t4, ")) << tip;
+    EXPECT_TRUE(tip.StartsWith("Load\nCurrent:\t4\nRange:\t1 / 2 / 3\nPeak:\t9, ")) << tip;
     EXPECT_TRUE(tip.EndsWith(" ago\nAverage:\t3\nengines", &ago) && ago.Freq('\n') == 3) << tip;
+    c->LimitHistory(1, false), c->PushValue(5); // (9 - 4 + 5) / 1
+    EXPECT_TRUE(c->GetToolTipText().EndsWith("\nAverage:\t10\nengines")) << c->GetToolTipText();
 
     c = Chart(0, 10, 5, {7, 8}, 0); // nothing kept, the peak still follows
     EXPECT_EQ(c->GetToolTipText().BeforeFirst(','), "Current:\t0\nRange:\t0 / 5 / 10\nPeak:\t8");
