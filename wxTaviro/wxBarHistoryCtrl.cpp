@@ -56,11 +56,13 @@ wxEND_EVENT_TABLE()
 // ---- construction ----
 
 wxBarHistoryCtrl::wxBarHistoryCtrl() {
+    CALL_ENTRY("wxBarHistoryCtrl::wxBarHistoryCtrl");
     _Init();
 }
 
 wxBarHistoryCtrl::wxBarHistoryCtrl(wxWindow* parent, int id, const wxPoint& pos, const wxSize& size,
                                    unsigned int style) {
+    CALL_ENTRY("wxBarHistoryCtrl::wxBarHistoryCtrl");
     _Init();
     Create(parent, id, pos, size, style);
 }
@@ -82,7 +84,6 @@ bool wxBarHistoryCtrl::Create(wxWindow* parent, int id, const wxPoint& pos, cons
     if (size.x > 0) min.x = size.x;
     if (size.y > 0) min.y = size.y;
     SetInitialSize(min);
-    _SetTooltip();
     return true;
 }
 
@@ -164,6 +165,7 @@ void wxBarHistoryCtrl::SetTooltipText(String prefix, String suffix) {
 
 int wxBarHistoryCtrl::Scale(unsigned int value, unsigned int lower, unsigned int upper,
                             int pixels) {
+    CALL_ENTRY("wxBarHistoryCtrl::Scale");
     const uint32_t above = uint32_t(value - lower);
     const uint32_t range = uint32_t(upper - lower);
     // Equal bounds: the limit of the quotient, everything above them full, the bound itself 0.
@@ -175,6 +177,7 @@ int wxBarHistoryCtrl::Scale(unsigned int value, unsigned int lower, unsigned int
 // ---- geometry ----
 
 wxBarHistoryCtrl::Geometry wxBarHistoryCtrl::GetGeometry(const wxSize& clientSize) const {
+    CALL_ENTRY("wxBarHistoryCtrl::GetGeometry");
     Geometry g;
     g.size = clientSize;
     const int w = clientSize.x, h = clientSize.y;

@@ -75,7 +75,6 @@ TEST(BarHistory, TooltipFiguresPeakAndLimits) {
     // Limit 3: the oldest sample leaves the sum too; a later limit leaves the sum alone.
     wxBarHistoryCtrl* c = Chart(1, 3, 2, {9, 2, 3, 4}, 3);
     c->SetTooltipText("Load", "engines");
-    EXPECT_EQ(c->GetHistory(), std::deque<uint32_t>({4, 3, 2}));
     wxString tip = c->GetToolTipText(), ago;
     EXPECT_TRUE(tip.StartsWith("Load\nCurrent:\t4\nRange:\t1 / 2 / 3\nPeak:\t9, ")) << tip;
     EXPECT_TRUE(tip.EndsWith(" ago\nAverage:\t3\nengines", &ago) && ago.Freq('\n') == 3) << tip;
@@ -87,10 +86,8 @@ TEST(BarHistory, TooltipFiguresPeakAndLimits) {
     EXPECT_TRUE(c->GetToolTipText().EndsWith(" ago")) << c->GetToolTipText();
 
     // A repeat of the peak refreshes its time unless the peak was the previous value too.
-    c->PushValue(9);
-    const int64_t t = c->GetPeakTime();
-    wxMilliSleep(2);
-    c->PushValue(9);
+    const int64_t t = (c->PushValue(9), c->GetPeakTime());
+    wxMilliSleep(2), c->PushValue(9);
     EXPECT_EQ(c->GetPeakTime(), t);
     c->PushValue(3), c->PushValue(9);
     EXPECT_GT(c->GetPeakTime(), t);
@@ -111,6 +108,7 @@ TEST(BarHistory, ExtremeFlatAndPixellessInput) {
     for (const wxSize size : {wxSize(0, 40), wxSize(100, 0)}) {
         c->SetClientSize(size), c->Render(), c->Refresh(), c->Update();
         EXPECT_EQ(c->GetBitmap(), nullptr);
+        EXPECT_FALSE(c->GetGeometry(size).HasBar() || !c->GetGeometry(size).trace.empty());
     }
 }
 
