@@ -15,16 +15,48 @@ namespace {
 // ---- shared images ----
 
 // The expander shown on a collapsed item: a plus, light at the top, darker at the bottom.
+// clang-format off
 const char* const expand_xpm[] = {
-    "11 11 6 1",   "  c #ffffff", ". c #f3f3f3", ": c #ebebeb", "- c #e3e3e3", "= c #dadada",
-    "X c #646464", "XXXXXXXXXXX", "X         X", "X....X....X", "X....X....X", "X::::X::::X",
-    "X:XXXXXXX:X", "X----X----X", "X----X----X", "X====X====X", "X=========X", "XXXXXXXXXXX"};
+    "11 11 6 1",
+    "  c #ffffff",
+    ". c #f3f3f3",
+    ": c #ebebeb",
+    "- c #e3e3e3",
+    "= c #dadada",
+    "X c #646464",
+    "XXXXXXXXXXX",
+    "X         X",
+    "X....X....X",
+    "X....X....X",
+    "X::::X::::X",
+    "X:XXXXXXX:X",
+    "X----X----X",
+    "X----X----X",
+    "X====X====X",
+    "X=========X",
+    "XXXXXXXXXXX"};
 
 // The expander shown on an expanded item: a minus with the reverse gradient.
 const char* const collapse_xpm[] = {
-    "11 11 6 1",   "  c #ffffff", ". c #fbfbfb", ": c #f3f3f3", "- c #e7e7e7", "= c #dfdfdf",
-    "X c #646464", "XXXXXXXXXXX", "X=========X", "X---------X", "X---------X", "X:::::::::X",
-    "X:XXXXXXX:X", "X.........X", "X.........X", "X         X", "X         X", "XXXXXXXXXXX"};
+    "11 11 6 1",
+    "  c #ffffff",
+    ". c #fbfbfb",
+    ": c #f3f3f3",
+    "- c #e7e7e7",
+    "= c #dfdfdf",
+    "X c #646464",
+    "XXXXXXXXXXX",
+    "X=========X",
+    "X---------X",
+    "X---------X",
+    "X:::::::::X",
+    "X:XXXXXXX:X",
+    "X.........X",
+    "X.........X",
+    "X         X",
+    "X         X",
+    "XXXXXXXXXXX"};
+// clang-format on
 
 constexpr int k_ImageSize = 11;
 constexpr int k_Spacing = 4;
