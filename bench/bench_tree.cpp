@@ -206,7 +206,9 @@ double TimeMs(const std::function<void()>& f) {
 void Line(const char* name, const char* what, double ours, double other, const char* unit,
           const char* goalText, bool met) {
     const double ratio = other > 0 ? ours / other : 0;
-    printf("%-4s %-52s %10.3f %10.3f %-3s %8.4f   %-12s %s\n", name, what, ours, other, unit, ratio,
+    char shown[32]; // tiny ratios in powers of ten, not as zero
+    snprintf(shown, sizeof shown, ratio > 0 && ratio < 0.001 ? "%8.1e" : "%8.4f", ratio);
+    printf("%-4s %-52s %10.3f %10.3f %-3s %s   %-12s %s\n", name, what, ours, other, unit, shown,
            goalText, met ? "met" : "NOT met");
     fflush(stdout);
 }
