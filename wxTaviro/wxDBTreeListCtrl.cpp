@@ -704,7 +704,8 @@ void wxDBTreeListCtrl::OnBodyKey(wxKeyEvent& event) {
     const bool close = key == WXK_LEFT || key == '-' || key == WXK_NUMPAD_SUBTRACT;
     wxDBTreeListItem* item =
         RowWithItem(m_currentItem) >= 0 ? m_currentItem : ItemAtRow(GetLastSelect());
-    if ((!open && !close) || event.HasAnyModifiers() || !item) {
+    // Shift may be what types '+' or '-'; Control and Alt mean other commands.
+    if ((!open && !close) || event.ControlDown() || event.AltDown() || !item) {
         event.Skip();
         return;
     }
