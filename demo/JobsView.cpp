@@ -499,7 +499,11 @@ wxColour JobsView::GetRowColor(int row) {
     // status column still tells.
     if (row < 0 || row >= (int)m_Rows.size() || m_Rows[row]->selected)
         return wxsGetColor(color_Text);
-    switch (m_Rows[row]->job->GetStatus()) {
+    return StatusColour(m_Rows[row]->job->GetStatus());
+}
+
+wxColour StatusColour(int status) {
+    switch (status) {
     case k_JobRunning:
         return wxsGetColor(color_TextGreen);
     case k_JobPaused:

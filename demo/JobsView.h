@@ -131,5 +131,8 @@ private:
     std::vector<_Note> m_Notes;
 };
 
+// The text colour of a job in this status (from the palette, so read it at paint time).
+wxColour StatusColour(int status);
+
 // Compares texts with runs of digits taken as numbers ("Job 9" before "Job 10"): <0, 0, >0.
 int NaturalCompare(const String& a, const String& b);

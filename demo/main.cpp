@@ -4,7 +4,7 @@
 // collects and closes; every window comes back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|jobs|colours|log] [--open-windows] [--open-dialog
+//               [--page farm|jobs|bytype|colours|log] [--open-windows] [--open-dialog
 //               settings|rename|find|newjob]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
@@ -17,6 +17,7 @@
 #include "demo/JobDialogs.h"
 #include "demo/JobsView.h"
 #include "demo/LogView.h"
+#include "demo/TypeTreeView.h"
 
 #include <wxTaviro/JobCommandMenu.h>
 #include <wxTaviro/wxConfirmDlg.h>
@@ -371,9 +372,14 @@ private:
         m_Jobs->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this](wxListEvent& e) {
             if (JobPtr job = m_Jobs->GetJob((int)e.GetIndex())) ShowJobMenu(m_Jobs, job);
         });
+        m_ByType = new TypeTreeView(m_Book, [this](const UID& id) { return m_App->FindJob(id); });
+        m_Book->AddPage(m_ByType, _("By type"));
+        m_ByType->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this](wxListEvent& e) {
+            if (JobPtr job = m_ByType->GetJob((int)e.GetIndex())) ShowJobMenu(m_ByType, job);
+        });
         m_Book->AddPage(CreateColorsView(m_Book), _("Colours"));
         m_Book->AddPage(CreateLogView(m_Book), _("Log"));
-        const char* const names[] = {"farm", "jobs", "colours", "log"};
+        const char* const names[] = {"farm", "jobs", "bytype", "colours", "log"};
         for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
             m_Book->GetPage(i)->SetName(names[i]);
         const int gap = FromDIP(8);
@@ -474,6 +480,7 @@ private:
     void OnFarmMessage(const Message& m) {
         ++m_Messages;
         m_Jobs->OnFarmMessage(m);
+        m_ByType->OnFarmMessage(m);
         switch (m.GetType()) {
         case k_MsgLogLine:
             AddLine(wxFromString(m.Get("Text")));
@@ -574,6 +581,7 @@ private:
     wxButton* m_LinkButton = nullptr;
     wxsListCtrl* m_Counts = nullptr;
     JobsView* m_Jobs = nullptr;
+    TypeTreeView* m_ByType = nullptr;
     wxListBox* m_List = nullptr;
     wxMenu* m_WindowMenu = nullptr;
     std::unique_ptr<JobCommandMenu> m_JobMenu;
@@ -703,7 +711,7 @@ int main(int argc, char** argv) {
         "  --screenshot FILE    save a screenshot of the main window 2.5 s after start\n"
         "  --exit-after SECONDS close the main window after that time\n"
         "  --scheme 1..5        the colour scheme\n"
-        "  --page farm|jobs|colours|log  the page to show\n"
+        "  --page farm|jobs|bytype|colours|log  the page to show\n"
         "  --open-windows       open the jobs and log windows\n"
         "  --open-dialog settings  open the Settings dialog\n"
         "  --open-dialog rename    ask for a new name of the current view\n"

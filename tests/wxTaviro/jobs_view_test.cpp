@@ -3,6 +3,9 @@
 #include "tests/support/WxTestHelpers.h"
 
 #include "demo/JobsView.h"
+#include "demo/TypeTreeView.h"
+
+#include <taviro/JobFactory.h>
 
 #include <map>
 
@@ -63,4 +66,72 @@ TEST(JobsView, RowsStaySortedAndTheSelectionFollowsTheJobs) {
     EXPECT_EQ(names(view->GetSelection()), (std::vector<String>{"Job 10", "Job 2"}));
     for (int r = 0; r < view->GetItemCount(); ++r)
         EXPECT_EQ(view->IsRowSelected(r), r == 16 || r == 22) << r;
+}
+
+// The "By type" tree: groups by type and status, jobs sorted by name within (many newcomers
+// through one sort, few by binary insertion), moved on a status change, gone when removed, and
+// a status that lost its last job goes too.
+
+TEST(TypeTreeView, GroupsFollowTheJobs) {
+    const char* const types[] = {"6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0a01",
+                                 "6f1c2a30-5a0e-4c1e-9a55-0c7d1e3f0a02"};
+    ASSERT_TRUE(JobFactory::s_JobFactory.AddModule("type zeta\nid " + String(types[0]), "z"));
+    ASSERT_TRUE(JobFactory::s_JobFactory.AddModule("type Alpha\nid " + String(types[1]), "a"));
+    std::map<UID, JobPtr> farm;
+    auto* view = new TypeTreeView(TopWindow(), [&](const UID& id) {
+        auto it = farm.find(id);
+        return it == farm.end() ? JobPtr() : it->second;
+    });
+    auto job = [&](const String& name, int type, int status) {
+        JobPtr j(new Job(UID(true)));
+        j->SetParameters(
+            {{p_Name, name}, {p_Type, types[type]}, {p_Status, String::FromInt(status)}});
+        farm[j->GetID()] = j;
+        view->OnFarmMessage(Message(k_MsgJobCreated, j->GetID()));
+        return j;
+    };
+    // Rows as depth and name, every group opened; and what they must be, from the farm alone.
+    auto shown = [&] {
+        std::vector<String> rows;
+        for (int r = 0; r < view->GetItemCount(); ++r) {
+            wxDBTreeListItem* item = view->ItemAtRow(r);
+            if (item->HasChildren() && !item->IsExpanded()) view->Expand(item);
+            rows.push_back(String::FromInt(item->GetDepth()) + item->GetText(0));
+        }
+        return rows;
+    };
+    auto expected = [&] {
+        std::map<String, std::map<int, std::vector<String>>> groups;
+        for (auto& j : farm)
+            groups[j.second->GetParameter(p_Type) == types[0] ? "zeta" : "Alpha"]
+                  [j.second->GetStatus()]
+                      .push_back(j.second->Name());
+        std::vector<String> rows;
+        for (auto& type : groups) { // "Alpha" before "zeta"
+            rows.push_back("0" + type.first);
+            for (auto& status : type.second) {
+                rows.push_back("1" + String(JobStatusName(status.first)));
+                std::sort(
+                    status.second.begin(), status.second.end(),
+                    [](const String& a, const String& b) { return NaturalCompare(a, b) < 0; });
+                for (auto& name : status.second)
+                    rows.push_back("2" + name);
+            }
+        }
+        return rows;
+    };
+    for (int n = 0; n < 80; ++n) // many at once into two groups of zeta, shuffled
+        job("Job " + String::FromInt(1 + n * 7 % 80), 0, n % 2 ? k_JobWaiting : k_JobRunning);
+    const JobPtr lone = job("Lone", 1, k_JobPaused), moved = job("Job 3", 1, k_JobRunning);
+    view->Update();
+    EXPECT_EQ(shown(), expected());
+    moved->SetStatus(k_JobDone); // a few: placed one by one
+    job("Job 45b", 0, k_JobRunning);
+    farm.erase(lone->GetID());
+    view->OnFarmMessage(Message(k_MsgJobChanged, moved->GetID()));
+    view->OnFarmMessage(Message(k_MsgJobRemoved, lone->GetID()));
+    view->Update();
+    EXPECT_EQ(shown(), expected());
+    EXPECT_EQ(view->GetJobCount(), farm.size());
+    JobFactory::s_JobFactory.Clear();
 }
