@@ -48,10 +48,11 @@ TEST_F(Themed, CheckListKeysAndMenuTickRowsAndReportTheNewState) {
     for (const char* s : {"b", "c", "d", "e"})
         list->Append(s);
     list->Insert("a", 0, &data);
-    for (int key : {+WXK_UP, +WXK_DOWN, +WXK_SPACE, +WXK_DOWN, +'+', +WXK_NUMPAD_SUBTRACT, +WXK_END,
-                    +WXK_DOWN, +WXK_SPACE, +WXK_UP}) // up without a selection: none
+    // Up without a selection selects nothing; Space toggles, + ticks, - clears.
+    for (int key : {+WXK_UP, +WXK_DOWN, +WXK_SPACE, +WXK_SPACE, +WXK_SPACE, +WXK_DOWN, +'+',
+                    +WXK_NUMPAD_SUBTRACT, +WXK_END, +WXK_DOWN, +WXK_SPACE, +WXK_UP})
         Send(list, wxKeyEvent(wxEVT_KEY_DOWN), key);
-    EXPECT_EQ(sent, (std::vector<int>{1, 1, 0, 1})); // the state, not the row
+    EXPECT_EQ(sent, (std::vector<int>{1, 0, 1, 1, 0, 1})); // the state, not the row
     EXPECT_TRUE(list->IsChecked(0) && !list->IsChecked(1) && list->IsChecked(4));
     EXPECT_EQ(list->GetSelection(), 3);
 
@@ -125,7 +126,8 @@ TEST_F(Themed, TabsStripBordersAndSashesTakeTheSchemeInForce) {
         EXPECT_PIXEL(img, 295, 26, Hex(s.darker)); // ...the band along the pages starts darker
         EXPECT_PIXEL(img, tab[0].x + 3, tab[0].y + 2, Hex(s.selected));
         EXPECT_PIXEL(img, tab[0].x + 5, 26, Hex(s.lighter)); // the active tab opens to its page
-        EXPECT_PIXEL(img, tab[1].x + 3, tab[1].y + 2, Hex(s.lighter));
+        EXPECT_PIXEL(img, tab[1].x + 3, tab[1].y + 2, Hex(s.lighter)); // shading darker below
+        EXPECT_LT(img.GetRed(tab[1].x + 3, 25), Hex(s.lighter).Red() - 5);
         EXPECT_PIXEL(img, tab[1].x, tab[1].y + 10, OffsetColor(Hex(s.darker), -20, -20, -20));
         EXPECT_GT(CountPixels(img, tab[0], Hex(s.text), 30), 0);
         // The inactive text is darker (told apart on a dark strip).
