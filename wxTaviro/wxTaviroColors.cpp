@@ -10,6 +10,8 @@
 //   wxsButton        looks, default hand-over on focus, hover, keys, painting
 //   wxsCheckBox      value, click, painting; wxsRadioButton and its group
 //   wrappers         wxsStaticText, wxsPanel, wxsBitmapButton; the shared fonts' clean-up
+//   wxsCheckListBox  rows and client data, ticks and their events, keys, menu, painting
+//   wxsNotebook      wxsTabArt (strip and tabs), wxsDockArt (borders, sashes), the notebook
 #include <wxTaviro/wxTaviroColors.h>
 
 #include <ostrum/CallTrace.h>
@@ -19,6 +21,7 @@
 #include <wx/dcbuffer.h>
 #include <wx/dcgraph.h>
 #include <wx/dcmemory.h>
+#include <wx/menu.h>
 #include <wx/module.h>
 #include <wx/settings.h>
 #include <wx/toplevel.h>
@@ -29,6 +32,7 @@
 #include <cmath>
 #include <iterator>
 #include <map>
+#include <memory>
 
 // ---- palette ----
 
@@ -1359,3 +1363,626 @@ private:
     wxDECLARE_DYNAMIC_CLASS(_ButtonFontsModule);
 };
 wxIMPLEMENT_DYNAMIC_CLASS(_ButtonFontsModule, wxModule);
+
+// ---- wxsCheckListBox ----
+
+wxsCheckListBox::wxsCheckListBox() {
+    CALL_ENTRY("wxsCheckListBox::wxsCheckListBox");
+}
+
+wxsCheckListBox::wxsCheckListBox(wxWindow* parent, wxWindowID id, const wxPoint& pos,
+                                 const wxSize& size, long style, const wxValidator& validator,
+                                 const wxString& name) {
+    CALL_ENTRY("wxsCheckListBox::wxsCheckListBox");
+    Init(parent, id, pos, size, style, validator, name);
+}
+
+wxsCheckListBox::~wxsCheckListBox() {
+    // Client objects belong to the container; the window is going, so no repaint either.
+    if (HasClientObjectData())
+        for (unsigned i = 0; i < m_Items.size(); ++i)
+            ResetItemClientObject(i);
+    m_Items.clear();
+}
+
+bool wxsCheckListBox::Init(wxWindow* parent, wxWindowID id, const wxPoint& pos, const wxSize& size,
+                           long style, const wxValidator& validator, const wxString& name) {
+    CALL_ENTRY("wxsCheckListBox::Init");
+    // Rows scroll vertically only.
+    if (!Create(parent, id, pos, size, (style & ~wxHSCROLL) | wxVSCROLL, name)) return false;
+    if (style & wxALWAYS_SHOW_SB) ShowScrollbars(wxSHOW_SB_ALWAYS, wxSHOW_SB_ALWAYS);
+    Manage(this);
+    SetValidator(validator);
+    SetForegroundSlot(color_Text, 0);
+    RefreshColors();
+    SetBackgroundSlot(color_WindowBGDarker, 0);
+    RefreshColors();
+
+    m_RowHeight = wxRendererNative::Get().GetCheckBoxSize(this).y + 4;
+    int xRate = 0, yRate = 0;
+    GetScrollPixelsPerUnit(&xRate, &yRate);
+    SetScrollRate(xRate, m_RowHeight); // one scroll unit is one row
+    _RowsChanged();
+    SetInitialSize(size);
+
+    Bind(wxEVT_LEFT_DOWN, &wxsCheckListBox::OnLeftClick, this);
+    Bind(wxEVT_LEFT_DCLICK, &wxsCheckListBox::OnLeftClick, this); // quick clicks tick each time
+    Bind(wxEVT_KEY_DOWN, &wxsCheckListBox::OnKeyDown, this);
+    Bind(wxEVT_RIGHT_DOWN, &wxsCheckListBox::OnRMouse, this);
+    Bind(wxEVT_MENU, &wxsCheckListBox::OnAll, this, ID_CheckAll);
+    Bind(wxEVT_MENU, &wxsCheckListBox::OnNone, this, ID_CheckNone);
+    Bind(wxEVT_SET_FOCUS, &wxsCheckListBox::OnFocus, this);
+    Bind(wxEVT_KILL_FOCUS, &wxsCheckListBox::OnFocus, this);
+    Bind(wxEVT_SYS_COLOUR_CHANGED, &wxsCheckListBox::OnSysColorChange, this);
+    return true;
+}
+
+bool wxsCheckListBox::_IsRow(int index) const {
+    return index >= 0 && index < int(m_Items.size());
+}
+
+unsigned int wxsCheckListBox::GetCount() const {
+    CALL_ENTRY("wxsCheckListBox::GetCount");
+    return unsigned(m_Items.size());
+}
+
+wxString wxsCheckListBox::GetString(unsigned int index) const {
+    CALL_ENTRY("wxsCheckListBox::GetString");
+    return index < m_Items.size() ? m_Items[index].label : wxString();
+}
+
+void wxsCheckListBox::SetString(unsigned int index, const wxString& text) {
+    CALL_ENTRY("wxsCheckListBox::SetString");
+    if (index >= m_Items.size()) return;
+    m_Items[index].label = text;
+    InvalidateBestSize();
+    Refresh();
+}
+
+void wxsCheckListBox::SetSelection(int index) {
+    CALL_ENTRY("wxsCheckListBox::SetSelection");
+    m_Selection = _IsRow(index) ? index : wxNOT_FOUND;
+    Refresh();
+}
+
+int wxsCheckListBox::GetSelection() const {
+    CALL_ENTRY("wxsCheckListBox::GetSelection");
+    return m_Selection;
+}
+
+void wxsCheckListBox::Check(unsigned int index, bool on) {
+    CALL_ENTRY("wxsCheckListBox::Check");
+    if (index >= m_Items.size()) return;
+    m_Items[index].checked = on;
+    _SendCheckEvent(on ? 1 : 0, int(index));
+}
+
+bool wxsCheckListBox::IsChecked(unsigned int index) const {
+    CALL_ENTRY("wxsCheckListBox::IsChecked");
+    return index < m_Items.size() && m_Items[index].checked;
+}
+
+void wxsCheckListBox::CheckAll() {
+    CALL_ENTRY("wxsCheckListBox::CheckAll");
+    for (unsigned i = 0; i < GetCount(); ++i) // a handler may change the rows meanwhile
+        Check(i, true);
+    Refresh();
+    _SendCheckEvent(-1, wxNOT_FOUND);
+}
+
+void wxsCheckListBox::CheckNone() {
+    CALL_ENTRY("wxsCheckListBox::CheckNone");
+    for (unsigned i = 0; i < GetCount(); ++i)
+        Check(i, false);
+    Refresh();
+    _SendCheckEvent(-1, wxNOT_FOUND);
+}
+
+void wxsCheckListBox::_SendCheckEvent(int value, int row) {
+    // The integer is the new tick state, not the row (which rides along as the extra long).
+    wxCommandEvent event(wxEVT_CHECKLISTBOX, GetId());
+    event.SetEventObject(this);
+    event.SetInt(value);
+    event.SetExtraLong(row);
+    GetEventHandler()->ProcessEvent(event);
+}
+
+void wxsCheckListBox::EnsureVisible(int index) {
+    CALL_ENTRY("wxsCheckListBox::EnsureVisible");
+    if (!_IsRow(index)) return;
+    const int top = GetViewStart().y;
+    const int rows = std::max(1, GetClientSize().y / m_RowHeight);
+    if (index < top)
+        Scroll(-1, index);
+    else if (index >= top + rows)
+        Scroll(-1, index - rows + 1);
+}
+
+int wxsCheckListBox::GetRowHeight() const {
+    CALL_ENTRY("wxsCheckListBox::GetRowHeight");
+    return m_RowHeight;
+}
+
+wxsCheckListBox::RowGeometry wxsCheckListBox::GetRowGeometry(int index) const {
+    CALL_ENTRY("wxsCheckListBox::GetRowGeometry");
+    const int h = m_RowHeight, y = h * index;
+    RowGeometry g;
+    g.box = wxRect(1, y + 1, h - 2, h - 2);
+    g.label = wxRect(h, y + 1, GetClientSize().x - h, h - 2);
+    g.text = wxPoint(h + 2, y);
+    return g;
+}
+
+int wxsCheckListBox::HitTest(const wxPoint& clientPoint, bool* onBox) const {
+    CALL_ENTRY("wxsCheckListBox::HitTest");
+    const int row = clientPoint.y / m_RowHeight + GetViewStart().y;
+    if (onBox) *onBox = clientPoint.x < m_RowHeight;
+    return _IsRow(row) ? row : wxNOT_FOUND;
+}
+
+wxMenu* wxsCheckListBox::CreateContextMenu() const {
+    CALL_ENTRY("wxsCheckListBox::CreateContextMenu");
+    auto* menu = new wxMenu;
+    menu->Append(ID_CheckAll, _("Check &All"));
+    menu->Append(ID_CheckNone, _("Check &None"));
+    return menu;
+}
+
+void wxsCheckListBox::OnLeftClick(wxMouseEvent& event) {
+    CALL_ENTRY("wxsCheckListBox::OnLeftClick");
+    bool onBox = false;
+    const int row = HitTest(event.GetPosition(), &onBox);
+    if (row == wxNOT_FOUND) return;
+    SetFocus();
+    if (FindFocus() != this) return; // another window kept the focus
+    if (onBox) Check(row, !m_Items[row].checked);
+    SetSelection(row);
+}
+
+void wxsCheckListBox::_MoveSelection(int index) {
+    SetSelection(index);
+    EnsureVisible(m_Selection);
+}
+
+void wxsCheckListBox::OnKeyDown(wxKeyEvent& event) {
+    CALL_ENTRY("wxsCheckListBox::OnKeyDown");
+    const int sel = m_Selection, last = int(m_Items.size()) - 1;
+    const bool valid = _IsRow(sel);
+    const int page = std::max(1, GetClientSize().y / m_RowHeight - 1);
+    switch (event.GetKeyCode()) {
+    case WXK_SPACE:
+        if (valid) Check(sel, !m_Items[sel].checked);
+        break;
+    case '+':
+    case WXK_NUMPAD_ADD:
+        if (valid) Check(sel, true);
+        break;
+    case '-':
+    case WXK_NUMPAD_SUBTRACT:
+        if (valid) Check(sel, false);
+        break;
+    case WXK_UP:
+        if (sel > 0) _MoveSelection(sel - 1);
+        break;
+    case WXK_DOWN:
+        if (!valid)
+            _MoveSelection(0);
+        else if (sel < last)
+            _MoveSelection(sel + 1);
+        break;
+    case WXK_HOME:
+        _MoveSelection(0);
+        break;
+    case WXK_END:
+        _MoveSelection(last);
+        break;
+    case WXK_PAGEUP:
+        _MoveSelection(valid ? std::max(0, sel - page) : 0);
+        break;
+    case WXK_PAGEDOWN:
+        _MoveSelection(valid ? std::min(last, sel + page) : 0);
+        break;
+    case WXK_TAB:
+        event.Skip(); // the focus still moves on
+        return;
+    }
+    // Not skipped: the keys never reach the toolkit's own navigation and scrolling.
+    Refresh();
+}
+
+void wxsCheckListBox::OnRMouse(wxMouseEvent& event) {
+    CALL_ENTRY("wxsCheckListBox::OnRMouse");
+    std::unique_ptr<wxMenu> menu(CreateContextMenu());
+    PopupMenu(menu.get(), event.GetPosition());
+}
+
+void wxsCheckListBox::OnAll(wxCommandEvent&) {
+    CALL_ENTRY("wxsCheckListBox::OnAll");
+    CheckAll();
+}
+
+void wxsCheckListBox::OnNone(wxCommandEvent&) {
+    CALL_ENTRY("wxsCheckListBox::OnNone");
+    CheckNone();
+}
+
+void wxsCheckListBox::OnFocus(wxFocusEvent& event) {
+    CALL_ENTRY("wxsCheckListBox::OnFocus");
+    event.Skip();
+    Refresh(); // the focus mark on the selected row
+}
+
+void wxsCheckListBox::OnSysColorChange(wxSysColourChangedEvent& event) {
+    CALL_ENTRY("wxsCheckListBox::OnSysColorChange");
+    event.Skip();
+    SetForegroundColour(wxsGetColor(color_Text));
+    SetBackgroundColour(wxsGetColor(color_WindowBGDarker));
+    Refresh();
+}
+
+void wxsCheckListBox::OnDraw(wxDC& dc) {
+    CALL_ENTRY("wxsCheckListBox::OnDraw");
+    if (m_Items.empty()) return;
+    // Only the rows in view: a long list costs no more than a short one.
+    const wxPoint origin = CalcUnscrolledPosition(wxPoint(0, 0));
+    const int first = std::max(0, origin.y / m_RowHeight);
+    const int last = std::min(int(m_Items.size()) - 1,
+                              (origin.y + std::max(0, GetClientSize().y - 1)) / m_RowHeight);
+    wxRendererNative& renderer = wxRendererNative::Get();
+    const wxColour fg = GetForegroundColour(), bg = GetBackgroundColour();
+    dc.SetFont(GetFont());
+    dc.SetTextForeground(fg);
+    dc.SetTextBackground(bg);
+    for (int i = first; i <= last; ++i) {
+        const _Item& item = m_Items[i];
+        const RowGeometry g = GetRowGeometry(i);
+        renderer.DrawCheckBox(this, dc, g.box, item.checked ? int(wxCONTROL_CHECKED) : 0);
+        const bool selected = i == m_Selection;
+        if (selected) {
+            const wxColour mark = wxsGetColor(color_Selected);
+            dc.SetTextForeground(*wxWHITE);
+            dc.SetTextBackground(mark);
+            {
+                _KeepPenAndBrush keep(dc);
+                dc.SetPen(*wxTRANSPARENT_PEN);
+                _Fill(dc, g.label, mark);
+            }
+            if (HasFocus()) renderer.DrawFocusRect(this, dc, g.label);
+        }
+        dc.DrawText(item.label, g.text);
+        if (selected) {
+            dc.SetTextForeground(fg);
+            dc.SetTextBackground(bg);
+        }
+    }
+}
+
+int wxsCheckListBox::DoInsertItems(const wxArrayStringsAdapter& items, unsigned int pos,
+                                   void** clientData, wxClientDataType type) {
+    const unsigned n = unsigned(items.GetCount());
+    if (pos > m_Items.size() || n == 0) return wxNOT_FOUND;
+    m_Items.insert(m_Items.begin() + pos, n, _Item());
+    for (unsigned i = 0; i < n; ++i) {
+        m_Items[pos + i].label = items[i];
+        AssignNewItemClientData(pos + i, clientData, i, type);
+    }
+    if (m_Selection >= int(pos)) m_Selection += int(n); // it stays on its row
+    _RowsChanged();
+    return int(pos + n - 1);
+}
+
+void wxsCheckListBox::DoDeleteOneItem(unsigned int pos) {
+    if (pos >= m_Items.size()) return;
+    m_Items.erase(m_Items.begin() + pos);
+    if (m_Selection == int(pos))
+        m_Selection = wxNOT_FOUND;
+    else if (m_Selection > int(pos))
+        --m_Selection;
+    _RowsChanged();
+}
+
+void wxsCheckListBox::DoClear() {
+    m_Items.clear();
+    m_Selection = wxNOT_FOUND;
+    _RowsChanged();
+}
+
+void wxsCheckListBox::DoSetItemClientData(unsigned int index, void* clientData) {
+    if (index < m_Items.size()) m_Items[index].clientData = clientData;
+}
+
+void* wxsCheckListBox::DoGetItemClientData(unsigned int index) const {
+    return index < m_Items.size() ? m_Items[index].clientData : nullptr;
+}
+
+void wxsCheckListBox::_RowsChanged() {
+    SetVirtualSize(0, int(m_Items.size()) * m_RowHeight);
+    InvalidateBestSize();
+    Refresh();
+}
+
+wxSize wxsCheckListBox::DoGetBestClientSize() const {
+    // The widest of the first labels (measuring every one of a long list costs too much),
+    // and a few rows.
+    int widest = 0;
+    const size_t measured = std::min<size_t>(m_Items.size(), 100);
+    for (size_t i = 0; i < measured; ++i)
+        widest = std::max(widest, GetTextExtent(m_Items[i].label).x);
+    const int rows = std::min(10, std::max(3, int(m_Items.size())));
+    return wxSize(m_RowHeight + 2 + widest + FromDIP(8), rows * m_RowHeight);
+}
+
+// ---- wxsNotebook ----
+
+namespace {
+
+// ChangeLightness of an unset colour stays unset.
+wxColour _Lightness(const wxColour& c, int lightness) {
+    return c.IsOk() ? c.ChangeLightness(lightness) : wxColour();
+}
+
+wxPen _Pen(const wxColour& c) {
+    if (!c.IsOk()) return *wxTRANSPARENT_PEN;
+    wxPen pen(c, 1, wxPENSTYLE_SOLID);
+    pen.SetJoin(wxJOIN_MITER);
+    pen.SetCap(wxCAP_BUTT);
+    return pen;
+}
+
+// The text cut to a width, ending in "..." when it had to be cut.
+wxString _ChopText(wxDC& dc, const wxString& text, int width) {
+    if (dc.GetTextExtent(text).x <= width) return text;
+    const int dots = dc.GetTextExtent("...").x;
+    wxString chopped = text;
+    while (!chopped.empty() && dc.GetTextExtent(chopped).x + dots > width)
+        chopped.RemoveLast();
+    return chopped + "...";
+}
+
+} // namespace
+
+wxsTabArt::wxsTabArt() {
+    CALL_ENTRY("wxsTabArt::wxsTabArt");
+    _FollowPalette();
+}
+
+wxAuiTabArt* wxsTabArt::Clone() {
+    CALL_ENTRY("wxsTabArt::Clone");
+    return new wxsTabArt(*this);
+}
+
+void wxsTabArt::_FollowPalette() {
+    // The base draws its buttons' hover shade from these.
+    const wxColour base = wxsGetColor(color_WindowBG), active = wxsGetColor(color_Selected);
+    if (base.IsOk()) SetColour(base);
+    if (active.IsOk()) SetActiveColour(active);
+}
+
+void wxsTabArt::UpdateColoursFromSystem() {
+    CALL_ENTRY("wxsTabArt::UpdateColoursFromSystem");
+    wxAuiGenericTabArt::UpdateColoursFromSystem();
+    _FollowPalette();
+}
+
+void wxsTabArt::DrawBackground(wxDC& dc, wxWindow*, const wxRect& rect) {
+    CALL_ENTRY("wxsTabArt::DrawBackground");
+    _FollowPalette();
+    const wxColour base = wxsGetColor(color_WindowBG);
+    // The strip lightens towards its top edge; a band 4 high along the pages' edge.
+    DrawGradedRectangle(dc, rect, base, wxsGetColor(color_WindowBGLighter), 1.4f, false, true);
+    const int y = (m_flags & wxAUI_NB_BOTTOM) ? 0 : rect.height - 4;
+    DrawGradedRectangle(dc, wxRect(-1, y, rect.width + 2, 4), base,
+                        wxsGetColor(color_WindowBGDarker), 2.0f, false, true);
+}
+
+wxsTabArt::TabGeometry wxsTabArt::GetTabGeometry(const wxRect& inRect, int tabWidth,
+                                                 bool active) const {
+    CALL_ENTRY("wxsTabArt::GetTabGeometry");
+    // As the toolkit's generic art: the tab's top lies 3 below the strip's, and the strip's
+    // height sets the clip and the fills.
+    const int strip = m_tabCtrlHeight, h = strip - 3, w = tabWidth;
+    const int x = inRect.x, y = inRect.y + inRect.height - h;
+    int clipWidth = w;
+    if (x + clipWidth > inRect.x + inRect.width) clipWidth = inRect.x + inRect.width - x;
+    TabGeometry g;
+    g.tab = wxRect(x, y, w, h);
+    g.clip = wxRect(x, y, clipWidth + 1, strip - 6);
+    g.fill = active ? wxRect(x + 1, y + 1, w - 1, strip - 4) : wxRect(x, y + 1, w, strip - 6);
+    if (m_flags & wxAUI_NB_BOTTOM) {
+        const wxPoint p[6] = {{x, y},
+                              {x, y + h - 6},
+                              {x + 2, y + h - 4},
+                              {x + w - 2, y + h - 4},
+                              {x + w, y + h - 6},
+                              {x + w, y}};
+        std::copy(p, p + 6, g.outline);
+    } else {
+        const wxPoint p[6] = {{x, y + h - 4}, {x, y + 2},     {x + 2, y},
+                              {x + w - 2, y}, {x + w, y + 2}, {x + w, y + h - 4}};
+        std::copy(p, p + 6, g.outline);
+    }
+    g.joinFrom = wxPoint(g.outline[0].x + 1, g.outline[0].y);
+    g.joinTo = g.outline[5];
+    return g;
+}
+
+void wxsTabArt::DrawTab(wxDC& dc, wxWindow* window, const wxAuiNotebookPage& page,
+                        const wxRect& inRect, int closeButtonState, wxRect* outTabRect,
+                        wxRect* outButtonRect, int* xExtent) {
+    CALL_ENTRY("wxsTabArt::DrawTab");
+    // Measuring, bitmap, close button and text placement are the toolkit's generic art's; the
+    // colours, fills and the joining line are ours.
+    const wxString caption = page.caption;
+    const wxString measured = caption.empty() ? wxString("Xj") : caption;
+    wxCoord selectedWidth = 0, selectedHeight = 0, normalHeight = 0;
+    dc.SetFont(m_selectedFont);
+    dc.GetTextExtent(measured, &selectedWidth, &selectedHeight);
+    dc.SetFont(m_normalFont);
+    dc.GetTextExtent(measured, nullptr, &normalHeight);
+    const wxSize tabSize =
+        GetTabSize(dc, window, caption, page.bitmap, page.active, closeButtonState, xExtent);
+    const TabGeometry g = GetTabGeometry(inRect, tabSize.x, page.active);
+    const int tabX = g.tab.x, tabY = g.tab.y, tabWidth = g.tab.width, tabHeight = g.tab.height;
+    dc.SetFont(page.active ? m_selectedFont : m_normalFont);
+    const int textHeight = page.active ? selectedHeight : normalHeight;
+
+    dc.SetClippingRegion(g.clip);
+    if (page.active) {
+        const wxColour selected = wxsGetColor(color_Selected);
+        DrawGradedRectangle(dc, g.fill, selected, _Lightness(selected, 60), 2.75f, true, false);
+    } else {
+        DrawGradedRectangle(dc, g.fill, wxsGetColor(color_WindowBGLighter),
+                            wxsGetColor(color_WindowBG), 2.75f, true, false);
+    }
+    dc.SetPen(_Pen(OffsetColor(wxsGetColor(color_WindowBGDarker), -20, -20, -20)));
+    dc.SetBrush(*wxTRANSPARENT_BRUSH);
+    dc.DrawPolygon(6, g.outline);
+    if (page.active) { // the tab opens into its page
+        dc.SetPen(_Pen(wxsGetColor(color_WindowBGLighter)));
+        dc.DrawLine(g.joinFrom, g.joinTo);
+    }
+
+    const int drawnTop = g.outline[1].y, drawnHeight = g.outline[0].y - g.outline[1].y;
+    int textOffset = tabX + window->FromDIP(8), bitmapOffset = 0;
+    wxBitmap bitmap;
+    if (page.bitmap.IsOk()) {
+        bitmap = page.bitmap.GetBitmapFor(window);
+        bitmapOffset = tabX + window->FromDIP(8);
+        dc.DrawBitmap(bitmap, bitmapOffset,
+                      drawnTop + drawnHeight / 2 - bitmap.GetLogicalHeight() / 2, true);
+        textOffset = bitmapOffset + bitmap.GetLogicalWidth() + window->FromDIP(3);
+    }
+    int closeWidth = 0;
+    if (closeButtonState != wxAUI_BUTTON_STATE_HIDDEN) {
+        const bool lit = closeButtonState == wxAUI_BUTTON_STATE_HOVER ||
+                         closeButtonState == wxAUI_BUTTON_STATE_PRESSED;
+        const wxBitmap close = (lit ? m_activeCloseBmp : m_disabledCloseBmp).GetBitmapFor(window);
+        const int offsetY = (m_flags & wxAUI_NB_BOTTOM) ? 1 : tabY - 1;
+        wxRect rect(tabX + tabWidth - close.GetLogicalWidth() - window->FromDIP(1),
+                    offsetY + tabHeight / 2 - close.GetLogicalHeight() / 2, close.GetLogicalWidth(),
+                    tabHeight);
+        if (closeButtonState == wxAUI_BUTTON_STATE_PRESSED)
+            rect.Offset(window->FromDIP(wxPoint(1, 1)));
+        dc.DrawBitmap(close, rect.x, rect.y, true);
+        if (outButtonRect) *outButtonRect = rect;
+        closeWidth = close.GetLogicalWidth();
+    }
+
+    const wxString text = _ChopText(dc, caption, tabWidth - (textOffset - tabX) - closeWidth);
+    const wxColour colour = wxsGetColor(color_Text);
+    dc.SetTextForeground(page.active ? colour : _Lightness(colour, 80));
+    const int textY = drawnTop + drawnHeight / 2 - textHeight / 2 - 1;
+    dc.DrawText(text, textOffset, textY);
+
+    if (page.active && wxWindow::FindFocus() == window) {
+        wxRect focus(textOffset, textY, selectedWidth, selectedHeight);
+        const wxRect bitmapRect(bitmapOffset,
+                                drawnTop + drawnHeight / 2 - bitmap.GetLogicalHeight() / 2,
+                                bitmap.GetLogicalWidth(), bitmap.GetLogicalHeight());
+        if (bitmap.IsOk()) focus = text.empty() ? bitmapRect : focus.Union(bitmapRect);
+        wxRendererNative::Get().DrawFocusRect(window, dc, focus.Inflate(2, 2), 0);
+    }
+    if (outTabRect) *outTabRect = g.tab;
+    dc.DestroyClippingRegion();
+}
+
+wxsDockArt::wxsDockArt() {
+    CALL_ENTRY("wxsDockArt::wxsDockArt");
+    UpdateColoursFromSystem();
+}
+
+void wxsDockArt::UpdateColoursFromSystem() {
+    CALL_ENTRY("wxsDockArt::UpdateColoursFromSystem");
+    wxAuiDefaultDockArt::UpdateColoursFromSystem();
+    // Pane captions and grippers in palette colours too, so that no system-coloured bar stands
+    // out in a dark scheme. The active caption looks like the default button.
+    const std::pair<int, const String*> roles[] = {
+        {wxAUI_DOCKART_BACKGROUND_COLOUR, &color_WindowBGDarker},
+        {wxAUI_DOCKART_BORDER_COLOUR, &color_WindowBGDarker},
+        {wxAUI_DOCKART_SASH_COLOUR, &color_ButtonFace},
+        {wxAUI_DOCKART_GRIPPER_COLOUR, &color_ButtonFace},
+        {wxAUI_DOCKART_INACTIVE_CAPTION_COLOUR, &color_Header},
+        {wxAUI_DOCKART_INACTIVE_CAPTION_GRADIENT_COLOUR, &color_WindowBG},
+        {wxAUI_DOCKART_INACTIVE_CAPTION_TEXT_COLOUR, &color_Text},
+        {wxAUI_DOCKART_ACTIVE_CAPTION_COLOUR, &color_Selected},
+        {wxAUI_DOCKART_ACTIVE_CAPTION_GRADIENT_COLOUR, &color_Selected},
+        {wxAUI_DOCKART_ACTIVE_CAPTION_TEXT_COLOUR, &color_3DDark},
+    };
+    for (const auto& role : roles) {
+        const wxColour c = wxsGetColor(*role.second);
+        if (c.IsOk()) SetColour(role.first, c);
+    }
+    InitBitmaps(); // the caption buttons take the caption text colours
+}
+
+wxColour wxsDockArt::BorderColour() {
+    CALL_ENTRY("wxsDockArt::BorderColour");
+    // A shade that stands off the window background in both light and dark schemes.
+    const wxColour base = wxsGetColor(color_WindowBG);
+    if (!base.IsOk()) return base;
+    const int delta = base.Green() >= 128 ? -48 : 48;
+    return OffsetColor(base, delta, delta, delta);
+}
+
+void wxsDockArt::DrawBorder(wxDC& dc, wxWindow*, const wxRect& rect, wxAuiPaneInfo&) {
+    CALL_ENTRY("wxsDockArt::DrawBorder");
+    _KeepPenAndBrush keep(dc);
+    dc.SetPen(_Pen(BorderColour()));
+    dc.SetBrush(*wxTRANSPARENT_BRUSH);
+    dc.DrawRectangle(rect);
+}
+
+void wxsDockArt::DrawSash(wxDC& dc, wxWindow*, int, const wxRect& rect) {
+    CALL_ENTRY("wxsDockArt::DrawSash");
+    const wxColour face = wxsGetColor(color_ButtonFace);
+    _KeepPenAndBrush keep(dc);
+    dc.SetPen(_Pen(face));
+    dc.SetBrush(_Brush(face));
+    dc.DrawRectangle(rect);
+}
+
+void wxsDockArt::DrawBackground(wxDC& dc, wxWindow*, int, const wxRect& rect) {
+    CALL_ENTRY("wxsDockArt::DrawBackground");
+    _KeepPenAndBrush keep(dc);
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    _Fill(dc, rect, wxsGetColor(color_WindowBGDarker));
+}
+
+wxsNotebook::wxsNotebook(wxWindow* parent, int id)
+    : wxAuiNotebook(parent, id, wxDefaultPosition, wxDefaultSize,
+                    wxAUI_NB_TOP | wxAUI_NB_TAB_SPLIT | wxAUI_NB_TAB_MOVE |
+                        wxAUI_NB_SCROLL_BUTTONS | wxBORDER_NONE) {
+    CALL_ENTRY("wxsNotebook::wxsNotebook");
+    Manage(this);
+
+    // Tabs are sized for a text two points larger than they show, which gives them air.
+    auto* art = new wxsTabArt;
+    const wxFont font = *wxSMALL_FONT;
+    wxFont measuring = font;
+    measuring.SetPointSize(font.GetPointSize() + 2);
+    art->SetNormalFont(font);
+    art->SetSelectedFont(font);
+    art->SetMeasuringFont(measuring);
+    SetArtProvider(art);
+    // The notebook keeps fonts of its own, which it hands to the tabs on every page change.
+    SetNormalFont(font);
+    SetSelectedFont(font);
+    SetMeasuringFont(measuring);
+
+    m_mgr.SetFlags(wxAUI_MGR_ALLOW_FLOATING | wxAUI_MGR_TRANSPARENT_HINT | wxAUI_MGR_HINT_FADE |
+                   wxAUI_MGR_NO_VENETIAN_BLINDS_FADE | wxAUI_MGR_LIVE_RESIZE);
+    m_mgr.SetArtProvider(new wxsDockArt); // background and borders "WindowBGDarker"
+
+    Bind(wxEVT_AUINOTEBOOK_PAGE_CHANGED, &wxsNotebook::SavePerspective, this);
+    Bind(wxEVT_CHILD_FOCUS, &wxsNotebook::ChildFocusEvent, this);
+}
+
+void wxsNotebook::SavePerspective(wxAuiNotebookEvent& event) {
+    CALL_ENTRY("wxsNotebook::SavePerspective");
+    event.Skip();
+}
+
+void wxsNotebook::ChildFocusEvent(wxChildFocusEvent&) {
+    CALL_ENTRY("wxsNotebook::ChildFocusEvent");
+    // Not skipped: the notebook's own handling would make the focused control's page current.
+}

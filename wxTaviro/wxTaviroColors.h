@@ -1,9 +1,11 @@
 // The colour palette, the five colour schemes and "Colors.ini", colour management of windows,
-// the palette renderer and the themed buttons and toggles.
+// the palette renderer, the themed buttons and toggles, the check list box and the notebook
+// with its tab and dock art.
 //
 // Sections: palette; colour schemes; wxsColorManaged; drawing helpers; wxsRenderer; wxsButton;
-// wxsCheckBox and wxsRadioButton; thin themed wrappers. The text field, choice, combo box,
-// completer and text prompt live in wxTaviroText.h.
+// wxsCheckBox and wxsRadioButton; thin themed wrappers; wxsCheckListBox; wxsNotebook, wxsTabArt
+// and wxsDockArt. The text field, choice, combo box, completer and text prompt live in
+// wxTaviroText.h.
 //
 // Everything here is for the GUI thread only. Windows store slot names, never colour values, and
 // read the palette when they paint or when a system-colour-changed event reaches them.
@@ -11,13 +13,19 @@
 
 #include <ostrum/String.h>
 
+#include <wx/aui/auibook.h>
+#include <wx/aui/dockart.h>
+#include <wx/aui/tabart.h>
 #include <wx/bmpbuttn.h>
 #include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/control.h>
+#include <wx/ctrlsub.h>
+#include <wx/listbox.h>
 #include <wx/panel.h>
 #include <wx/radiobut.h>
 #include <wx/renderer.h>
+#include <wx/scrolwin.h>
 #include <wx/stattext.h>
 #include <wx/weakref.h>
 
@@ -370,4 +378,177 @@ public:
                     const wxPoint& pos = wxDefaultPosition, const wxSize& size = wxDefaultSize,
                     long style = 0, const wxValidator& validator = wxDefaultValidator,
                     const wxString& name = wxASCII_STR(wxButtonNameStr));
+};
+
+// ---- wxsCheckListBox ----
+
+// A list of labelled check boxes drawn by the application renderer, one selected row, and a
+// context menu that ticks or clears every row. Filled and queried through the item-container
+// interface (Append, Insert, Delete, Clear, GetString, FindString, client data...).
+//
+// Input: a click on a row's box toggles it, a click anywhere on a row selects it; Space toggles
+// the selected row, + and - tick and clear it, the arrows, Home, End, Page Up and Page Down move
+// the selection. Each change of a tick sends wxEVT_CHECKLISTBOX with the new state (1 or 0) as
+// the event's integer and the row as its extra long; CheckAll and CheckNone send one more
+// with the integer -1 when they are done.
+class wxsCheckListBox : public wxScrolled<wxWindow>,
+                        public wxItemContainer,
+                        public wxsColorManaged {
+public:
+    // The context menu's commands.
+    enum { ID_CheckAll = 9601, ID_CheckNone = 9602 };
+
+    wxsCheckListBox();
+    wxsCheckListBox(wxWindow* parent, wxWindowID id, const wxPoint& pos = wxDefaultPosition,
+                    const wxSize& size = wxDefaultSize, long style = 0,
+                    const wxValidator& validator = wxDefaultValidator,
+                    const wxString& name = wxASCII_STR(wxListBoxNameStr));
+    ~wxsCheckListBox() override;
+
+    // Creation, for the default constructor. wxALWAYS_SHOW_SB keeps the scroll bar shown.
+    bool Init(wxWindow* parent, wxWindowID id, const wxPoint& pos = wxDefaultPosition,
+              const wxSize& size = wxDefaultSize, long style = 0,
+              const wxValidator& validator = wxDefaultValidator,
+              const wxString& name = wxASCII_STR(wxListBoxNameStr));
+
+    unsigned int GetCount() const override;
+    wxString GetString(unsigned int index) const override;
+    void SetString(unsigned int index, const wxString& text) override;
+    // Any index outside the rows (wxNOT_FOUND) means no selection. Repaints; sends nothing.
+    void SetSelection(int index) override;
+    int GetSelection() const override;
+
+    // Sets the row's tick and sends one wxEVT_CHECKLISTBOX; does not repaint.
+    void Check(unsigned int index, bool on = true);
+    bool IsChecked(unsigned int index) const;
+    void CheckAll();
+    void CheckNone();
+    // Scrolls so that the row is in view.
+    void EnsureVisible(int index);
+
+    // The height of every row: the renderer's check-box height + 4.
+    int GetRowHeight() const;
+    // Where row `index` goes, in the window's virtual (scrolled) coordinates: paint and hit
+    // tests share it.
+    struct RowGeometry {
+        wxRect box;   // the renderer's check box
+        wxRect label; // the label area (filled in "Selected" on the selected row)
+        wxPoint text; // where the label text starts
+    };
+    RowGeometry GetRowGeometry(int index) const;
+    // The row under a point of the client area (wxNOT_FOUND below the last row); *onBox tells
+    // whether the point is in the box column.
+    int HitTest(const wxPoint& clientPoint, bool* onBox = nullptr) const;
+    // The context menu of a right click (the caller owns it).
+    wxMenu* CreateContextMenu() const;
+
+    // Event handlers.
+    void OnLeftClick(wxMouseEvent& event);
+    void OnKeyDown(wxKeyEvent& event);
+    void OnRMouse(wxMouseEvent& event);
+    void OnAll(wxCommandEvent& event);
+    void OnNone(wxCommandEvent& event);
+    void OnFocus(wxFocusEvent& event);
+    void OnSysColorChange(wxSysColourChangedEvent& event);
+    // Paints the visible rows (the dc prepared for the scroll position).
+    void OnDraw(wxDC& dc) override;
+
+    // Both bases have these names: with an index they are the rows', without the window's.
+    void SetClientData(void* data) { wxWindow::SetClientData(data); }
+    void* GetClientData() const { return wxWindow::GetClientData(); }
+    void SetClientObject(wxClientData* data) { wxWindow::SetClientObject(data); }
+    wxClientData* GetClientObject() const { return wxWindow::GetClientObject(); }
+    void SetClientData(unsigned int n, void* data) { wxItemContainer::SetClientData(n, data); }
+    void* GetClientData(unsigned int n) const { return wxItemContainer::GetClientData(n); }
+    void SetClientObject(unsigned int n, wxClientData* data) {
+        wxItemContainer::SetClientObject(n, data);
+    }
+    wxClientData* GetClientObject(unsigned int n) const {
+        return wxItemContainer::GetClientObject(n);
+    }
+
+protected:
+    int DoInsertItems(const wxArrayStringsAdapter& items, unsigned int pos, void** clientData,
+                      wxClientDataType type) override;
+    void DoDeleteOneItem(unsigned int pos) override;
+    void DoClear() override;
+    void DoSetItemClientData(unsigned int index, void* clientData) override;
+    void* DoGetItemClientData(unsigned int index) const override;
+    wxSize DoGetBestClientSize() const override;
+
+private:
+    struct _Item {
+        wxString label;
+        bool checked = false;
+        void* clientData = nullptr; // not owned here: the container's client-data kind decides
+    };
+    void _SendCheckEvent(int value, int row);
+    // The rows changed: scroll extent and repaint.
+    void _RowsChanged();
+    // Moves the selection by the keyboard and keeps it in view.
+    void _MoveSelection(int index);
+    bool _IsRow(int index) const;
+
+    std::vector<_Item> m_Items;
+    int m_RowHeight = 20;
+    int m_Selection = wxNOT_FOUND;
+};
+
+// ---- wxsNotebook, wxsTabArt and wxsDockArt ----
+
+// Tabs in palette colours with graded shading: the strip lightens towards its top, the
+// active tab is "Selected", inactive ones "WindowBGLighter" shading into "WindowBG". The
+// colours are read from the palette whenever a tab is drawn.
+class wxsTabArt : public wxAuiGenericTabArt {
+public:
+    wxsTabArt();
+    wxAuiTabArt* Clone() override;
+    void DrawBackground(wxDC& dc, wxWindow* window, const wxRect& rect) override;
+    void DrawTab(wxDC& dc, wxWindow* window, const wxAuiNotebookPage& page, const wxRect& inRect,
+                 int closeButtonState, wxRect* outTabRect, wxRect* outButtonRect,
+                 int* xExtent) override;
+    // The toolkit asks this on a colour change: the base colours come from the palette again.
+    void UpdateColoursFromSystem() override;
+
+    // Where the parts of a tab go; DrawTab paints by it and reports its tab rectangle for the
+    // notebook's hit tests.
+    struct TabGeometry {
+        wxRect tab;               // the tab: its x and top, width, height
+        wxRect clip;              // what the tab may paint
+        wxRect fill;              // the graded fill (inactive or active)
+        wxPoint outline[6];       // the tab's outline
+        wxPoint joinFrom, joinTo; // the open edge, drawn over on the active tab
+    };
+    TabGeometry GetTabGeometry(const wxRect& inRect, int tabWidth, bool active) const;
+
+private:
+    void _FollowPalette();
+};
+
+// Pane borders and sashes in palette colours (the border a shade off "WindowBG", the sash
+// "ButtonFace"); the dock background "WindowBGDarker". Install it on a wxAuiManager with
+// SetArtProvider; the manager owns it then.
+class wxsDockArt : public wxAuiDefaultDockArt {
+public:
+    wxsDockArt();
+    void DrawSash(wxDC& dc, wxWindow* window, int orientation, const wxRect& rect) override;
+    void DrawBorder(wxDC& dc, wxWindow* window, const wxRect& rect, wxAuiPaneInfo& pane) override;
+    // The dock background, read from the palette at paint time so a scheme change shows.
+    void DrawBackground(wxDC& dc, wxWindow* window, int orientation, const wxRect& rect) override;
+    void UpdateColoursFromSystem() override;
+
+    // The pane border's colour: "WindowBG" 48 steps darker, or lighter when it is dark.
+    static wxColour BorderColour();
+};
+
+// The tabbed page container: an AUI notebook (tabs on top, movable, splittable, scroll
+// buttons, no close buttons) with wxsTabArt and wxsDockArt. Pages are added with AddPage.
+class wxsNotebook : public wxAuiNotebook, public wxsColorManaged {
+public:
+    wxsNotebook(wxWindow* parent, int id);
+
+    // Page changed: only skipped.
+    void SavePerspective(wxAuiNotebookEvent& event);
+    // Swallowed on purpose: focusing a control must not make its page the current one.
+    void ChildFocusEvent(wxChildFocusEvent& event);
 };
