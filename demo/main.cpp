@@ -17,9 +17,11 @@
 #include "demo/JobDialogs.h"
 #include "demo/JobsView.h"
 #include "demo/LogView.h"
+#include "demo/SideBar.h"
 #include "demo/TypeTreeView.h"
 
 #include <wxTaviro/JobCommandMenu.h>
+#include <wxTaviro/wxBarHistoryCtrl.h>
 #include <wxTaviro/wxConfirmDlg.h>
 #include <wxTaviro/wxTaviro.h>
 #include <wxTaviro/wxTaviroApp.h>
@@ -34,7 +36,7 @@
 #include <wx/dcscreen.h>
 #include <wx/filename.h>
 #include <wx/listctrl.h>
-#include <wx/notebook.h>
+#include <wx/aui/framemanager.h>
 #include <wx/stdpaths.h>
 
 #include <algorithm>
@@ -70,6 +72,8 @@ enum {
 const char* const k_SchemeNames[] = {wxTRANSLATE("&Light"), wxTRANSLATE("L&ighter"),
                                      wxTRANSLATE("&Dark"), wxTRANSLATE("D&arker"),
                                      wxTRANSLATE("&Custom (Colors.ini)")};
+// Where the pane layout is kept in the options file.
+const char* const k_LayoutSection = "Demo Layout";
 // The remembered answer of the shutdown question.
 const char* const k_ShutdownKey = "OrderShutdown";
 
@@ -283,6 +287,7 @@ public:
     void Attach() {
         m_App->AddMessageHandler([this](const Message& m) { OnFarmMessage(m); });
         m_Jobs->RestoreLayout(); // the options file is open from now on
+        RestorePaneLayout();
         m_Jobs->LogTicks(m_LogRefreshes);
     }
 
@@ -363,10 +368,12 @@ private:
             ID_OPEN_LOAD);
     }
 
+    // The frame's panes: the views in a themed notebook in the centre, the side bar of folding
+    // panels on the left, the engine load along the bottom, all in the themed dock art.
     void BuildControls() {
-        m_Book = new wxNotebook(this, wxID_ANY);
-        auto* panel = new wxPanel(m_Book);
-        m_Book->AddPage(panel, _("Farm"));
+        m_Aui.SetManagedWindow(this);
+        m_Aui.SetArtProvider(new wxsDockArt);
+        m_Book = new wxsNotebook(this, wxID_ANY);
         m_Jobs = new JobsView(m_Book, [this](const UID& id) { return m_App->FindJob(id); });
         m_Book->AddPage(m_Jobs, _("Jobs"));
         m_Jobs->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this](wxListEvent& e) {
@@ -377,43 +384,93 @@ private:
         m_ByType->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this](wxListEvent& e) {
             if (JobPtr job = m_ByType->GetJob((int)e.GetIndex())) ShowJobMenu(m_ByType, job);
         });
+        m_Book->AddPage(CreateLogView(m_Book), _("Farm log"));
+        m_List = new wxListBox(m_Book, wxID_ANY);
+        m_Book->AddPage(m_List, _("Activity"));
         m_Book->AddPage(CreateColorsView(m_Book), _("Colours"));
-        m_Book->AddPage(CreateLogView(m_Book), _("Log"));
-        const char* const names[] = {"farm", "jobs", "bytype", "colours", "log"};
+        const char* const names[] = {"jobs", "bytype", "log", "activity", "colours"};
         for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
             m_Book->GetPage(i)->SetName(names[i]);
-        const int gap = FromDIP(8);
-        auto* top = new wxBoxSizer(wxHORIZONTAL);
-        m_State = new wxStaticText(panel, wxID_ANY, _("Connecting..."));
-        m_State->SetFont(m_State->GetFont().Bold().Scaled(1.3f));
-        top->Add(m_State, 1, wxALIGN_CENTER_VERTICAL | wxALL, gap);
-        m_LinkButton = new wxButton(panel, ID_LINK, _("&Disconnect"));
-        top->Add(m_LinkButton, 0, wxALL, gap);
-        top->Add(new wxButton(panel, ID_SHUTDOWN, _("Order &shutdown")), 0, wxALL, gap);
-        panel->Bind(
-            wxEVT_BUTTON, [this](wxCommandEvent&) { ToggleLink(); }, ID_LINK);
-        panel->Bind(
-            wxEVT_BUTTON, [this](wxCommandEvent&) { OrderShutdown(); }, ID_SHUTDOWN);
 
-        auto* body = new wxBoxSizer(wxHORIZONTAL);
-        m_Counts = new wxsListCtrl(panel, wxID_ANY);
-        m_Counts->SetMinSize(FromDIP(wxSize(260, -1)));
-        m_Counts->AddColumn(0, wxToString(_("Status")), FromDIP(140));
-        m_Counts->AddColumn(1, wxToString(_("Jobs")), FromDIP(100));
-        for (int s = k_JobWaiting; s <= k_JobArchived + 1; ++s) {
-            m_Counts->InsertItem(s - k_JobWaiting, s <= k_JobArchived ? String(JobStatusName(s))
-                                                                      : wxToString(_("All")));
-            m_Counts->SetItem(s - k_JobWaiting, 1, "0");
-        }
-        body->Add(m_Counts, 0, wxEXPAND | wxLEFT | wxBOTTOM, gap);
-        m_List = new wxListBox(panel, wxID_ANY);
-        body->Add(m_List, 1, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, gap);
+        auto* side = new wxsPanel(this);
+        auto* bar = new wxBoxSizer(wxVERTICAL);
+        m_Connection = new ConnectionPanel(side);
+        bar->Add(m_Connection, 0, wxEXPAND | wxALL, FromDIP(4));
+        bar->Add(new FiltersPanel(side, [this](const wxString& text) { FindByName(text); }), 0,
+                 wxEXPAND | wxALL, FromDIP(4));
+        m_Totals = new TotalsPanel(side);
+        bar->Add(m_Totals, 0, wxEXPAND | wxALL, FromDIP(4));
+        side->SetSizer(bar);
+        Bind(
+            wxEVT_BUTTON, [this](wxCommandEvent&) { ToggleLink(); }, ID_SIDE_LINK);
+        Bind(
+            wxEVT_BUTTON, [this](wxCommandEvent&) { OrderShutdown(); }, ID_SIDE_SHUTDOWN);
+        Bind(
+            wxEVT_BUTTON, [this](wxCommandEvent&) { (new HideProductsDlg(this))->Show(); },
+            ID_SIDE_HIDE_PRODUCTS);
 
-        auto* outer = new wxBoxSizer(wxVERTICAL);
-        outer->Add(top, 0, wxEXPAND);
-        outer->Add(body, 1, wxEXPAND);
-        panel->SetSizer(outer);
+        m_LoadBars =
+            new wxBarHistoryCtrl(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(-1, 48)));
+        m_LoadBars->LimitHistory(2000, false); // more than any screen is wide
+        m_LoadBars->SetBounds(0, 100, false);
+        m_LoadBars->SetMidBound(75, false);
+        m_LoadBars->SetTooltipText(wxToString(_("Engine load (%)")), String());
+
+        m_Aui.AddPane(m_Book, wxAuiPaneInfo().Name("views").CenterPane().PaneBorder(false));
+        m_Aui.AddPane(side, wxAuiPaneInfo()
+                                .Name("sidebar")
+                                .Caption(_("Farm"))
+                                .Left()
+                                .BestSize(FromDIP(wxSize(250, -1)))
+                                .MinSize(FromDIP(wxSize(180, -1)))
+                                .CloseButton(false));
+        m_Aui.AddPane(m_LoadBars, wxAuiPaneInfo()
+                                      .Name("load")
+                                      .Caption(_("Engine load"))
+                                      .Bottom()
+                                      .BestSize(FromDIP(wxSize(-1, 60)))
+                                      .MinSize(FromDIP(wxSize(-1, 30)))
+                                      .CloseButton(false));
+        m_DefaultLayout = m_Aui.SavePerspective();
+        m_Aui.Update();
         CreateStatusBar(2);
+    }
+
+    // The pane layout saved at the last close; the default one when there is none, or when it
+    // is not a layout of exactly these panes (garbled, or from another version of the demo).
+    void RestorePaneLayout() {
+        Application* app = Application::the_Application;
+        const String saved =
+            app ? app->GetOptions()->GetValue(k_LayoutSection, "Panes", String()) : String();
+        if (saved.empty()) return;
+        if (!IsPaneLayoutOf(saved, {"views", "sidebar", "load"}) ||
+            !m_Aui.LoadPerspective(wxFromString(saved), true)) {
+            LogInfo("The saved pane layout is not usable; the default one is shown");
+            m_Aui.LoadPerspective(m_DefaultLayout, true);
+        }
+    }
+
+    void SavePaneLayout() {
+        if (Application* app = Application::the_Application)
+            app->GetOptions()->SetValue(k_LayoutSection, "Panes",
+                                        wxToString(m_Aui.SavePerspective()));
+    }
+
+    // Shows the first job (by name order) whose name holds the text, ignoring case.
+    void FindByName(const wxString& text) {
+        const String needle = wxToString(text);
+        JobPtr best;
+        for (const JobPtr& job : m_App->GetAllJobs()) {
+            const String name = job->Name();
+            if (name.FindNoCase(needle) == String::npos) continue;
+            if (!best || NaturalCompare(name, best->Name()) < 0) best = job;
+        }
+        if (!best) {
+            wxBell();
+            return;
+        }
+        ShowPage("jobs");
+        m_Jobs->ShowJob(best->GetID());
     }
 
     void OrderShutdown() {
@@ -466,15 +523,10 @@ private:
     void ShowConnection(bool connected) {
         const String master =
             m_App->GetMessenger() ? m_App->GetMessenger()->GetMasterName() : String("no");
-        m_State->SetLabel(
-            connected ? wxString::Format(_("Connected to the %s master"), wxFromString(master))
-                      : _("Disconnected"));
-        m_State->SetForegroundColour(connected ? wxColour(0, 130, 60) : wxColour(190, 40, 30));
-        m_LinkButton->SetLabel(connected ? _("&Disconnect") : _("&Reconnect"));
+        m_Connection->ShowConnection(connected, wxFromString(master));
         GetMenuBar()->SetLabel(ID_LINK,
                                connected ? _("&Disconnect\tCtrl+D") : _("&Reconnect\tCtrl+D"));
         AddLine(connected ? _("Connected") : _("Disconnected"));
-        m_State->GetParent()->Layout();
     }
 
     void OnFarmMessage(const Message& m) {
@@ -493,6 +545,7 @@ private:
             break;
         case k_MsgEngineLoad:
             m_Load = wxFromString(m.Get("Load"));
+            m_LoadBars->PushValue((unsigned)std::max(0, m.Get("Load").ToInt(0)));
             m_LoadHistory.push_back(wxDateTime::Now().FormatISOTime() + "  " + m_Load + "%");
             ++m_LoadTotal;
             if (m_LoadHistory.size() > 500) m_LoadHistory.pop_front();
@@ -519,15 +572,8 @@ private:
     // not grow with the farm: the counts are kept by the job table, and at most a screenful
     // of new lines is shown.
     void RefreshView() {
-        const auto counts = m_App->CountByStatus();
-        size_t all = 0;
-        for (int s = k_JobWaiting; s <= k_JobArchived; ++s) {
-            auto it = counts.find(s);
-            const size_t n = it == counts.end() ? 0 : it->second;
-            all += n;
-            m_Counts->SetItem(s - k_JobWaiting, 1, SFormat("%zu", n));
-        }
-        m_Counts->SetItem(k_JobArchived, 1, SFormat("%zu", all));
+        m_Totals->SetCounts(m_App->CountByStatus());
+        const size_t all = m_Totals->GetAll();
         if (m_NewLines > 0) {
             m_List->Freeze();
             const size_t add = std::min({m_NewLines, m_Lines.size(), k_ListLines});
@@ -569,6 +615,8 @@ private:
                 }
         }
         m_Refresh.Stop();
+        SavePaneLayout();
+        m_Aui.UnInit();
         e.Skip();
     }
 
@@ -576,10 +624,12 @@ private:
     wxTaviroApp* m_App;
     const bool m_LogRefreshes;
     unsigned long long m_Refreshes = 0;
-    wxNotebook* m_Book = nullptr;
-    wxStaticText* m_State = nullptr;
-    wxButton* m_LinkButton = nullptr;
-    wxsListCtrl* m_Counts = nullptr;
+    wxAuiManager m_Aui;
+    wxString m_DefaultLayout;
+    wxsNotebook* m_Book = nullptr;
+    ConnectionPanel* m_Connection = nullptr;
+    TotalsPanel* m_Totals = nullptr;
+    wxBarHistoryCtrl* m_LoadBars = nullptr;
     JobsView* m_Jobs = nullptr;
     TypeTreeView* m_ByType = nullptr;
     wxListBox* m_List = nullptr;

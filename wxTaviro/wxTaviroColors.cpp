@@ -1876,10 +1876,12 @@ void wxsTabArt::DrawTab(wxDC& dc, wxWindow* window, const wxAuiNotebookPage& pag
 
     if (page.active && wxWindow::FindFocus() == window) {
         wxRect focus(textOffset, textY, selectedWidth, selectedHeight);
-        const wxRect bitmapRect(bitmapOffset,
-                                drawnTop + drawnHeight / 2 - bitmap.GetLogicalHeight() / 2,
-                                bitmap.GetLogicalWidth(), bitmap.GetLogicalHeight());
-        if (bitmap.IsOk()) focus = text.empty() ? bitmapRect : focus.Union(bitmapRect);
+        if (bitmap.IsOk()) { // most tabs have none: an empty bitmap has no size to ask for
+            const wxRect bitmapRect(bitmapOffset,
+                                    drawnTop + drawnHeight / 2 - bitmap.GetLogicalHeight() / 2,
+                                    bitmap.GetLogicalWidth(), bitmap.GetLogicalHeight());
+            focus = text.empty() ? bitmapRect : focus.Union(bitmapRect);
+        }
         wxRendererNative::Get().DrawFocusRect(window, dc, focus.Inflate(2, 2), 0);
     }
     if (outTabRect) *outTabRect = g.tab;

@@ -3,9 +3,14 @@
 #include "tests/support/WxTestHelpers.h"
 
 #include "demo/JobsView.h"
+#include "demo/SideBar.h"
+
+#include <wxTaviro/wxTaviroApp.h>
 #include "demo/TypeTreeView.h"
 
 #include <taviro/JobFactory.h>
+
+#include <wx/aui/framemanager.h>
 
 #include <map>
 
@@ -134,4 +139,19 @@ TEST(TypeTreeView, GroupsFollowTheJobs) {
     EXPECT_EQ(shown(), expected());
     EXPECT_EQ(view->GetJobCount(), farm.size());
     JobFactory::s_JobFactory.Clear();
+}
+
+// A saved pane layout is loaded only when it is one of exactly the demo's panes.
+TEST(DemoLayout, OnlyAWholeLayoutOfTheSamePanesIsLoaded) {
+    wxAuiManager aui(TopWindow());
+    for (const char* name : {"views", "sidebar", "load"})
+        aui.AddPane(new wxPanel(TopWindow()), wxAuiPaneInfo().Name(name).Left());
+    const String saved = wxToString(aui.SavePerspective());
+    aui.UnInit();
+    const std::vector<String> panes = {"load", "views", "sidebar"};
+    EXPECT_TRUE(IsPaneLayoutOf(saved, panes));
+    for (const String& bad : {String(), String("garbage"), saved.substr(0, saved.size() / 2),
+                              "layout3" + saved.substr(7), saved + "junk=1|"})
+        EXPECT_FALSE(IsPaneLayoutOf(bad, panes)) << bad;
+    EXPECT_FALSE(IsPaneLayoutOf(saved, {"views", "load"}));
 }

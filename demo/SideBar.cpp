@@ -1,0 +1,158 @@
+#include "demo/SideBar.h"
+
+#include <wxTaviro/ProductChoice.h>
+#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroText.h>
+
+#include <taviro/Job.h>
+#include <taviro/JobFactory.h>
+
+#include <ostrum/Application.h>
+#include <ostrum/StringTokenizer.h>
+
+#include <algorithm>
+
+namespace {
+const char k_Section[] = "Side Bar";
+
+// A panel opens the first time; from then on as it was left.
+void OpenAtFirst(const String& key) {
+    Application* app = Application::the_Application;
+    if (app && app->GetOptions()->GetValue(k_Section, key, String()).empty())
+        app->GetOptions()->SetValue(k_Section, key, "1");
+}
+} // namespace
+
+// ---- ConnectionPanel ----
+
+ConnectionPanel::ConnectionPanel(wxWindow* parent) : wxExpandablePanel(parent, wxVERTICAL) {
+    OpenAtFirst("Connection");
+    SetSettings(k_Section, "Connection");
+    SetLabels(_("Connection"), _("Connection"));
+    CreateInfrastructure(_("Show or hide the connection"), true);
+    const int gap = FromDIP(4);
+    m_State = new wxsStaticText(this, wxID_ANY, _("Connecting..."));
+    m_State->SetFont(m_State->GetFont().Bold());
+    GetContentSizer()->Add(m_State, 0, wxEXPAND | wxALL, gap);
+    auto* buttons = new wxBoxSizer(wxHORIZONTAL);
+    m_Link = new wxsButton(this, ID_SIDE_LINK, _("&Disconnect"));
+    buttons->Add(m_Link, 1, wxRIGHT, gap);
+    buttons->Add(new wxsButton(this, ID_SIDE_SHUTDOWN, _("Order &shutdown")), 1);
+    GetContentSizer()->Add(buttons, 0, wxEXPAND | wxALL, gap);
+    Expand(); // the remembered state, now that the content exists
+}
+
+void ConnectionPanel::ShowConnection(bool connected, const wxString& master) {
+    m_State->SetLabel(connected ? wxString::Format(_("Connected to %s"), master)
+                                : _("Disconnected"));
+    m_State->SetForegroundColour(wxsGetColor(connected ? color_TextGreen : color_TextRed));
+    m_Link->SetLabel(connected ? _("&Disconnect") : _("&Reconnect"));
+    Layout();
+}
+
+// ---- FiltersPanel ----
+
+FiltersPanel::FiltersPanel(wxWindow* parent, std::function<void(const wxString&)> find)
+    : wxExpandablePanel(parent, wxVERTICAL) {
+    OpenAtFirst("Filters");
+    SetSettings(k_Section, "Filters");
+    SetLabels(_("Filters"), _("Filters"));
+    CreateInfrastructure(_("Show or hide the filters"), true);
+    const int gap = FromDIP(4);
+    m_Find = new wxsTextCtrl(this, wxID_ANY, wxEmptyString, wxDefaultPosition, wxDefaultSize,
+                             wxTE_PROCESS_ENTER);
+    m_Find->SetHint(_("Find a job by name"));
+    m_Find->Bind(wxEVT_TEXT_ENTER, [this, find](wxCommandEvent&) {
+        if (!m_Find->GetValue().empty()) find(m_Find->GetValue());
+    });
+    GetContentSizer()->Add(m_Find, 0, wxEXPAND | wxALL, gap);
+    GetContentSizer()->Add(new wxsButton(this, ID_SIDE_HIDE_PRODUCTS, _("&Hide products...")), 0,
+                           wxEXPAND | wxALL, gap);
+    Expand();
+}
+
+// ---- TotalsPanel ----
+
+TotalsPanel::TotalsPanel(wxWindow* parent) : wxExpandablePanel(parent, wxVERTICAL) {
+    OpenAtFirst("Totals");
+    SetSettings(k_Section, "Totals");
+    SetLabels(_("Totals"), _("Totals"));
+    CreateInfrastructure(_("Show or hide the jobs by status"), true);
+    m_Counts = new wxsListCtrl(this, wxID_ANY);
+    m_Counts->AddColumn(0, wxToString(_("Status")), FromDIP(120));
+    m_Counts->AddColumn(1, wxToString(_("Jobs")), FromDIP(80));
+    for (int s = k_JobWaiting; s <= k_JobArchived + 1; ++s) {
+        m_Counts->InsertItem(s - k_JobWaiting, s <= k_JobArchived
+                                                   ? wxToString(wxGetTranslation(JobStatusName(s)))
+                                                   : wxToString(_("All")));
+        m_Counts->SetItem(s - k_JobWaiting, 1, "0");
+    }
+    // Nine rows, no more: the header and the rows without scrolling.
+    m_Counts->SetMinSize(wxSize(FromDIP(200), m_Counts->GetRowHeight() * 11));
+    GetContentSizer()->Add(m_Counts, 1, wxEXPAND | wxALL, FromDIP(4));
+    Expand();
+}
+
+void TotalsPanel::SetCounts(const std::map<int, size_t>& counts) {
+    m_All = 0;
+    for (int s = k_JobWaiting; s <= k_JobArchived; ++s) {
+        auto it = counts.find(s);
+        const size_t n = it == counts.end() ? 0 : it->second;
+        m_All += n;
+        m_Counts->SetItem(s - k_JobWaiting, 1, SFormat("%zu", n));
+    }
+    m_Counts->SetItem(k_JobArchived, 1, SFormat("%zu", m_All));
+}
+
+// ---- pane layout ----
+
+bool IsPaneLayoutOf(const String& layout, std::vector<String> panes) {
+    const std::vector<String> parts = StringTokenizer(layout, "|", true, 0, 0).GetTokens();
+    if (parts.empty() || parts[0] != "layout2") return false;
+    std::vector<String> names;
+    for (size_t i = 1; i < parts.size(); ++i) {
+        if (parts[i].StartsWith("dock_size(")) continue;
+        if (!parts[i].StartsWith("name=")) return false;
+        names.push_back(parts[i].substr(5, parts[i].find(';') - 5));
+    }
+    std::sort(names.begin(), names.end());
+    std::sort(panes.begin(), panes.end());
+    return names == panes;
+}
+
+// ---- HideProductsDlg ----
+
+HideProductsDlg::HideProductsDlg(wxWindow* parent)
+    : wxTaviroDlg(parent, _("Hide products"), "Hide Products", false) {
+    wxBoxSizer* top = StartControls();
+    const int gap = FromDIP(10);
+    top->Add(NewStatic(_("Ticked job types are not offered for new jobs.")), 0, wxALL, gap);
+    m_List = new wxsCheckListBox(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(280, 160)));
+    Application* app = Application::the_Application;
+    for (const UID& type : JobFactory::s_JobFactory.ListTypes()) {
+        const JobTypeInfo& info = JobFactory::s_JobFactory.GetTypeInfo(type, false);
+        if (info.name.empty()) continue;
+        const String key = info.hideId.ToString();
+        const unsigned row = (unsigned)m_List->Append(wxFromString(info.name));
+        m_List->Check(row,
+                      app && app->GetOptions()->GetValue(ProductChoice::k_HideSection, key, false));
+        m_Keys.push_back(key);
+    }
+    top->Add(m_List, 1, wxEXPAND | wxLEFT | wxRIGHT, gap);
+    top->Add(NewStatic(_("Right click for Check All and Check None."), false, true), 0,
+             wxLEFT | wxRIGHT | wxTOP, gap);
+    top->Add(NewLine(), 0, wxEXPAND | wxALL, gap);
+    AddButtons(top, true);
+    top->AddSpacer(FromDIP(4));
+}
+
+bool HideProductsDlg::TransferDataFromWindow() {
+    Application* app = Application::the_Application;
+    if (!app) return true;
+    OptionsFile::Pause pause(app->GetOptions()); // one write for all
+    for (size_t i = 0; i < m_Keys.size(); ++i)
+        app->GetOptions()->SetValue(ProductChoice::k_HideSection, m_Keys[i],
+                                    m_List->IsChecked((unsigned)i) ? "1" : "0");
+    return true;
+}
