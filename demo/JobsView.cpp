@@ -29,8 +29,9 @@ struct _ColumnInfo {
     int width; // DIPs
 };
 const _ColumnInfo k_Columns[k_JobsColumnCount] = {
-    {"Name", 170},   {"Type", 110},  {"Status", 80},    {"Progress", 85},
-    {"Frames", 110}, {"Engine", 70}, {"Submitted", 95}, {"Elapsed", 75},
+    {wxTRANSLATE("Name"), 170},     {wxTRANSLATE("Type"), 110},   {wxTRANSLATE("Status"), 80},
+    {wxTRANSLATE("Progress"), 85},  {wxTRANSLATE("Frames"), 110}, {wxTRANSLATE("Engine"), 70},
+    {wxTRANSLATE("Submitted"), 95}, {wxTRANSLATE("Elapsed"), 75},
 };
 const char* const k_Section = "Jobs Page";
 const char* const k_SizesKey = "Column Sizes";
@@ -106,7 +107,7 @@ JobsView::JobsView(wxWindow* parent, JobFinder find)
     : wxDBListCtrl(parent, wxID_ANY, false), m_Find(std::move(find)),
       m_Epoch(std::time(nullptr) - 1) {
     for (int t = 0; t < k_JobsColumnCount; ++t)
-        AddColumn(t, k_Columns[t].label, FromDIP(k_Columns[t].width));
+        AddColumn(t, wxToString(wxGetTranslation(k_Columns[t].label)), FromDIP(k_Columns[t].width));
     Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent& e) {
         if (!m_Quiet) Select((int)e.GetIndex(), true);
         e.Skip();
@@ -381,7 +382,7 @@ void JobsView::SortBy(int type, bool ascending) {
 void JobsView::ShowSortInLabels() {
     for (int i = 0; i < GetColumnCount(); ++i) {
         const int type = GetColumn(i).type;
-        String label = k_Columns[type].label;
+        String label = wxToString(wxGetTranslation(k_Columns[type].label));
         if (type == m_SortType) label += m_Ascending ? k_Up : k_Down;
         if (label != GetColumn(i).label) SetColumnLabel(i, label);
     }
@@ -473,7 +474,7 @@ String JobsView::GetDisplayText(int row, int column) {
     case k_JobsType:
         return TypeName(e.job);
     case k_JobsStatus:
-        return JobStatusName(job.GetStatus());
+        return wxToString(wxGetTranslation(JobStatusName(job.GetStatus())));
     case k_JobsProgress:
         return job.GetParameter(p_Progress) + "%";
     case k_JobsFrames:

@@ -16,6 +16,12 @@
 namespace {
 const char k_Section[] = "Side Bar";
 
+// The farm's status names as the totals show them, for the catalog (the farm core names them
+// in English).
+[[maybe_unused]] const char* const k_StatusNames[] = {
+    wxTRANSLATE("Waiting"), wxTRANSLATE("Running"), wxTRANSLATE("Paused"),  wxTRANSLATE("Done"),
+    wxTRANSLATE("Failed"),  wxTRANSLATE("Aborted"), wxTRANSLATE("Archived")};
+
 // A panel opens the first time; from then on as it was left.
 void OpenAtFirst(const String& key) {
     Application* app = Application::the_Application;
@@ -35,11 +41,10 @@ ConnectionPanel::ConnectionPanel(wxWindow* parent) : wxExpandablePanel(parent, w
     m_State = new wxsStaticText(this, wxID_ANY, _("Connecting..."));
     m_State->SetFont(m_State->GetFont().Bold());
     GetContentSizer()->Add(m_State, 0, wxEXPAND | wxALL, gap);
-    auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     m_Link = new wxsButton(this, ID_SIDE_LINK, _("&Disconnect"));
-    buttons->Add(m_Link, 1, wxRIGHT, gap);
-    buttons->Add(new wxsButton(this, ID_SIDE_SHUTDOWN, _("Order &shutdown")), 1);
-    GetContentSizer()->Add(buttons, 0, wxEXPAND | wxALL, gap);
+    GetContentSizer()->Add(m_Link, 0, wxEXPAND | wxALL, gap);
+    GetContentSizer()->Add(new wxsButton(this, ID_SIDE_SHUTDOWN, _("Order &shutdown")), 0,
+                           wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, gap);
     Expand(); // the remembered state, now that the content exists
 }
 

@@ -2,6 +2,8 @@
 
 #include "demo/JobsView.h"
 
+#include <wxTaviro/wxTaviroApp.h>
+
 #include <taviro/JobFactory.h>
 
 #include <algorithm>
@@ -11,8 +13,11 @@ enum { k_Name, k_Status, k_Progress, k_Priority, k_Engine };
 const struct {
     const char* label;
     int width;
-} k_Columns[] = {
-    {"Name", 260}, {"Status", 110}, {"Progress", 80}, {"Priority", 80}, {"Engine", 90}};
+} k_Columns[] = {{wxTRANSLATE("Name"), 260},
+                 {wxTRANSLATE("Status"), 110},
+                 {wxTRANSLATE("Progress"), 80},
+                 {wxTRANSLATE("Priority"), 80},
+                 {wxTRANSLATE("Engine"), 90}};
 // More newcomers than this in one group and tick are appended and the group sorted once.
 const size_t k_SortOnce = 32;
 } // namespace
@@ -23,7 +28,7 @@ public:
     _Group(const String& name, int status) : m_Name(name), m_Status(status) {}
     String GetText(int column) const override {
         if (column == k_Name) return m_Name;
-        if (column == k_Status) return String::FromInt((long)Jobs()) + " jobs";
+        if (column == k_Status) return wxToString(wxString::Format(_("%zu jobs"), Jobs()));
         return String();
     }
     size_t Jobs() const {
@@ -47,7 +52,7 @@ public:
         case k_Name:
             return m_Job->Name();
         case k_Status:
-            return JobStatusName(m_Job->GetStatus());
+            return wxToString(wxGetTranslation(JobStatusName(m_Job->GetStatus())));
         case k_Progress: {
             const String p = m_Job->GetParameter(p_Progress);
             return p.empty() ? p : p + "%";
@@ -68,7 +73,7 @@ public:
 TypeTreeView::TypeTreeView(wxWindow* parent, JobFinder find)
     : wxDBTreeListCtrl(parent, wxID_ANY), m_Find(std::move(find)) {
     for (const auto& c : k_Columns)
-        AddColumn(0, c.label, FromDIP(c.width));
+        AddColumn(0, wxToString(wxGetTranslation(c.label)), FromDIP(c.width));
 }
 
 void TypeTreeView::OnFarmMessage(const Message& m) {
@@ -103,7 +108,7 @@ TypeTreeView::_Group* TypeTreeView::GroupOf(const JobPtr& job) {
         if (g->m_Status == status) return g;
         if (g->m_Status > status) break;
     }
-    auto* group = new _Group(JobStatusName(status), status);
+    auto* group = new _Group(wxToString(wxGetTranslation(JobStatusName(status))), status);
     InsertItem(type, at, group);
     if (status == k_JobRunning) Expand(group); // what an operator watches first
     return group;

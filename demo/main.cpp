@@ -448,6 +448,10 @@ private:
             LogInfo("The saved pane layout is not usable; the default one is shown");
             m_Aui.LoadPerspective(m_DefaultLayout, true);
         }
+        // A layout keeps the captions it was saved with, perhaps in another language.
+        m_Aui.GetPane("sidebar").Caption(_("Farm"));
+        m_Aui.GetPane("load").Caption(_("Engine load"));
+        m_Aui.Update();
     }
 
     void SavePaneLayout() {
