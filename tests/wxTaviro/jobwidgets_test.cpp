@@ -70,6 +70,10 @@ TEST(JobSelector, SortsByNameAndLeavesOutHiddenAndExcludedJobs) {
     EXPECT_EQ(selector->GetSelectedJob(), beta->GetID());
     selector->SelectJob(gamma->GetID()); // not listed: the selection stays
     EXPECT_EQ(selector->GetStringSelection(), "beta");
+    // The comparator alone: null jobs go last, whatever the other.
+    EXPECT_TRUE(JobSelector::_Sort(beta, JobPtr()));
+    EXPECT_FALSE(JobSelector::_Sort(JobPtr(), beta));
+    EXPECT_TRUE(JobSelector::_Sort(beta, gamma));
 }
 
 TEST(ProductChoice, SortsIgnoringCaseOneEntryPerNameAndHonoursHiddenProducts) {
