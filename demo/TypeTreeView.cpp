@@ -20,6 +20,8 @@ const struct {
                  {wxTRANSLATE("Engine"), 90}};
 // More newcomers than this in one group and tick are appended and the group sorted once.
 const size_t k_SortOnce = 32;
+// Jobs already shown that move to another group, at most, per tick.
+const size_t k_MovesPerTick = 500;
 } // namespace
 
 // A type or a status row: its name and how many jobs it holds.
@@ -143,9 +145,13 @@ void TypeTreeView::Update() {
         notes.swap(m_Notes);
     }
     if (notes.empty()) return;
-    // First pass: what goes where, and how many newcomers each group gets.
+    // First pass: what goes where, and how many newcomers each group gets. A job that moves
+    // costs a pass over its groups' rows; past a budget per tick, moves wait for the next tick
+    // (still noted), so that a farm of a million busy jobs cannot stall the window.
     std::vector<std::pair<_JobItem*, _Group*>> moves;
     std::unordered_map<_Group*, size_t> arriving;
+    size_t moving = 0;
+    std::vector<UID> later;
     for (const UID& id : notes) {
         auto known = m_Items.find(id);
         const JobPtr job = m_Find(id);
@@ -162,15 +168,22 @@ void TypeTreeView::Update() {
             RefreshItem(item);
             continue;
         }
-        if (!item) item = m_Items[id] = new _JobItem(job);
+        if (item && ++moving > k_MovesPerTick) {
+            later.push_back(id);
+            continue;
+        }
+        if (!item) {
+            item = m_Items[id] = new _JobItem(job);
+            ++arriving[group]; // only newcomers are appended and sorted at once
+        }
         moves.emplace_back(item, group);
-        ++arriving[group];
     }
-    for (auto& m : moves) {
-        const bool many = arriving[m.second] > k_SortOnce;
-        if (many && m.first->GetParent()) DetachItem(m.first);
-        Place(m.first, m.second, many);
+    if (!later.empty()) {
+        std::lock_guard<std::mutex> lock(m_NotesMutex);
+        m_Notes.insert(later.begin(), later.end());
     }
+    for (auto& m : moves)
+        Place(m.first, m.second, !m.first->GetParent() && arriving[m.second] > k_SortOnce);
     for (auto& a : arriving) {
         _Group* group = a.first;
         if (group->m_Fresh.empty()) continue;

@@ -444,7 +444,11 @@ void wxDBTreeListCtrl::SortChildren(wxDBTreeListItem* parent, const Less& less) 
     if (!parent) parent = &m_root;
     if (parent->GetOwner() != this || !parent->HasChildren() || !less) return;
     auto& k = *parent->m_kids;
-    std::stable_sort(k.items.begin(), k.items.end(), less);
+    // The same order as one stable sort, cheaper for the usual case of sorted children with
+    // newcomers appended: the sorted front stays, the rest is sorted and merged in.
+    const auto tail = std::is_sorted_until(k.items.begin(), k.items.end(), less);
+    std::stable_sort(tail, k.items.end(), less);
+    std::inplace_merge(k.items.begin(), tail, k.items.end(), less);
     for (size_t i = 0; i < k.items.size(); ++i)
         k.items[i]->m_index = uint32_t(i);
     k.prefixValid = 1;

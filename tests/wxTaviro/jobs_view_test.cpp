@@ -125,8 +125,8 @@ TEST(TypeTreeView, GroupsFollowTheJobs) {
         }
         return rows;
     };
-    for (int n = 0; n < 80; ++n) // many at once into two groups of zeta, shuffled
-        job("Job " + String::FromInt(1 + n * 7 % 80), 0, n % 2 ? k_JobWaiting : k_JobRunning);
+    for (int n = 0; n < 600; ++n) // many at once into two groups of zeta, shuffled
+        job("Job " + String::FromInt(1 + n * 7 % 600), 0, n % 2 ? k_JobWaiting : k_JobRunning);
     const JobPtr lone = job("Lone", 1, k_JobPaused), moved = job("Job 3", 1, k_JobRunning);
     view->Update();
     EXPECT_EQ(shown(), expected());
@@ -138,6 +138,15 @@ TEST(TypeTreeView, GroupsFollowTheJobs) {
     view->Update();
     EXPECT_EQ(shown(), expected());
     EXPECT_EQ(view->GetJobCount(), farm.size());
+    // More moves than one tick takes: the rest follow on the next.
+    for (auto& j : farm) {
+        j.second->SetStatus(k_JobFailed);
+        view->OnFarmMessage(Message(k_MsgJobChanged, j.first));
+    }
+    view->Update();
+    EXPECT_NE(shown(), expected());
+    view->Update();
+    EXPECT_EQ(shown(), expected());
     JobFactory::s_JobFactory.Clear();
 }
 
