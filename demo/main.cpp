@@ -673,6 +673,7 @@ public:
         if (m_OpenDialog == "settings") m_Frame->OpenSettings();
         if (m_OpenDialog == "find") m_Frame->OpenFindJob();
         if (m_OpenDialog == "newjob") m_Frame->OpenNewJob();
+        if (m_OpenDialog == "hide") (new HideProductsDlg(m_Frame))->Show();
         if (m_OpenDialog == "rename")
             m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, ID_RENAME_VIEW));
         if (m_OpenWindows) {
@@ -769,7 +770,7 @@ int main(int argc, char** argv) {
         "  --open-windows       open the jobs and log windows\n"
         "  --open-dialog settings  open the Settings dialog\n"
         "  --open-dialog rename    ask for a new name of the current view\n"
-        "  --open-dialog find|newjob  open the Find job or the New job dialog\n"
+        "  --open-dialog find|newjob|hide  open Find job, New job or Hide products\n"
         "  --log-refreshes      log a line per refresh of the main window\n");
     return code >= 0 ? code : wxEntry(argc, argv);
 }
