@@ -35,7 +35,6 @@
 
 #include <wx/dcscreen.h>
 #include <wx/filename.h>
-#include <wx/listctrl.h>
 #include <wx/aui/framemanager.h>
 #include <wx/stdpaths.h>
 
