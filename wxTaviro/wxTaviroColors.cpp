@@ -1,5 +1,5 @@
-// The colour palette, colour schemes, colour management, the palette renderer and the themed
-// buttons and toggles.
+// The colour palette, colour schemes, colour management, the palette renderer, the themed
+// buttons and toggles, the check list box and the notebook with its tab and dock art.
 //
 // Sections:
 //   palette          slot constants, the four fixed columns, access, colour arithmetic
