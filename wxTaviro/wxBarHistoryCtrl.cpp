@@ -286,7 +286,9 @@ void wxBarHistoryCtrl::_SetTooltip() {
          << _Number(m_Upper) << "\n";
     const String ago = Time::FormatDuration(Time::CurrentTime() - m_PeakTime, Time::k_Second,
                                             Time::k_Hour, 2, true, 0, ' ', k_OneDay);
-    text << _("Peak:\t") << _Number(m_Peak) << ", " << wxFromString(ago) << _(" ago");
+    // One text with the duration in it: languages put "ago" before or after it.
+    text << _("Peak:\t") << _Number(m_Peak) << ", "
+         << wxString::Format(_("%s ago"), wxFromString(ago));
     if (!m_History.empty()) text << _("\nAverage:\t") << _Number(m_Sum / m_History.size());
     if (!m_TooltipSuffix.empty()) text << "\n" << wxFromString(m_TooltipSuffix);
     SetToolTip(text);
