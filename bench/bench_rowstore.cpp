@@ -22,21 +22,16 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
+
 namespace {
+using namespace bench;
 
 // ---- farm rows ----
 
 const int k_Columns = 5;
 const char* const k_Labels[k_Columns] = {"Name", "Type", "Status", "Progress", "Engine"};
 const int k_Widths[k_Columns] = {300, 100, 130, 80, 190};
-
-uint32_t Mix(uint32_t x) {
-    x ^= x >> 16;
-    x *= 0x7feb352dU;
-    x ^= x >> 15;
-    x *= 0x846ca68bU;
-    return x ^ (x >> 16);
-}
 
 // One cell of a job table, written into `text`: names are longer than a short-string buffer,
 // the other cells fit into one.
@@ -68,31 +63,6 @@ void FarmText(long row, int column, char (&text)[96]) {
 }
 
 // ---- measuring helpers ----
-
-double NowMs() {
-    using namespace std::chrono;
-    return duration<double, std::milli>(steady_clock::now().time_since_epoch()).count();
-}
-
-double ResidentMB() {
-    long pages = 0, resident = 0;
-    FILE* f = fopen("/proc/self/statm", "r");
-    if (f) {
-        if (fscanf(f, "%ld %ld", &pages, &resident) != 2) resident = 0;
-        fclose(f);
-    }
-    return resident * double(sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0);
-}
-
-void PumpFor(int ms) {
-    const double end = NowMs() + ms;
-    do {
-        wxTheApp->ProcessPendingEvents();
-        wxTheApp->Yield(true);
-        wxTheApp->ProcessIdle();
-        wxMilliSleep(2);
-    } while (NowMs() < end);
-}
 
 double MedianMs(const std::function<void()>& paint) {
     std::vector<double> times;

@@ -2,9 +2,9 @@
 // wxDataViewCtrl over a tree model of our own. All show a farm-like tree, made on demand from
 // the row index, in the same 1000x700 client area, in one process.
 //
-// Sections: farm rows; the views; measuring helpers; figures (T1 expand and collapse against
-// the wx controls, T2 a node with a million descendants, T3 paint against the flat list);
-// pictures; main.
+// Sections: the views (rows from BenchSupport.h); measuring helpers; figures (T1 expand and
+// collapse against the wx controls, T2 a node with a million descendants, T3 paint against the flat
+// list); pictures; main.
 #include <wxTaviro/wxDBTreeListCtrl.h>
 
 #include <wx/dataview.h>
@@ -23,68 +23,16 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
+
 bool GrabScreen(int x, int y, int width, int height, std::vector<unsigned char>& rgb);
 
 namespace {
+using namespace bench;
 
-// ---- farm rows ----
-
-const int k_Columns = 8;
-const char* const k_Labels[k_Columns] = {"Name",   "Type",   "Status",    "Progress",
-                                         "Frames", "Engine", "Submitted", "Elapsed"};
-const int k_Widths[k_Columns] = {260, 80, 90, 70, 100, 130, 140, 90};
 const int k_Million = 1000000;
 
-uint32_t Mix(uint32_t x) {
-    x ^= x >> 16;
-    x *= 0x7feb352dU;
-    x ^= x >> 15;
-    x *= 0x846ca68bU;
-    return x ^ (x >> 16);
-}
-
-// One cell of a job row.
-String FarmText(long row, int column) {
-    static const char* const projects[] = {"aurora", "borealis", "cinder", "drift", "ember"};
-    static const char* const types[] = {"Nuke", "Maya", "Houdini", "Blender", "Arnold"};
-    static const char* const states[] = {"Queued", "Rendering", "Done", "Failed", "Suspended"};
-    const uint32_t h = Mix(uint32_t(row) * 2654435761U);
-    char text[96];
-    switch (column) {
-    case 0:
-        snprintf(text, sizeof text, "%s_sq%03u_sh%04u_v%03u", projects[h % 5], h % 997,
-                 unsigned(row % 10000), (h >> 8) % 40);
-        break;
-    case 1:
-        return types[(h >> 3) % 5];
-    case 2:
-        return states[(h >> 5) % 5];
-    case 3:
-        snprintf(text, sizeof text, "%u%%", (h >> 7) % 101);
-        break;
-    case 4:
-        snprintf(text, sizeof text, "%u-%u", 1 + (h >> 9) % 1001, 1025 + (h >> 11) % 4000);
-        break;
-    case 5:
-        snprintf(text, sizeof text, "node-%03u.rack%02u", (h >> 13) % 512, (h >> 4) % 40);
-        break;
-    case 6:
-        snprintf(text, sizeof text, "2024-%02u-%02u %02u:%02u", 1 + (h >> 6) % 12,
-                 1 + (h >> 10) % 28, (h >> 14) % 24, (h >> 18) % 60);
-        break;
-    default:
-        snprintf(text, sizeof text, "%u:%02u:%02u", (h >> 12) % 72, (h >> 20) % 60, (h >> 2) % 60);
-        break;
-    }
-    return String(text);
-}
-
 // ---- the views ----
-
-double NowMs() {
-    using namespace std::chrono;
-    return duration<double, std::milli>(steady_clock::now().time_since_epoch()).count();
-}
 
 struct Job : wxDBTreeListItem {
     explicit Job(long r) : row(r) {}
@@ -176,25 +124,10 @@ private:
 
 // ---- measuring helpers ----
 
-void PumpFor(int ms) {
-    const double end = NowMs() + ms;
-    do {
-        wxTheApp->ProcessPendingEvents();
-        wxTheApp->Yield(true);
-        wxTheApp->ProcessIdle();
-        wxMilliSleep(2);
-    } while (NowMs() < end);
-}
-
 // Until the toolkit has nothing left to do (layout, row validation, paint).
 void Settle(wxWindow* w) {
     w->Update();
     wxTheApp->Yield(true);
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0 : v[v.size() / 2];
 }
 
 double TimeMs(const std::function<void()>& f) {

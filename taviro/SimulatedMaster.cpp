@@ -336,28 +336,19 @@ String SimulatedMaster::MasterLogText(uint64_t seed, uint64_t n) {
 
 bool SimulatedMaster::SendCommand(const UID& job, const String& command, const String& item,
                                   String* error) {
-    if (!m_Connected.load()) {
-        if (error) *error = "Not connected to the farm master";
-        return false;
-    }
-    std::vector<boost::shared_ptr<Message>> out;
-    bool ok;
-    {
-        std::lock_guard<std::mutex> l(m_ModelMutex);
-        ok = m_Schedule.ApplyCommand(job, command, item, error, out);
-    }
-    Enqueue(out);
-    return ok;
-}
-
-void SimulatedMaster::Enqueue(const std::vector<boost::shared_ptr<Message>>& out) {
-    if (out.empty()) return;
-    std::lock_guard<std::mutex> l(m_Mutex);
-    m_Outgoing.insert(m_Outgoing.end(), out.begin(), out.end());
-    m_Wake.notify_all();
+    return Request(error, [&](std::vector<boost::shared_ptr<Message>>& out) {
+        return m_Schedule.ApplyCommand(job, command, item, error, out);
+    });
 }
 
 bool SimulatedMaster::SubmitJob(const UID& type, String* error) {
+    return Request(error, [&](std::vector<boost::shared_ptr<Message>>& out) {
+        return m_Schedule.Submit(type, error, out);
+    });
+}
+
+bool SimulatedMaster::Request(
+    String* error, const std::function<bool(std::vector<boost::shared_ptr<Message>>&)>& apply) {
     if (!m_Connected.load()) {
         if (error) *error = "Not connected to the farm master";
         return false;
@@ -366,9 +357,13 @@ bool SimulatedMaster::SubmitJob(const UID& type, String* error) {
     bool ok;
     {
         std::lock_guard<std::mutex> l(m_ModelMutex);
-        ok = m_Schedule.Submit(type, error, out);
+        ok = apply(out);
     }
-    Enqueue(out);
+    if (!out.empty()) {
+        std::lock_guard<std::mutex> l(m_Mutex);
+        m_Outgoing.insert(m_Outgoing.end(), out.begin(), out.end());
+        m_Wake.notify_all();
+    }
     return ok;
 }
 

@@ -15,6 +15,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <random>
 #include <thread>
@@ -120,8 +121,10 @@ private:
     bool RequestPending();
     void Run();
     void Send(boost::shared_ptr<Message> m);
-    // Hands answers to a client's request to the thread, which sends them in order.
-    void Enqueue(const std::vector<boost::shared_ptr<Message>>& out);
+    // A client's request: refused when not connected; otherwise `apply` changes the model
+    // (under its lock) and the answers it gives are handed to the thread, sent in order.
+    bool Request(String* error,
+                 const std::function<bool(std::vector<boost::shared_ptr<Message>>&)>& apply);
     void DoConnect();
     void DoDisconnect(const String& reason);
 

@@ -1206,20 +1206,19 @@ bool wxsListCtrl::SetItem(int row, int column, const String& text) {
 
 void wxsListCtrl::SetItemTextColour(int row, const wxColour& colour) {
     CALL_ENTRY("wxsListCtrl::SetItemTextColour");
-    if (row < 0 || row >= GetItemCount()) return;
-    auto& look = Record(row).look;
-    if (!look) look.reset(new RowLook);
-    look->textColour = colour;
-    RedrawItem(row);
+    if (RowLook* look = Look(row)) look->textColour = colour, RedrawItem(row);
 }
 
 void wxsListCtrl::SetItemFont(int row, const wxFont& font) {
     CALL_ENTRY("wxsListCtrl::SetItemFont");
-    if (row < 0 || row >= GetItemCount()) return;
+    if (RowLook* look = Look(row)) look->font = font, RedrawItem(row);
+}
+
+wxsListCtrl::RowLook* wxsListCtrl::Look(int row) {
+    if (row < 0 || row >= GetItemCount()) return nullptr;
     auto& look = Record(row).look;
     if (!look) look.reset(new RowLook);
-    look->font = font;
-    RedrawItem(row);
+    return look.get();
 }
 
 wxColour wxsListCtrl::GetItemTextColour(int row) const {

@@ -381,6 +381,8 @@ protected:
     // The record of `row`, created (with the rows before it) when the count has it but the
     // records do not: rows inserted with Insert, or left empty at the end by DeleteItem.
     Row& Record(int row);
+    // The font and colour of a row in the count, made when first set; null outside the count.
+    RowLook* Look(int row);
 
     std::vector<Row> m_rows;
     _RowSelection m_selection;
