@@ -69,7 +69,6 @@ public:
     }
     const JobPtr m_Job;
     String m_Name; // as placed: a rename re-sorts it
-    _Group* m_Group = nullptr;
 };
 
 TypeTreeView::TypeTreeView(wxWindow* parent, JobFinder find)
@@ -117,7 +116,6 @@ TypeTreeView::_Group* TypeTreeView::GroupOf(const JobPtr& job) {
 }
 
 void TypeTreeView::Place(_JobItem* item, _Group* group, bool sortLater) {
-    item->m_Group = group;
     item->m_Name = item->m_Job->Name();
     if (sortLater) {
         group->m_Fresh.push_back(item);
@@ -164,7 +162,7 @@ void TypeTreeView::Update() {
         }
         _JobItem* item = known == m_Items.end() ? nullptr : known->second;
         _Group* group = GroupOf(job);
-        if (item && item->m_Group == group && item->m_Name == job->Name()) {
+        if (item && item->GetParent() == group && item->m_Name == job->Name()) {
             RefreshItem(item);
             continue;
         }
