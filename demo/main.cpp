@@ -658,6 +658,13 @@ public:
         wxInitAllImageHandlers();
         // The main window must exist before the farm client starts: the bridge hands connection
         // changes and messages only to a top window.
+        // The same path as SIGTERM: it also ends a start-up error box or an open modal dialog.
+        if (m_ExitAfter > 0) {
+            m_ExitTimer.Bind(wxEVT_TIMER, [](wxTimerEvent&) {
+                if (wxTaviroExecutable* exe = GetExecutable()) exe->Signal(0);
+            });
+            m_ExitTimer.StartOnce(m_ExitAfter * 1000);
+        }
         m_Frame = new _MainFrame(this, m_LogRefreshes);
         SetTopWindow(m_Frame);
         if (!wxTaviroApp::OnInit()) {
@@ -682,10 +689,6 @@ public:
         if (!m_Screenshot.empty()) {
             m_ShotTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { TakeShot(); });
             m_ShotTimer.StartOnce(2500);
-        }
-        if (m_ExitAfter > 0) {
-            m_ExitTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { m_Frame->Close(true); });
-            m_ExitTimer.StartOnce(m_ExitAfter * 1000);
         }
         return true;
     }

@@ -168,7 +168,8 @@ void IniFile::Set(Section& s, const String& key, const String& value) {
 
 void IniFile::ParseInto(const String& text) {
     size_t current = 0;
-    size_t pos = 0;
+    // An editor's UTF-8 byte-order mark would otherwise hide the first section's header.
+    size_t pos = text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
     while (pos < text.size()) {
         size_t end = text.find('\n', pos);
         if (end == String::npos) end = text.size();
@@ -349,28 +350,58 @@ String IniFile::GetValue(const String& section, const String& key, const String&
     return l ? l->value : def;
 }
 
+void IniFile::Rejected(const String& section, const String& key, const String& value,
+                       const char* wanted) const {
+    // Once per value: settings are read again and again (at every paint, some of them).
+    {
+        std::lock_guard<std::mutex> l(m_RejectedMutex);
+        if (!m_Rejected.insert(section + "\n" + key + "\n" + value).second) return;
+    }
+    const String shown = value.size() > 60 ? value.substr(0, 60) + "..." : value;
+    GlobalLog(LL_Warning, SFormat("Settings: [%s] %s = '%s' is not %s; the default is used",
+                                  section.c_str(), key.c_str(), shown.c_str(), wanted));
+}
+
 bool IniFile::GetValue(const String& section, const String& key, bool def) const {
     RWLock::ReadGuard g(m_Lock);
     const Line* l = FindLine(section, key);
-    return l ? l->value.ToBool() : def;
+    if (!l) return def;
+    const String t = l->value.Trimmed();
+    // Only the known texts are quiet; anything else still reads false, as the rule says.
+    if (!l->value.ToBool() && t.CompareNoCase(k_No) != 0 && t != "0" &&
+        t.CompareNoCase("false") != 0)
+        Rejected(section, key, l->value, "a yes/no value");
+    return l->value.ToBool();
 }
 
 int IniFile::GetValue(const String& section, const String& key, int def) const {
     RWLock::ReadGuard g(m_Lock);
     const Line* l = FindLine(section, key);
-    return l ? l->value.ToInt(def) : def;
+    if (!l) return def;
+    bool ok = false;
+    const int v = l->value.ToInt(def, &ok);
+    if (!ok) Rejected(section, key, l->value, "a whole number");
+    return v;
 }
 
 long IniFile::GetValue(const String& section, const String& key, long def) const {
     RWLock::ReadGuard g(m_Lock);
     const Line* l = FindLine(section, key);
-    return l ? l->value.ToLong(def) : def;
+    if (!l) return def;
+    bool ok = false;
+    const long v = l->value.ToLong(def, &ok);
+    if (!ok) Rejected(section, key, l->value, "a whole number");
+    return v;
 }
 
 double IniFile::GetValue(const String& section, const String& key, double def) const {
     RWLock::ReadGuard g(m_Lock);
     const Line* l = FindLine(section, key);
-    return l ? l->value.ToDouble(def) : def;
+    if (!l) return def;
+    bool ok = false;
+    const double v = l->value.ToDouble(def, &ok);
+    if (!ok) Rejected(section, key, l->value, "a number");
+    return v;
 }
 
 void IniFile::ClearSection(const String& section) {
@@ -465,15 +496,24 @@ bool OptionsFile::WriteOut() {
     if (!IsModified() || GetFilename().IsEmpty()) return true;
     try {
         Save();
+        std::lock_guard<std::mutex> l(m_PauseMutex);
+        m_LastError.clear();
         return true;
     } catch (Exception* e) {
-        // A file the user made read-only stays as it is; said once, not after every change.
-        if (e->GetCode() != k_ErrReadOnly)
-            GlobalLog(LL_Error, "Cannot write options file: " + e->Format());
-        else if (!m_ReadOnlyReported.exchange(true))
+        const String why = e->Format();
+        const bool readOnly = e->GetCode() == k_ErrReadOnly;
+        delete e;
+        // Said once for the same cause, not after every change and every pause that ends.
+        {
+            std::lock_guard<std::mutex> l(m_PauseMutex);
+            if (why == m_LastError) return false;
+            m_LastError = why;
+        }
+        if (readOnly)
             GlobalLog(LL_Warning, "The options file " + GetFilename().ToString() +
                                       " is read-only: changes to the options are not saved");
-        delete e;
+        else
+            GlobalLog(LL_Error, "Cannot write options file: " + why);
         return false;
     }
 }

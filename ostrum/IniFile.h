@@ -14,6 +14,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <set>
 #include <vector>
 
 class IniFile : public File {
@@ -92,6 +93,9 @@ private:
     void Set(Section& s, const String& key, const String& value);
     void ParseInto(const String& text);
     static void CheckKey(const String& key);
+    // A typed read found a value it cannot take: a warning naming section and key, once.
+    void Rejected(const String& section, const String& key, const String& value,
+                  const char* wanted) const;
 
     mutable RWLock m_Lock;
     std::vector<Section> m_Sections{Section()}; // [0] is the unnamed section
@@ -100,6 +104,8 @@ private:
     // Changes and saves are counted, so a save that raced with a change does not hide it.
     std::atomic<uint64_t> m_Generation{0};
     std::atomic<uint64_t> m_SavedGeneration{0};
+    mutable std::mutex m_RejectedMutex;
+    mutable std::set<String> m_Rejected;
 };
 
 // The application's options file: written through after each change unless a pause is
@@ -137,5 +143,5 @@ protected:
 private:
     mutable std::mutex m_PauseMutex;
     int m_Pauses = 0;
-    std::atomic<bool> m_ReadOnlyReported{false};
+    String m_LastError; // the failure last reported (under m_PauseMutex)
 };

@@ -172,13 +172,19 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
 
     const String options =
         commandLine.GetOption("options", (Path(userDir) / (name + ".ini")).ToString());
+    m_StartupWarning.clear();
     try {
         GetOptions()->SetFilename(Path(options));
         GetOptions()->Load(false, true);
     } catch (Exception* e) {
-        const String why = "Cannot read the options file: " + e->Format();
+        // Not fatal: the program runs on its defaults, and the file, which may be a folder, a
+        // device or a link to one, is never written over.
+        m_StartupWarning = "The options file cannot be used: " + e->Format() +
+                           ". The program runs on default settings and saves none of them.";
         delete e;
-        return Fail(why);
+        GlobalLog(LL_Error, m_StartupWarning);
+        GetOptions()->Clear();
+        GetOptions()->SetFilename(Path());
     }
 
     if (commandLine.HasOption("modules"))

@@ -94,6 +94,9 @@ public:
     Messenger* GetMessenger() const { return m_Messenger.get(); }
     SimulatedMaster* GetSimulatedMaster() const;
     const String& GetStartupError() const { return m_StartupError; }
+    // What start-up put up with but the user should know (an unusable options file); empty
+    // when nothing.
+    const String& GetStartupWarning() const { return m_StartupWarning; }
     uint64_t HandledMessages() const { return m_Handled.load(); }
 
     Signal0<> StartupComplete;  // emitted by the program once its start-up is done
@@ -105,6 +108,7 @@ private:
     bool Fail(const String& why);
 
     String m_StartupError;
+    String m_StartupWarning;
     String m_ProgramName;
     bool m_HelpShown = false;
     std::unique_ptr<Messenger> m_Messenger;

@@ -13,6 +13,8 @@
 #include <taviro/ThreadPool.h>
 
 #include <wx/display.h>
+#include <wx/evtloop.h>
+#include <wx/generic/msgdlgg.h>
 #include <wx/translation.h>
 
 #include <clocale>
@@ -35,6 +37,37 @@ wxTaviroExecutable* g_Executable = nullptr;
 wxWeakRef<wxWindow> g_ActiveWindow; // weak: cleared when that window is destroyed
 // Set once a stop has posted a close to the top window, so that it is posted only once.
 std::atomic<bool> g_ClosePosted{false};
+
+// A modal loop runs above the main loop: a modal dialog of ours, a file dialog, a prompt.
+bool InModalLoop() {
+    const wxEventLoopBase* active = wxEventLoopBase::GetActive();
+    if (active && !active->IsMain()) return true;
+    for (wxWindow* w : wxTopLevelWindows)
+        if (auto* d = wxDynamicCast(w, wxDialog); d && d->IsModal()) return true;
+    return false;
+}
+
+// Ends every modal dialog's loop as a Cancel would.
+void EndModalLoops() {
+    for (wxWindow* w : wxTopLevelWindows)
+        if (auto* d = wxDynamicCast(w, wxDialog); d && d->IsModal()) d->EndModal(wxID_CANCEL);
+}
+
+// Retries a close of the top window that came while a modal loop ran, once the loops are
+// gone. A timer, not a posted event: the modal loop must get its turn to return first.
+class _DeferredClose : public wxTimer {
+public:
+    void Notify() override {
+        wxWindow* top = wxTheApp ? wxTheApp->GetTopWindow() : nullptr;
+        if (!top) return;
+        wxCloseEvent close(wxEVT_CLOSE_WINDOW, top->GetId());
+        close.SetEventObject(top);
+        close.SetCanVeto(m_CanVeto);
+        top->GetEventHandler()->AddPendingEvent(close);
+    }
+    bool m_CanVeto = true;
+};
+_DeferredClose* g_DeferredClose = nullptr;
 
 bool IsTopLevel(wxWindow* w) {
     for (wxWindow* t : wxTopLevelWindows)
@@ -287,6 +320,13 @@ bool wxTaviroApp::OnInit() {
         wxToolTip::SetDelay(330);
         wxToolTip::SetReshow(0);
         StartupComplete.Emit();
+        LogInfo(wxToString(wxString("Toolkit: ") + wxVERSION_STRING));
+        if (!GetStartupWarning().empty()) {
+            const wxString warning = wxFromString(GetStartupWarning());
+            CallAfter([warning] {
+                wxTaviroMessageBox(warning, "OptionsUnusable", wxTheApp->GetTopWindow());
+            });
+        }
         return true;
     }
     if (m_ShowStartupError && !IsHelpShown()) _ReportStartupError();
@@ -305,10 +345,35 @@ void wxTaviroApp::_ReportStartupError() {
             "\n\nCheck the startup log file for more information:\n%s"),
         wxFromString(name), wxFromString(Platform::GetCurrentUserName()),
         wxFromString(GetLogFolder()), wxFromString(Log::s_GlobalLog->GetFileName()));
-    // The reason follows the fixed text, so the user sees it without opening the log.
+    // The real reason leads; the general advice follows it.
     const String reason = GetStartupError();
-    wxMessageBox(reason.empty() ? text : text + "\n\n" + wxFromString(reason),
-                 wxGetTranslation("Startup Error"), wxOK | wxCENTRE);
+    const wxString shown = reason.empty() ? text : wxFromString(reason) + "\n\n" + text;
+    if (g_Executable && g_Executable->IsStopRequested()) return; // nobody is waiting for it
+    // wx's own dialog, not the native box: its loop can be ended when a stop comes (SIGTERM,
+    // SIGINT, the end of the session), which the box watches for.
+    wxGenericMessageDialog box(nullptr, shown, wxGetTranslation("Startup Error"), wxOK | wxCENTRE);
+    wxTimer watch;
+    watch.Bind(wxEVT_TIMER, [&box](wxTimerEvent&) {
+        if (g_Executable && g_Executable->IsStopRequested() && box.IsModal())
+            box.EndModal(wxID_CANCEL);
+    });
+    watch.Start(100);
+    box.ShowModal();
+}
+
+int wxTaviroApp::FilterEvent(wxEvent& e) {
+    // A close of the main window while a modal dialog runs would free that dialog (a child of
+    // the window) under its own loop: the dialogs end first, and the close comes again after.
+    if (e.GetEventType() == wxEVT_CLOSE_WINDOW && e.GetEventObject() == GetTopWindow() &&
+        InModalLoop()) {
+        LogSystem("Closing the modal dialogs before the main window");
+        EndModalLoops();
+        if (!g_DeferredClose) g_DeferredClose = new _DeferredClose;
+        g_DeferredClose->m_CanVeto = static_cast<wxCloseEvent&>(e).CanVeto();
+        g_DeferredClose->StartOnce(50);
+        return Event_Processed;
+    }
+    return wxApp::FilterEvent(e);
 }
 
 int wxTaviroApp::OnRun() {
@@ -342,6 +407,8 @@ int wxTaviroApp::OnExit() {
         Cleanup();
         result = wxAppBase::OnExit();
     }
+    delete g_DeferredClose;
+    g_DeferredClose = nullptr;
     // No farm signal reaches the application after this. DisconnectAll holds the slots lock
     // only while it takes the list of signals: holding it across the disconnects would take
     // the locks in the opposite order to Connect and could deadlock with it.

@@ -90,6 +90,8 @@ public:
     // A stop that came before the main loop ran is carried out when it starts.
     void OnEventLoopEnter(wxEventLoopBase* loop) override;
     int OnRun() override;
+    // Holds back a close of the top window while a modal loop runs (see the source).
+    int FilterEvent(wxEvent& e) override;
     int OnExit() override;
     // Rethrows the exception in flight, so that OnRun sees it.
     bool OnExceptionInMainLoop() override;
