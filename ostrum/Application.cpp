@@ -459,6 +459,12 @@ void Application::Answer(int fd, const String& request) {
     SendFrame(fd, text, Time::Monotonic() + 2000000, status);
 }
 
+void Application::PostRequest(const Path& target, const String& request, int timeoutMs) {
+    // Detached: it touches no object of ours, only the socket and the process's log.
+    std::thread([target, request, timeoutMs] { SendRequest(target, request, nullptr, timeoutMs); })
+        .detach();
+}
+
 bool Application::SendRequest(const Path& target, const String& request, String* error,
                               int timeoutMs) {
     const String& t = target.ToString();

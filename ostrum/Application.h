@@ -61,8 +61,12 @@ public:
     // socket path containing '/'). Answers within timeoutMs: true when the receiver's handler
     // answered true; false with the reason in *error for an unknown handler, a false answer,
     // a program that is not running or does not answer in time. Never hangs.
-    bool SendRequest(const Path& target, const String& request, String* error = nullptr,
-                     int timeoutMs = 3000);
+    static bool SendRequest(const Path& target, const String& request, String* error = nullptr,
+                            int timeoutMs = 3000);
+    // Sends a request without waiting for it: the sending, and the wait for the answer, run
+    // on a thread of their own, so a busy or stopped receiver holds up nobody. A failure is
+    // only logged.
+    static void PostRequest(const Path& target, const String& request, int timeoutMs = 10000);
     // Whether a program listens under that component name (a busy one counts); *pid gets its
     // process id when known, else 0.
     static bool IsRunning(const String& componentName, long* pid = nullptr);

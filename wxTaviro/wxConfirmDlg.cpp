@@ -91,10 +91,9 @@ void wxConfirmDlg::ResetAll() {
 }
 
 void wxConfirmDlg::_SetLabel(int id, const String& label) {
-    // This dialog's own button first: a search over every window finds the oldest one.
-    wxWindow* w = FindWindow(id);
-    if (!w) w = wxWindow::FindWindowById(id, nullptr);
-    if (w) w->SetLabel(wxFromString(label));
+    // This dialog's own button only: a search over every window would relabel another
+    // dialog's button when this one has none (a remembered dialog, or Cancel on a notice).
+    if (wxWindow* w = FindWindow(id)) w->SetLabel(wxFromString(label));
 }
 
 void wxConfirmDlg::SetOK(const String& label) {

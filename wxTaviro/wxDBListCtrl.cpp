@@ -18,6 +18,7 @@
 #include <wx/sizer.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <list>
 #include <string_view>
@@ -26,8 +27,8 @@
 namespace {
 // Narrowest column a drag or a restore leaves.
 constexpr int k_MinColumnWidth = 20;
-// A restored width above this is garbage, not a layout.
-constexpr int k_MaxColumnWidth = 1000000;
+// A restored width above this is garbage, not a layout: wider than any screen.
+constexpr int k_MaxColumnWidth = 16384;
 constexpr int k_TooltipDelayMs = 3000;
 // How far selected rows lean toward the selection colour, with the window active and not.
 constexpr double k_SelectBlend = 0.65;
@@ -71,43 +72,84 @@ void _TableSettings::Init() {
 // ---- FormatDisplayString ----
 
 String FormatDisplayString(const String& text, int& width, wxDC& dc) {
+    // The candidates of the step-by-step fitting: the whole text, then the middle replaced by
+    // "..." with cut = 4, 5, 6, ... characters taken out, each one character shorter than the
+    // one before, down to "a..." (length 4), which ends the search whether it fits or not.
+    // The first that fits is the answer. Each candidate is the one before with one character
+    // less, so its width never grows: the answer is found by a search from the short end
+    // (whose candidates are cheap to measure) instead of measuring a long text once per
+    // character taken out.
     const wxString whole = wxFromString(text);
     const size_t n = whole.length();
-    wxString candidate = whole;
-    size_t cut = 0;
-    for (;;) {
-        wxCoord w = 0, h = 0;
-        dc.GetTextExtent(candidate, &w, &h);
-        // The shortest candidates ("a...") end the search whether they fit or not.
-        if (w <= width || candidate.length() < 5) {
-            width = w;
-            return candidate == whole ? text : wxToString(candidate);
-        }
-        cut += cut == 0 ? 4 : 1;
+    auto candidate = [&](size_t cut) {
         const size_t k = (n > cut ? (n - cut) / 2 : 0) + 1;
         const size_t tail = std::min(n, k + cut);
-        candidate = whole.Left(std::min(k, n)) + "..." + whole.Mid(tail);
+        return whole.Left(std::min(k, n)) + "..." + whole.Mid(tail);
+    };
+    auto measure = [&](const wxString& s) {
+        wxCoord w = 0, h = 0;
+        dc.GetTextExtent(s, &w, &h);
+        return int(w);
+    };
+    const int full = measure(whole);
+    if (full <= width || n < 5) {
+        width = full;
+        return text;
     }
+    // The last candidate, which is taken when nothing longer fits.
+    const size_t last = std::max<size_t>(4, n - 1);
+    auto fits = [&](size_t cut, int* w) {
+        *w = measure(candidate(cut));
+        return *w <= width;
+    };
+    int bestWidth = 0;
+    size_t best = last; // the smallest cut known to fit (or the last)
+    if (!fits(last, &bestWidth) || last == 4) {
+        width = bestWidth;
+        return wxToString(candidate(last));
+    }
+    // Galloping towards longer candidates until one does not fit, then bisection between.
+    size_t lo = 4, step = 1; // every cut below lo is unknown; [lo, best) is searched
+    for (;;) {
+        const size_t c = best > lo + step ? best - step : lo;
+        int w = 0;
+        if (fits(c, &w)) {
+            best = c, bestWidth = w;
+            if (c == lo) break;
+            step *= 2;
+        } else {
+            lo = c + 1;
+            break;
+        }
+    }
+    while (lo < best) {
+        const size_t mid = lo + (best - lo) / 2;
+        int w = 0;
+        if (fits(mid, &w))
+            best = mid, bestWidth = w;
+        else
+            lo = mid + 1;
+    }
+    width = bestWidth;
+    return wxToString(candidate(best));
 }
 
 // ---- cell text cache ----
 
 // The rendered text of recently drawn cells: a hit costs one bitmap copy instead of a text
-// layout. Bounded by entry count and by pixels, least recently used first out.
+// layout. Bounded by entry count and by pixels, least recently used first out. Entries are
+// the glyphs' coverage in the text colour over transparency, so a cell keeps whatever
+// background was drawn under it (a client's own cell background too), and they are keyed by
+// font, so a row drawn in its own font gets its own entries.
 class _CellTextCache {
 public:
-    // Draws `text` fitted into `area` at its top-left corner, in the DC's text colours.
+    // Draws `text` fitted into `area` at its top-left corner, in the DC's font and text colour.
     void Draw(wxDC& dc, const String& text, const wxRect& area);
     void Clear() {
         m_index.clear();
         m_entries.clear();
+        m_fonts.clear();
         m_pixels = 0;
-    }
-    // Clears when the font differs from the one the entries were rendered in.
-    void UseFont(const wxFont& font) {
-        if (font.IsSameAs(m_font)) return;
-        Clear();
-        m_font = font;
     }
     size_t GetCount() const { return m_entries.size(); }
 
@@ -116,15 +158,15 @@ private:
         std::string_view text;
         int width;
         uint32_t fg;
-        uint32_t bg;
+        int font;
         bool operator==(const Key& o) const {
-            return width == o.width && fg == o.fg && bg == o.bg && text == o.text;
+            return width == o.width && fg == o.fg && font == o.font && text == o.text;
         }
     };
     struct KeyHash {
         size_t operator()(const Key& k) const {
             size_t h = std::hash<std::string_view>()(k.text);
-            h ^= (size_t(k.width) * 0x9E3779B97F4A7C15ull) + (size_t(k.fg) << 7) + k.bg;
+            h ^= (size_t(k.width) * 0x9E3779B97F4A7C15ull) + (size_t(k.fg) << 7) + size_t(k.font);
             return h;
         }
     };
@@ -132,39 +174,52 @@ private:
         String text;
         int width;
         uint32_t fg;
-        uint32_t bg;
-        wxBitmap bitmap; // the fitted text on the background colour
+        int font;
+        wxBitmap bitmap; // the fitted text: its colour, with the glyphs' coverage as alpha
         int pixels;
     };
     static constexpr size_t k_MaxEntries = 2048;
     static constexpr int64_t k_MaxPixels = 2 * 1024 * 1024;
+    static constexpr size_t k_MaxFonts = 32;
 
-    Entry& Render(wxDC& dc, const String& text, int width, const wxColour& fg, const wxColour& bg);
+    int FontId(const wxFont& font);
+    Entry& Render(wxDC& dc, const String& text, int width, const wxColour& fg, int font);
 
     std::list<Entry> m_entries; // most recent first; nodes never move, so keys may view them
     std::unordered_map<Key, std::list<Entry>::iterator, KeyHash> m_index;
     int64_t m_pixels = 0;
-    wxFont m_font;
+    std::vector<wxFont> m_fonts; // index = font id
 };
+
+int _CellTextCache::FontId(const wxFont& font) {
+    // The same font object (the usual case) compares by its shared data, at no cost.
+    for (size_t i = 0; i < m_fonts.size(); ++i)
+        if (m_fonts[i].GetRefData() == font.GetRefData()) return int(i);
+    for (size_t i = 0; i < m_fonts.size(); ++i)
+        if (m_fonts[i].IsSameAs(font)) return int(i);
+    if (m_fonts.size() >= k_MaxFonts) Clear(); // a client making a new font for every row
+    m_fonts.push_back(font);
+    return int(m_fonts.size() - 1);
+}
 
 void _CellTextCache::Draw(wxDC& dc, const String& text, const wxRect& area) {
     if (area.width < 1 || area.height < 1 || text.empty()) return;
     const wxColour fg = dc.GetTextForeground();
-    const wxColour bg = dc.GetTextBackground();
-    const Key key{text, area.width, fg.IsOk() ? fg.GetRGBA() : 0, bg.IsOk() ? bg.GetRGBA() : 0};
+    const int font = FontId(dc.GetFont());
+    const Key key{text, area.width, fg.IsOk() ? fg.GetRGBA() : 0, font};
     auto it = m_index.find(key);
     Entry* entry;
     if (it != m_index.end()) {
         m_entries.splice(m_entries.begin(), m_entries, it->second);
         entry = &*it->second;
     } else {
-        entry = &Render(dc, text, area.width, fg, bg);
+        entry = &Render(dc, text, area.width, fg, font);
     }
-    dc.DrawBitmap(entry->bitmap, area.x, area.y, false);
+    dc.DrawBitmap(entry->bitmap, area.x, area.y, true);
 }
 
 _CellTextCache::Entry& _CellTextCache::Render(wxDC& dc, const String& text, int width,
-                                              const wxColour& fg, const wxColour& bg) {
+                                              const wxColour& fg, int font) {
     int fitted = width;
     const wxString shown = wxFromString(FormatDisplayString(text, fitted, dc));
     wxCoord tw = 0, th = 0;
@@ -172,23 +227,34 @@ _CellTextCache::Entry& _CellTextCache::Render(wxDC& dc, const String& text, int 
     // Cropped to the cell: a text that cannot be shortened enough does not bleed over.
     const int w = std::max(1, std::min(int(tw), width));
     const int h = std::max(1, int(th));
-    wxBitmap bitmap(w, h);
+    // White on black gives the coverage of each pixel; the entry is the text colour with it
+    // as alpha, which blends over any background as the text drawn there would.
+    wxBitmap coverage(w, h, 24);
     {
-        wxMemoryDC mdc(bitmap);
+        wxMemoryDC mdc(coverage);
         mdc.SetFont(dc.GetFont());
-        mdc.SetBackground(wxBrush(bg.IsOk() ? bg : *wxWHITE));
+        mdc.SetBackground(*wxBLACK_BRUSH);
         mdc.Clear();
-        mdc.SetTextForeground(fg.IsOk() ? fg : *wxBLACK);
+        mdc.SetTextForeground(*wxWHITE);
         mdc.DrawText(shown, 0, 0);
     }
-    m_entries.push_front(Entry{text, width, fg.IsOk() ? fg.GetRGBA() : 0,
-                               bg.IsOk() ? bg.GetRGBA() : 0, bitmap, w * h});
+    wxImage image = coverage.ConvertToImage();
+    image.InitAlpha();
+    const wxColour ink = fg.IsOk() ? fg : *wxBLACK;
+    unsigned char* rgb = image.GetData();
+    unsigned char* alpha = image.GetAlpha();
+    for (int i = 0, count = w * h; i < count; ++i, rgb += 3) {
+        alpha[i] = std::max({rgb[0], rgb[1], rgb[2]});
+        rgb[0] = ink.Red(), rgb[1] = ink.Green(), rgb[2] = ink.Blue();
+    }
+    m_entries.push_front(
+        Entry{text, width, fg.IsOk() ? fg.GetRGBA() : 0, font, wxBitmap(image), w * h});
     Entry& e = m_entries.front();
-    m_index[Key{e.text, e.width, e.fg, e.bg}] = m_entries.begin();
+    m_index[Key{e.text, e.width, e.fg, e.font}] = m_entries.begin();
     m_pixels += e.pixels;
     while (m_entries.size() > 1 && (m_entries.size() > k_MaxEntries || m_pixels > k_MaxPixels)) {
         Entry& old = m_entries.back();
-        m_index.erase(Key{old.text, old.width, old.fg, old.bg});
+        m_index.erase(Key{old.text, old.width, old.fg, old.font});
         m_pixels -= old.pixels;
         m_entries.pop_back();
     }
@@ -553,7 +619,6 @@ void wxDBListBody::RedrawCells(int row1, int column1, int row2, int column2) {
 void wxDBListBody::DrawBitmap() {
     wxMemoryDC dc(*m_bitmap);
     dc.SetFont(GetFont());
-    m_cache->UseFont(GetFont());
     const wxSize size = m_bitmap->GetSize();
     const wxColour window = wxsGetColor(color_WindowBGDarker);
     dc.SetBackground(wxBrush(Or(window, *wxWHITE)));
@@ -687,9 +752,11 @@ void wxDBListBody::OnMotion(wxMouseEvent& event) {
     if (HasCapture()) {
         // A drag selects from the anchor to the row under the pointer.
         if (m_singleSelection) {
-            if (row >= 0 && row < m_lineCount)
-                SendListEvent(wxEVT_LIST_ITEM_DESELECTED, point, row);
-            ProcessSelection(row, point, false, false);
+            // One row at a time: the selection follows the pointer.
+            if (row >= 0 && row < m_lineCount && !m_list->IsRowSelected(row)) {
+                DeselectAll(false);
+                m_lastSelect = ProcessSelection(row, point, false, false);
+            }
         } else {
             ProcessSelection(row, point, true, false);
         }
@@ -701,7 +768,10 @@ void wxDBListBody::OnMotion(wxMouseEvent& event) {
         int xInColumn = 0;
         const int column = FindColumn(point.x, &xInColumn);
         const int yInRow = int((int64_t(point.y) + GetScrollPixel(wxVERTICAL)) % m_lineHeight);
-        const wxCursor cursor = m_list->CustomizeCursor(row, column, xInColumn, yInRow);
+        // Asked only over a cell: a client indexes its rows and columns with these.
+        const wxCursor cursor = row >= 0 && row < m_lineCount && column >= 0
+                                    ? m_list->CustomizeCursor(row, column, xInColumn, yInRow)
+                                    : g_TableSettings.cursor;
         if (!cursor.IsSameAs(m_cursor)) {
             m_cursor = cursor;
             SetCursor(m_cursor);
@@ -824,6 +894,7 @@ void wxDBListCtrl::DoClear() {}
 
 void wxDBListCtrl::AddColumn(const ColumnHeader& column) {
     m_columns.push_back(column);
+    if (m_columns.back().defaultWidth < 0) m_columns.back().defaultWidth = column.width;
     m_body->m_virtualWidth += column.width;
     m_body->AdjustScrollbars();
     Redraw();
@@ -846,6 +917,8 @@ void wxDBListCtrl::InsertColumn(int position, int type, String label, String tex
     column.width = column.dragWidth = width < 0 ? 100 : width;
     position = std::max(0, std::min(position, GetColumnCount()));
     m_columns.insert(m_columns.begin() + position, column);
+    if (m_columns[size_t(position)].defaultWidth < 0)
+        m_columns[size_t(position)].defaultWidth = m_columns[size_t(position)].width;
     if (m_highlightColumn >= position) ++m_highlightColumn;
     m_body->m_virtualWidth += column.width;
     m_body->AdjustScrollbars();
@@ -1052,11 +1125,26 @@ void wxDBListCtrl::SaveColumnSizes(const String& section, const String& key) {
 
 namespace {
 // A saved width: leading blanks skipped, trailing garbage ignored, no digits read as 0; never
-// below the minimum.
-int ParseWidth(const String& token) {
+// below the minimum. A width past any screen is no layout: the column's default width. The
+// rest of what does not read as a width is said once in the log.
+int ParseWidth(const String& token, int defaultWidth, const String& section, const String& key) {
     if (token.empty()) return k_MinColumnWidth;
-    const long v = strtol(token.c_str(), nullptr, 10);
-    return int(std::max<long>(k_MinColumnWidth, std::min<long>(v, k_MaxColumnWidth)));
+    errno = 0;
+    char* end = nullptr;
+    const long v = strtol(token.c_str(), &end, 10);
+    const bool overflow = errno == ERANGE;
+    const String t = token.Trimmed();
+    const bool clean = !overflow && end && !t.empty() && String(end).Trimmed().empty() &&
+                       end != token.c_str();
+    if (!clean || v < k_MinColumnWidth || v > k_MaxColumnWidth)
+        GlobalLog(LL_Warning,
+                  SFormat("Settings: [%s] %s: column width '%s' is not a width from %d to %d; %s",
+                          section.c_str(), key.c_str(), t.substr(0, 40).c_str(), k_MinColumnWidth,
+                          k_MaxColumnWidth,
+                          v > k_MaxColumnWidth || overflow ? "the column's default width is used"
+                                                        : "the narrowest width is used"));
+    if (v > k_MaxColumnWidth || overflow) return std::max(defaultWidth, k_MinColumnWidth);
+    return int(std::max<long>(k_MinColumnWidth, v));
 }
 } // namespace
 
@@ -1066,7 +1154,11 @@ void wxDBListCtrl::RestoreColumnSizes(const String& section, const String& key) 
     LogDebug("ListCtrl LOAD: [ " + section + " ] " + key + " = " + value);
     StringTokenizer tokens(value, ",", false, '"', '\\');
     for (size_t i = 0; i < m_columns.size() && tokens.HasMoreTokens(); ++i) {
-        const int width = ParseWidth(tokens.NextToken());
+        const int width =
+            ParseWidth(tokens.NextToken(),
+                       m_columns[i].defaultWidth >= 0 ? m_columns[i].defaultWidth
+                                                      : m_columns[i].width,
+                       section, key);
         m_body->m_virtualWidth += width - m_columns[i].width;
         m_columns[i].width = width;
     }

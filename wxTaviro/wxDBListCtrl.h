@@ -195,6 +195,9 @@ public:
         int type = 0;
         String text2;
         int image = -1;
+        // The width a restored layout falls back to for a width out of range; -1: the width
+        // the column had when it was added.
+        int defaultWidth = -1;
     };
 
     wxDBListCtrl(wxWindow* parent, int id, bool singleSelection);

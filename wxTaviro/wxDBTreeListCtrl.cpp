@@ -302,11 +302,21 @@ void wxDBTreeListItem::Clear() {
 
 // ---- wxDBTreeListCtrl: tree changes ----
 
-wxBEGIN_EVENT_TABLE(wxDBTreeListCtrl, wxDBListCtrl)
-    EVT_LIST_ITEM_SELECTED(wxID_ANY, wxDBTreeListCtrl::OnItemSelected)
-    EVT_LIST_ITEM_ACTIVATED(wxID_ANY, wxDBTreeListCtrl::OnItemSelected)
-    EVT_LIST_ITEM_DESELECTED(wxID_ANY, wxDBTreeListCtrl::OnItemDeselected)
-wxEND_EVENT_TABLE()
+// The tree's own selection, expansion and toggling run before anything a client binds: wx
+// runs bound handlers before the event table, and a client handler that does not Skip()
+// would otherwise stop them. The client's handlers then see the event as they would have.
+bool wxDBTreeListCtrl::TryBefore(wxEvent& event) {
+    const wxEventType type = event.GetEventType();
+    if ((type == wxEVT_LIST_ITEM_SELECTED || type == wxEVT_LIST_ITEM_ACTIVATED ||
+         type == wxEVT_LIST_ITEM_DESELECTED) &&
+        event.GetEventObject() == this) {
+        if (auto* list = dynamic_cast<wxListEvent*>(&event)) {
+            type == wxEVT_LIST_ITEM_DESELECTED ? OnItemDeselected(*list) : OnItemSelected(*list);
+            event.Skip(false);
+        }
+    }
+    return wxDBListCtrl::TryBefore(event);
+}
 
 wxDBTreeListCtrl::wxDBTreeListCtrl(wxWindow* parent, int id) : wxDBListCtrl(parent, id, false) {
     CALL_ENTRY("wxDBTreeListCtrl::wxDBTreeListCtrl");
@@ -331,10 +341,13 @@ bool wxDBTreeListCtrl::_Holds(const wxDBTreeListItem* item) const {
 }
 
 void wxDBTreeListCtrl::_PutIn(wxDBTreeListItem* parent, size_t position, wxDBTreeListItem* item) {
+    const bool first = !parent->HasChildren();
     parent->_Link(position, item);
     _ForgetRows();
     const int row = RowWithItem(item);
     if (row >= 0) m_body->Insert(row, item->GetVisibleLineCount(), true);
+    // A parent that gains its first child gets its box and shading.
+    if (first) RefreshItem(parent);
 }
 
 void wxDBTreeListCtrl::_TakeOut(wxDBTreeListItem* item) {
@@ -343,8 +356,11 @@ void wxDBTreeListCtrl::_TakeOut(wxDBTreeListItem* item) {
     if (row >= 0) m_body->Remove(row, item->GetVisibleLineCount());
     _Forget(item, true);
     if (m_currentItem && IsWithin(m_currentItem, item)) m_currentItem = nullptr;
+    wxDBTreeListItem* parent = item->m_parent;
     item->_Unlink();
     _ForgetRows();
+    // A parent that lost its last child loses its box and shading.
+    if (parent && !parent->HasChildren()) RefreshItem(parent);
 }
 
 std::vector<wxDBTreeListItem*> wxDBTreeListCtrl::_Forget(const wxDBTreeListItem* item,

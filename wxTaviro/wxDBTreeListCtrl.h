@@ -173,8 +173,10 @@ public:
     void DoClear() override;
 
     // The body's selection events: selection, and toggling by the expander or a double click.
+    // Run from TryBefore, ahead of any handler a client binds.
     void OnItemSelected(wxListEvent& event);
     void OnItemDeselected(wxListEvent& event);
+    bool TryBefore(wxEvent& event) override;
 
 protected:
     friend class wxDBTreeListItem;
@@ -205,5 +207,4 @@ protected:
     bool m_pressing = false;
     wxPoint m_pressPoint;
 
-    wxDECLARE_EVENT_TABLE();
-};
+    };

@@ -41,16 +41,18 @@ std::atomic<bool> g_ClosePosted{false};
 // A modal loop runs above the main loop: a modal dialog of ours, a file dialog, a prompt.
 bool InModalLoop() {
     const wxEventLoopBase* active = wxEventLoopBase::GetActive();
-    if (active && !active->IsMain()) return true;
+    const wxEventLoopBase* main = wxTheApp ? wxTheApp->GetMainLoop() : nullptr;
+    if (active && main && active != main) return true;
     for (wxWindow* w : wxTopLevelWindows)
         if (auto* d = wxDynamicCast(w, wxDialog); d && d->IsModal()) return true;
     return false;
 }
 
-// Ends every modal dialog's loop as a Cancel would.
+// Ends every modal dialog's loop as a Cancel would (ours answer 0 to that).
 void EndModalLoops() {
     for (wxWindow* w : wxTopLevelWindows)
-        if (auto* d = wxDynamicCast(w, wxDialog); d && d->IsModal()) d->EndModal(wxID_CANCEL);
+        if (auto* d = wxDynamicCast(w, wxDialog); d && d->IsModal())
+            d->EndModal(dynamic_cast<wxTaviroDlg*>(d) ? 0 : wxID_CANCEL);
 }
 
 // Retries a close of the top window that came while a modal loop ran, once the loops are
@@ -348,7 +350,6 @@ void wxTaviroApp::_ReportStartupError() {
     // The real reason leads; the general advice follows it.
     const String reason = GetStartupError();
     const wxString shown = reason.empty() ? text : wxFromString(reason) + "\n\n" + text;
-    if (g_Executable && g_Executable->IsStopRequested()) return; // nobody is waiting for it
     // wx's own dialog, not the native box: its loop can be ended when a stop comes (SIGTERM,
     // SIGINT, the end of the session), which the box watches for.
     wxGenericMessageDialog box(nullptr, shown, wxGetTranslation("Startup Error"), wxOK | wxCENTRE);

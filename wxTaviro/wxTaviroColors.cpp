@@ -17,6 +17,7 @@
 #include <ostrum/CallTrace.h>
 #include <ostrum/Exception.h>
 #include <ostrum/IniFile.h>
+#include <ostrum/Log.h>
 
 #include <wx/dcbuffer.h>
 #include <wx/dcgraph.h>
@@ -303,9 +304,16 @@ void GetCustom(IniFile& file, const String& slot) {
     CALL_ENTRY("GetCustom");
     const String text = file.GetValue(String(), slot, String());
     if (text.empty()) return;
-    // Not checked on purpose: a value that is no colour stores an unset colour, which every
-    // user of the slot treats as unset.
-    wxsSetColor(slot, wxColour(wxString(text.c_str(), wxConvLibc)));
+    // A value that is no colour (or no text in the locale's encoding) keeps the scheme's
+    // colour: an unset palette colour makes wx assert wherever a channel of it is read.
+    const wxString wide(text.c_str(), wxConvLibc);
+    const wxColour colour(wide);
+    if (wide.empty() || !colour.IsOk()) {
+        GlobalLog(LL_Warning, SFormat("Colors.ini: %s = '%s' is not a colour; the scheme's colour is kept",
+                           slot.c_str(), text.substr(0, 60).c_str()));
+        return;
+    }
+    wxsSetColor(slot, colour);
 }
 
 void LoadColorScheme() {
@@ -319,6 +327,14 @@ void LoadColorScheme() {
     }
     if (g_Scheme == -1) g_Scheme = 0;
     SetColors(g_Scheme);
+}
+
+namespace {
+String s_SaveError; // why the last save failed; empty after a good one
+} // namespace
+
+const String& GetColorSchemeSaveError() {
+    return s_SaveError;
 }
 
 void SaveColorScheme() {
@@ -343,8 +359,13 @@ void SaveColorScheme() {
         file.SetFilename(path);
         file.Save();
     } catch (Exception* e) {
-        delete e; // the choice holds for this run only
+        // The choice holds for this run only; said in the log, and the frame tells the user.
+        s_SaveError = e->Format();
+        GlobalLog(LL_Error, "Cannot save the colour scheme: " + s_SaveError);
+        delete e;
+        return;
     }
+    s_SaveError.clear();
 }
 
 // ---- wxsColorManaged ----

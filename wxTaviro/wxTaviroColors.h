@@ -104,12 +104,14 @@ void SetColors(int scheme);
 // The Dark colours, then every colour key of "Colors.ini" over them.
 void CustomColors();
 // Reads one colour key of the file's unnamed section into the palette; an empty or missing
-// value leaves the slot alone, a value that is no colour stores an unset colour.
+// value leaves the slot alone, and so does a value that is no colour (with a log line).
 void GetCustom(IniFile& file, const String& slot);
 // Reads "scheme" from "Colors.ini" into g_Scheme (0 when there was never one) and applies it.
 void LoadColorScheme();
 // Writes g_Scheme as "scheme" into "Colors.ini", keeping every other key of the file.
 void SaveColorScheme();
+// Why the last SaveColorScheme failed (it is also logged); empty when it worked.
+const String& GetColorSchemeSaveError();
 // None of the four scheme functions throws: a missing user folder or a bad file leaves the
 // palette filled (at worst with Dark) and the choice valid for this run only.
 

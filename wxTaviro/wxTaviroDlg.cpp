@@ -10,6 +10,7 @@
 #include <ostrum/CallTrace.h>
 
 #include <wx/settings.h>
+#include <wx/textctrl.h>
 
 #include <map>
 #include <mutex>
@@ -50,10 +51,17 @@ int wxTaviroDlg::GetOpenCount(const String& name) {
 
 void wxTaviroDlg::NotifyConnected(bool connected) {
     CALL_ENTRY("wxTaviroDlg::NotifyConnected");
-    // Held across the calls, so that no dialog is destroyed while it is being told.
-    std::lock_guard<std::recursive_mutex> l(s_DialogsMutex);
-    for (wxTaviroDlg* dlg : s_Dialogs)
-        dlg->OnConnected(connected);
+    // On the GUI thread, where dialogs are destroyed: a dialog leaves the registry only in the
+    // base destructor, after its derived part is gone, so a call from the messenger's thread
+    // could reach a half-destroyed dialog. Each dialog is looked up again before its turn.
+    auto tell = [connected] {
+        for (wxTaviroDlg* dlg : GetDialogs())
+            if (_IsRegistered(dlg)) dlg->OnConnected(connected);
+    };
+    if (wxThread::IsMain())
+        tell();
+    else if (wxTheApp)
+        wxTheApp->CallAfter(tell);
 }
 
 void wxTaviroDlg::RefreshAll() {
@@ -314,12 +322,31 @@ void wxTaviroDlg::OnClose(wxCloseEvent& e) {
     CALL_ENTRY("wxTaviroDlg::OnClose");
     _SavePosition();
     if (m_Modal) {
-        e.Skip();
+        // Through the cancel path, so the close box ends the dialog with 0 as Cancel does
+        // (wx's own default would end it with wxID_CANCEL, passing OnCancel by).
+        if (IsModal() && !EmulateCancelButton()) {
+            wxCommandEvent cancel(wxEVT_BUTTON, wxID_CANCEL);
+            OnCancel(cancel);
+        }
+        if (!IsModal()) e.Skip();
         s_ModalFinished.Emit();
     } else {
         Destroy();
     }
 }
+
+namespace {
+// The focused control takes Return itself: a multi-line text, a field that processes Enter,
+// or a control that asks for every key.
+bool _WantsReturn(wxWindow* focus, wxWindow* dialog) {
+    for (wxWindow* w = focus; w && w != dialog && !w->IsTopLevel(); w = w->GetParent()) {
+        if (auto* text = wxDynamicCast(w, wxTextCtrl))
+            if (text->IsMultiLine() || text->HasFlag(wxTE_PROCESS_ENTER)) return true;
+        if (w->HasFlag(wxWANTS_CHARS)) return true;
+    }
+    return false;
+}
+} // namespace
 
 void wxTaviroDlg::OnKey(wxKeyEvent& e) {
     CALL_ENTRY("wxTaviroDlg::OnKey");
@@ -329,7 +356,10 @@ void wxTaviroDlg::OnKey(wxKeyEvent& e) {
         break;
     case WXK_RETURN:
     case WXK_NUMPAD_ENTER:
-        EmulateDefaultButton();
+        if (_WantsReturn(wxWindow::FindFocus(), this))
+            e.Skip();
+        else
+            EmulateDefaultButton();
         break;
     default:
         e.Skip();

@@ -22,7 +22,7 @@ public:
     wxTaviroDlg(wxWindow* parent, const wxString& title, const String& name, bool modal);
     ~wxTaviroDlg() override;
 
-    // The messenger's connection state changed; called on the messenger's thread.
+    // The messenger's connection state changed; called on the GUI thread.
     virtual void OnConnected(bool connected);
 
     // A vertical sizer made the dialog's sizer.

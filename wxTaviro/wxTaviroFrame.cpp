@@ -3,6 +3,7 @@
 //
 // Sections: process-wide state; construction; placement; size and move events; colour scheme.
 #include <wxTaviro/wxTaviro.h>
+#include <wxTaviro/wxConfirmDlg.h>
 #include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroDlg.h>
 #include <wxTaviro/wxTaviroFrame.h>
@@ -246,17 +247,25 @@ int wxTaviroFrame::SetColorScheme(int scheme) {
     SetColors(scheme);
     SaveColorScheme();
     ProcessColorChange();
+    if (!GetColorSchemeSaveError().empty() && wxTheApp) {
+        // Not lost in silence: the user learns that the choice lasts for this run only.
+        const wxString why = wxFromString(GetColorSchemeSaveError());
+        wxTheApp->CallAfter([why] {
+            wxTaviroMessageBox(_("The colour scheme could not be saved; it holds until the "
+                                 "program ends.") + "\n\n" + why,
+                               "ColorsNotSaved", wxTheApp->GetTopWindow());
+        });
+    }
     Application* app = Application::the_Application;
     if (!app) return g_Scheme;
     for (int i = 0; i < Components::k_Count; ++i) {
         const String name = Components::GetName(i);
-        // Never this program itself: it would wait for its own GUI thread, which is here.
+        // Never this program itself.
         if (name.empty() || name.CompareNoCase(app->GetName()) == 0) continue;
         if (!Components::DidStart(name)) continue;
         LogInfo("Notifying color changed to: " + name);
-        String error;
-        if (!app->SendRequest(Path(name), "COLORS", &error))
-            LogInfo("Color change not taken by " + name + ": " + error);
+        // Not waited for: one busy or stopped program must not freeze this one's GUI.
+        Application::PostRequest(Path(name), "COLORS");
     }
     return g_Scheme;
 }

@@ -378,6 +378,10 @@ void wxsComboBox::CreateColoredTextCtrl() {
     text->Bind(wxEVT_TEXT, &wxsComboBox::OnColoredTextCtrlEvent, this);
     if (enter) text->Bind(wxEVT_TEXT_ENTER, &wxsComboBox::OnColoredTextCtrlEvent, this);
     text->Bind(wxEVT_KEY_DOWN, &wxsComboBox::_EntryKey, this);
+    text->Bind(wxEVT_KEY_UP, &wxsComboBox::_EntryKey, this);
+    text->Bind(wxEVT_CHAR, &wxsComboBox::_EntryKey, this);
+    text->Bind(wxEVT_SET_FOCUS, &wxsComboBox::_EntryFocus, this);
+    text->Bind(wxEVT_KILL_FOCUS, &wxsComboBox::_EntryFocus, this);
     if (!hint.empty()) text->SetHint(hint);
     text->Enable(IsEnabled());
     m_text = text;
@@ -386,23 +390,23 @@ void wxsComboBox::CreateColoredTextCtrl() {
 }
 
 void wxsComboBox::_EntryKey(wxKeyEvent& event) {
-    // The keys the toolkit's own entry handled: open or close the list, step through it.
-    const int key = event.GetKeyCode();
-    if (key == WXK_F4 || (key == WXK_DOWN && event.AltDown())) {
-        IsPopupShown() ? Dismiss() : Popup();
-    } else if ((key == WXK_UP || key == WXK_DOWN) && GetCount() > 0 && !IsPopupShown()) {
-        int selection = GetSelection() + (key == WXK_UP ? -1 : 1);
-        selection = std::max(0, std::min<int>(selection, GetCount() - 1));
-        SetSelection(selection);
-        SetValue(GetString(selection));
-        wxCommandEvent selected(wxEVT_COMBOBOX, GetId());
-        selected.SetEventObject(this);
-        selected.SetInt(selection);
-        selected.SetString(GetString(selection));
-        ProcessWindowEvent(selected);
-    } else {
+    // As the toolkit's own entry does: the combo box has the key first (its handlers, a
+    // client's among them, and its own opening, closing and stepping through the list); what
+    // it leaves goes on to the entry.
+    wxKeyEvent redirected(event);
+    redirected.SetId(GetId());
+    redirected.SetEventObject(this);
+    if (!GetEventHandler()->ProcessEvent(redirected) && event.GetKeyCode() != WXK_TAB)
         event.Skip();
-    }
+}
+
+void wxsComboBox::_EntryFocus(wxFocusEvent& event) {
+    // Focus on the entry is focus on the combo box for whoever listens to it.
+    wxFocusEvent redirected(event);
+    redirected.SetId(GetId());
+    redirected.SetEventObject(this);
+    GetEventHandler()->ProcessEvent(redirected);
+    event.Skip();
 }
 
 void wxsComboBox::OnColoredTextCtrlEvent(wxCommandEvent& event) {

@@ -133,6 +133,7 @@ protected:
 private:
     void _LayoutEntry();
     void _EntryKey(wxKeyEvent& event);
+    void _EntryFocus(wxFocusEvent& event);
 
     wxDECLARE_EVENT_TABLE();
 };

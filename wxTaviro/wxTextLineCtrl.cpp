@@ -16,6 +16,7 @@
 #include <wx/dcclient.h>
 #include <wx/dcmemory.h>
 #include <wx/filedlg.h>
+#include <wx/generic/msgdlgg.h>
 #include <wx/menu.h>
 #include <wx/sizer.h>
 #include <wx/utils.h>
@@ -256,6 +257,17 @@ char* _TextLineStore::Reserve(size_t bytes, uint32_t* block, uint32_t* offset) {
     return b.data.get() + *offset;
 }
 
+std::string _TextLineStore::Expanded(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (char c : text)
+        if (c == '\t')
+            out += "    ";
+        else
+            out += c;
+    return out;
+}
+
 void _TextLineStore::Insert(int index, const char* data, size_t length) {
     size_t tabs = 0;
     for (const char* p = data; (p = (const char*)memchr(p, '\t', length - (p - data))); ++p)
@@ -277,13 +289,41 @@ void _TextLineStore::Insert(int index, const char* data, size_t length) {
         out -= size;
     }
     out[size] = '\n';
-    if (size_t(index) != m_Lines.size()) m_InOrder = false;
-    m_Lines.insert(m_Lines.begin() + index, ref);
+    if (size_t(index) != size_t(Count())) m_InOrder = false;
+    m_Lines.insert(m_Lines.begin() + long(m_First) + index, ref);
 }
 
 void _TextLineStore::Erase(int index) {
-    m_Dead += m_Lines[size_t(index)].length + 1;
-    m_Lines.erase(m_Lines.begin() + index);
+    m_Dead += Ref(index).length + 1;
+    m_Lines.erase(m_Lines.begin() + long(m_First) + index);
+    CompactIfHoley();
+}
+
+void _TextLineStore::DropFront(int count) {
+    count = std::min(count, Count());
+    if (count <= 0) return;
+    for (int i = 0; i < count; ++i)
+        m_Dead += Ref(i).length + 1;
+    m_First += size_t(count);
+    // The records of dropped lines go in bulk, once they are half the vector.
+    if (m_First > 4096 && m_First * 2 > m_Lines.size()) {
+        m_Lines.erase(m_Lines.begin(), m_Lines.begin() + long(m_First));
+        m_First = 0;
+    }
+    if (m_InOrder && Count() > 0) {
+        // In line order, every block before the first line's is dead text: freed at once.
+        for (uint32_t b = 0; b < Ref(0).block; ++b) {
+            _Block& dead = m_Blocks[b];
+            if (!dead.data) continue;
+            m_Dead -= std::min(m_Dead, dead.used);
+            dead.data.reset();
+            dead.used = dead.capacity = 0;
+        }
+    }
+    CompactIfHoley();
+}
+
+void _TextLineStore::CompactIfHoley() {
     size_t used = 0;
     for (const _Block& b : m_Blocks)
         used += b.used;
@@ -294,6 +334,7 @@ void _TextLineStore::Erase(int index) {
 void _TextLineStore::Clear() {
     std::vector<_Block>().swap(m_Blocks);
     std::vector<_Ref>().swap(m_Lines);
+    m_First = 0;
     m_InOrder = true;
     m_Dead = 0;
 }
@@ -301,6 +342,8 @@ void _TextLineStore::Clear() {
 void _TextLineStore::Compact() {
     std::vector<_Block> old;
     old.swap(m_Blocks);
+    m_Lines.erase(m_Lines.begin(), m_Lines.begin() + long(m_First));
+    m_First = 0;
     for (_Ref& r : m_Lines) {
         const char* text = old[r.block].data.get() + r.offset;
         char* out = Reserve(size_t(r.length) + 1, &r.block, &r.offset);
@@ -322,9 +365,10 @@ bool _TextLineStore::Before(const _Ref& a, uint32_t block, size_t offset) const 
 }
 
 int _TextLineStore::LineAt(uint32_t block, size_t offset) const {
-    auto it = std::partition_point(m_Lines.begin(), m_Lines.end(),
+    const auto first = m_Lines.begin() + long(m_First);
+    auto it = std::partition_point(first, m_Lines.end(),
                                    [&](const _Ref& r) { return Before(r, block, offset); });
-    return int(it - m_Lines.begin()) - 1;
+    return int(it - first) - 1;
 }
 
 int _TextLineStore::Find(std::string_view text, bool caseSensitive, int from, bool forward,
@@ -338,10 +382,10 @@ int _TextLineStore::Find(std::string_view text, bool caseSensitive, int from, bo
     auto lineOf = [&](uint32_t b, size_t q) {
         const int line = LineAt(b, q);
         if (line < 0) return -1;
-        const _Ref& r = m_Lines[size_t(line)];
+        const _Ref& r = Ref(line);
         return r.block == b && q + len <= size_t(r.offset) + r.length ? line : -1;
     };
-    const _Ref& start = m_Lines[size_t(from)];
+    const _Ref& start = Ref(from);
     if (forward) {
         size_t pos = start.offset;
         for (uint32_t b = start.block; b < m_Blocks.size(); ++b, pos = 0) {
@@ -353,7 +397,7 @@ int _TextLineStore::Find(std::string_view text, bool caseSensitive, int from, bo
                 const size_t q = size_t(hit - base);
                 const int line = lineOf(b, q);
                 if (line >= 0) {
-                    *offset = q - m_Lines[size_t(line)].offset;
+                    *offset = q - Ref(line).offset;
                     return line;
                 }
                 pos = q + 1;
@@ -380,11 +424,11 @@ int _TextLineStore::Find(std::string_view text, bool caseSensitive, int from, bo
                     continue;
                 }
                 best = line;
-                const _Ref& r = m_Lines[size_t(line)];
+                const _Ref& r = Ref(line);
                 pos = size_t(r.offset) + r.length + 1;
             }
             if (best >= 0) {
-                const _Ref& r = m_Lines[size_t(best)];
+                const _Ref& r = Ref(best);
                 *offset = size_t(needle.Find(base + r.offset, r.length) - (base + r.offset));
                 return best;
             }
@@ -436,8 +480,11 @@ wxTextLineCtrl::~wxTextLineCtrl() {
 int wxTextLineCtrl::Append(const String& line, bool sorted) {
     int index = m_Store.Count();
     if (sorted) {
-        // Lower bound, bytewise: before the first line that is not less.
-        const std::string_view text(line);
+        // Lower bound, bytewise, against the line as it will be stored (tabs expanded),
+        // since that is what the stored lines are: before the first line that is not less.
+        const std::string expanded =
+            line.find('\t') == String::npos ? std::string() : _TextLineStore::Expanded(line);
+        const std::string_view text = expanded.empty() ? std::string_view(line) : expanded;
         int lo = 0, hi = index;
         while (lo < hi) {
             const int mid = lo + (hi - lo) / 2;
@@ -459,10 +506,46 @@ int wxTextLineCtrl::Append(const String& line, bool sorted) {
                 m_virtualWidth, int(std::min<int64_t>(int64_t(chars + 1) * m_unitWidth, INT_MAX)));
         }
     }
+    if (m_LineLimit && size_t(m_Store.Count()) > m_LineLimit) {
+        const int excess = int(size_t(m_Store.Count()) - m_LineLimit);
+        DropOldest(excess);
+        index -= excess; // a sorted line may itself have been among the first
+    }
     m_lineCount = m_Store.Count();
     m_BarsStale = true;
     RequestRedraw();
     return index;
+}
+
+void wxTextLineCtrl::SetLineLimit(size_t lines) {
+    CALL_ENTRY("wxTextLineCtrl::SetLineLimit");
+    m_LineLimit = lines;
+    if (lines && size_t(m_Store.Count()) > lines) {
+        DropOldest(int(size_t(m_Store.Count()) - lines));
+        m_lineCount = m_Store.Count();
+        m_BarsStale = true;
+        RequestRedraw();
+    }
+}
+
+void wxTextLineCtrl::DropOldest(int count) {
+    m_Store.DropFront(count);
+    m_Dropped += uint64_t(count);
+    // Every index that pointed at a line now points at the same line, or at none.
+    auto moved = [count](int& line) { line = line >= count ? line - count : -1; };
+    if (m_SelAnchor >= 0 && m_SelEnd >= 0) {
+        if (std::max(m_SelAnchor, m_SelEnd) < count) {
+            m_SelAnchor = m_SelEnd = -1; // every selected line went
+        } else {
+            // Part of it went: the rest stays selected, from the new first line.
+            m_SelAnchor = std::max(m_SelAnchor - count, 0);
+            m_SelEnd = std::max(m_SelEnd - count, 0);
+        }
+    }
+    moved(m_HighlightLine);
+    moved(m_SearchLine);
+    // The lines on screen stay on screen (unless the view follows the end).
+    m_DroppedShift += int64_t(count) * m_lineHeight;
 }
 
 void wxTextLineCtrl::Erase(int index) {
@@ -477,6 +560,8 @@ void wxTextLineCtrl::Erase(int index) {
 void wxTextLineCtrl::Clear() {
     CALL_ENTRY("wxTextLineCtrl::Clear");
     m_Store.Clear();
+    m_Dropped = 0;
+    m_DroppedShift = 0;
     SelectNone();
     m_SearchLine = -1;
     RequestRedraw();
@@ -551,16 +636,24 @@ void wxTextLineCtrl::SaveAs() {
         SaveToFile(wxToString(path));
     } catch (Exception* e) {
         // The lines stay; the user learns why and may pick another place.
+        // Always shown (no "Don't tell me again"): a user who silenced it would believe the
+        // lines were saved.
         const String reason = e->Format();
         delete e;
-        wxTaviroMessageBox(wxString::Format(wxGetTranslation("Could not save to '%s': %s"), path,
-                                            wxFromString(reason)),
-                           "TextLineSaveFailed", GetParent());
+        const wxString text = wxString::Format(wxGetTranslation("Could not save to '%s': %s"),
+                                               path, wxFromString(reason));
+        LogInfo(wxToString(text));
+        wxGenericMessageDialog(this, text, wxGetTranslation("Save As"), wxOK | wxICON_ERROR)
+            .ShowModal();
     }
 }
 
 void wxTextLineCtrl::ToggleSearch() {
-    m_SearchPanel->Expand();
+    if (wxTextLineSearchPanel* panel = GetSearchPanel()) panel->Expand();
+}
+
+wxTextLineSearchPanel* wxTextLineCtrl::GetSearchPanel() const {
+    return static_cast<wxTextLineSearchPanel*>(m_SearchPanel.get());
 }
 
 // ---- scroll-bar settling ----
@@ -572,7 +665,13 @@ void wxTextLineCtrl::SyncBars() const {
     self->GetClientSize(&w, &h);
     if (w < 1 || h < 1) return; // as AdjustScrollbars: settled once there is a client area
     m_BarsStale = false;
+    const int64_t pos = GetScrollPixel(wxVERTICAL);
+    const bool following = m_stickToBottom &&
+                           GetScrollPixelRange(wxVERTICAL) - GetScrollPixelThumb(wxVERTICAL) <= pos;
     self->AdjustScrollbars();
+    if (m_DroppedShift && !following)
+        self->ScrollToPixel(wxVERTICAL, std::max<int64_t>(0, pos - m_DroppedShift));
+    m_DroppedShift = 0;
 }
 
 void wxTextLineCtrl::RequestRedraw() {
@@ -892,6 +991,21 @@ void wxTextLineCtrl::DrawBitmap() {
             dc.SetBackgroundMode(wxBRUSHSTYLE_SOLID);
         }
     }
+    if (m_Dropped > 0 && first == 0) {
+        // The top of what is kept: say that earlier lines were dropped, in a box at the right.
+        const wxString note =
+            wxString::Format(wxGetTranslation("%s earlier lines dropped (%s kept at most)"),
+                             wxString::Format("%llu", (unsigned long long)m_Dropped),
+                             wxString::Format("%zu", m_LineLimit));
+        const wxSize size = dc.GetTextExtent(note);
+        const wxRect box(client.x - size.x - 2 * m_unitWidth, 0, size.x + m_unitWidth,
+                         m_lineHeight);
+        dc.SetBrush(wxBrush(Or(wxsGetColor(color_WindowBGDarker), bg)));
+        dc.DrawRectangle(box);
+        dc.SetBackgroundMode(wxBRUSHSTYLE_TRANSPARENT);
+        dc.SetTextForeground(text);
+        dc.DrawText(note, box.x + m_unitWidth / 2, 0);
+    }
 }
 
 // ---- search panel ----
@@ -1003,7 +1117,7 @@ void wxTextLineSearchPanel::OnExpand(wxCommandEvent&) {
 
 void wxTextLineSearchPanel::OnSearch(wxCommandEvent& event) {
     const wxString text = m_Text->GetValue();
-    if (text.empty()) return;
+    if (text.empty() || !m_Lines) return; // the viewer may have gone before its bar
     m_Lines->Search(wxToString(text), event.GetId() != 1, m_Case->GetValue());
 }
 

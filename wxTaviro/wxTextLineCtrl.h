@@ -13,6 +13,7 @@
 
 #include <ostrum/String.h>
 
+#include <wx/weakref.h>
 #include <wx/textctrl.h>
 
 #include <cstdint>
@@ -31,14 +32,19 @@ class wxTextLineSearchPanel;
 // leave the block text out of order or with holes; Search puts it back in order first.
 class _TextLineStore {
 public:
-    int Count() const { return int(m_Lines.size()); }
+    int Count() const { return int(m_Lines.size() - m_First); }
     std::string_view Line(int index) const {
-        const _Ref& r = m_Lines[size_t(index)];
+        const _Ref& r = Ref(index);
         return std::string_view(m_Blocks[r.block].data.get() + r.offset, r.length);
     }
     // Stores the line with every tab turned into four spaces, at `index` (0..Count()).
     void Insert(int index, const char* data, size_t length);
+    // The text as Insert stores it.
+    static std::string Expanded(std::string_view text);
     void Erase(int index);
+    // Drops the first `count` lines (the oldest, for a log), cheaply: a log at its line limit
+    // drops one line per line appended.
+    void DropFront(int count);
     void Clear();
     // Index of the first line at or after `from` (backward: at or before) that contains the
     // text, and the byte offset of its first occurrence there; -1 when none.
@@ -54,7 +60,10 @@ private:
         std::unique_ptr<char[]> data;
         size_t used = 0, capacity = 0;
     };
+    const _Ref& Ref(int index) const { return m_Lines[m_First + size_t(index)]; }
     char* Reserve(size_t bytes, uint32_t* block, uint32_t* offset);
+    // Compacts when holes take more than the live text.
+    void CompactIfHoley();
     // Rewrites the blocks in line order without holes.
     void Compact();
     bool Before(const _Ref& a, uint32_t block, size_t offset) const;
@@ -62,7 +71,8 @@ private:
     int LineAt(uint32_t block, size_t offset) const;
 
     std::vector<_Block> m_Blocks;
-    std::vector<_Ref> m_Lines;
+    std::vector<_Ref> m_Lines; // the lines are [m_First, end): dropped ones go in bulk
+    size_t m_First = 0;
     bool m_InOrder = true; // block text follows line order
     size_t m_Dead = 0;     // bytes of erased lines still in the blocks
 };
@@ -82,18 +92,28 @@ public:
     void Erase(int index);
     // Drops every line; the scroll extent is corrected by the next Append or Erase.
     void Clear();
+    // At most this many lines are kept (0: no limit); past it, Append drops the first lines,
+    // keeping the selection, the search hit and the view on the lines that remain, and the
+    // view says how many were dropped. The default keeps a day of a busy log in a few hundred
+    // megabytes; a client that must keep everything lifts it.
+    static constexpr size_t k_DefaultLineLimit = 2000000;
+    void SetLineLimit(size_t lines);
+    size_t GetLineLimit() const { return m_LineLimit; }
+    // Lines dropped by the limit since the last Clear.
+    uint64_t GetDroppedLines() const { return m_Dropped; }
     void SelectAll();
     void SelectNone();
     void StopSelecting();
     void SetHighlightLine(int line);
     // Lines of the selection, each ended by k_NL; with none selected the clipboard is emptied.
     void CopySelectionToClipboard();
-    // Asks for a file and saves every line there; a failure is reported in a message box.
+    // Asks for a file and saves every line there; a failure is always reported in a box.
     void SaveAs();
     // Writes every line, each ended by the platform end of line. Throws Exception* on failure.
     void SaveToFile(const String& path) const;
     void ToggleSearch();
-    wxTextLineSearchPanel* GetSearchPanel() const { return m_SearchPanel; }
+    // Null once the panel was destroyed (a client that does not want the bar).
+    wxTextLineSearchPanel* GetSearchPanel() const;
     // Finds the next line holding `text` (no wrap-around), marks and shows the hit; on none,
     // clears the hit, rings the bell and says so.
     void Search(String text, bool forward, bool caseSensitive);
@@ -142,6 +162,8 @@ private:
     void SyncBars() const;
     void RequestRedraw();
     void SendScroll(wxEventType type, int orient, int position = 0);
+    // Drops the first lines past the limit and moves every line index that points past them.
+    void DropOldest(int count);
 
     _TextLineStore m_Store;
     int m_SearchLine = -1;
@@ -154,7 +176,12 @@ private:
     int m_WidestChars = 0;
     mutable bool m_BarsStale = false;
     bool m_RedrawPending = false;
-    wxTextLineSearchPanel* m_SearchPanel = nullptr;
+    size_t m_LineLimit = k_DefaultLineLimit;
+    uint64_t m_Dropped = 0;
+    mutable int64_t m_DroppedShift = 0; // pixels the view moves up at the next settling
+    // Weak both ways: either may be destroyed alone (a client swapping its views).
+    // (wxWindow: the panel's class is not complete here.)
+    wxWeakRef<wxWindow> m_SearchPanel;
 
     wxDECLARE_EVENT_TABLE();
 };
@@ -192,7 +219,7 @@ public:
     void OnCheckCaseSensitive(wxCommandEvent& event);
 
 private:
-    wxTextLineCtrl* m_Lines;
+    wxWeakRef<wxTextLineCtrl> m_Lines;
     _SearchTextCtrl* m_Text = nullptr;
     wxsCheckBox* m_Case = nullptr;
     wxBitmap* m_CloseBitmap = nullptr;

@@ -19,7 +19,11 @@ wxTimed::wxTimed() {
 }
 
 wxTimed::~wxTimed() {
-    // Null after library clean-up: nothing left to leave.
+    StopTimer();
+}
+
+void wxTimed::StopTimer() {
+    // Null after library clean-up: nothing left to leave. Erase waits for a tick in progress.
     if (g_MasterTimer) g_MasterTimer->Erase(this);
 }
 

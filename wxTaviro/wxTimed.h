@@ -23,6 +23,13 @@ public:
     // Every 250 ms on the GUI thread.
     virtual void OnTimer() = 0;
 
+    // Leaves the master timer: once it returns, OnTimer is neither running nor called again.
+    // A client calls it first thing in its own destructor, since the base destructor runs
+    // only after the derived part is gone (a tick in between, from a destructor that pumps
+    // events or one running on another thread, would call a half-destroyed object).
+    // Idempotent; the base destructor calls it too.
+    void StopTimer();
+
     static Signal0<ThreadPolicy::LocalThreaded> s_Timer0100;
     static Signal0<ThreadPolicy::LocalThreaded> s_Timer0250;
 };

@@ -56,7 +56,7 @@ public:
 
 protected:
     int Enter(wxDialog* d) override {
-        auto* box = dynamic_cast<wxMessageDialog*>(d);      // wx RTTI: our dialogs have none
+        auto* box = dynamic_cast<wxMessageDialogBase*>(d);  // wx RTTI: our dialogs have none
         wxWindow* text = d->FindWindowByName("staticText"); // the library's own
         m_Shown.emplace_back(d->GetTitle(), box ? box->GetMessage() : text ? text->GetLabel() : "");
         return wxID_OK;

@@ -61,7 +61,9 @@ TEST_F(AppTest, ExitUndoesTheStartAndAFailedStartIsShownAndCleanedUp) {
     EXPECT_FALSE(App().RealOnInit({"/opt/taviro/bin/failing-app", "--no-such-option"}));
     ASSERT_EQ(dialogs.m_Shown.size(), 1u);
     EXPECT_EQ(dialogs.m_Shown[0].first, "Startup Error");
+    // The reason first, then the advice.
     EXPECT_EQ(dialogs.m_Shown[0].second,
+              wxFromString(App().GetStartupError()) + "\n\n" +
               "/opt/taviro/bin/failing-app failed to start:\n\nPlease check the following:\n1. "
               "Taviro is correctly installed and all libraries and modules are accessible\n\n2. "
               "The current user '" +
@@ -69,8 +71,7 @@ TEST_F(AppTest, ExitUndoesTheStartAndAFailedStartIsShownAndCleanedUp) {
                   "' has permission to create and delete log files in the folder:\n" +
                   wxFromString(App().GetLogFolder()) +
                   "\n\nCheck the startup log file for more information:\n" +
-                  wxFromString(Log::s_GlobalLog->GetFileName()) + "\n\n" +
-                  wxFromString(App().GetStartupError()));
+                  wxFromString(Log::s_GlobalLog->GetFileName()));
     EXPECT_EQ(seen, "sedd"); // cleaned up and announced
     // A client that started its pool and then failed: no box (the program asked for none),
     // the pool stopped again, the options changed during the start written once, after.
