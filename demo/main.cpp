@@ -330,6 +330,7 @@ private:
             [this](wxCommandEvent&) {
                 const int page = m_Book->GetSelection();
                 if (page == wxNOT_FOUND) return;
+                LogInfo("Asking for a new name of the view");
                 const String name = wxsGetTextFromUser(
                     _("New name of this view:"), _("Rename view"), m_Book->GetPageText(page), this);
                 if (!name.empty()) m_Book->SetPageText(page, wxString::FromUTF8(name.c_str()));

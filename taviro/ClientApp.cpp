@@ -136,6 +136,8 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
     String name = commandLine.GetOption("name", commandLine.GetProgramName());
     if (name.empty()) name = "taviro";
     SetName(name);
+    // A refusal below is logged where the command line asked for the log.
+    if (commandLine.HasOption("log-dir")) SetLogFolder(commandLine.GetOption("log-dir"));
     // A second program of the same name would share the first one's options file and log, and
     // overwrite its options when it ends.
     const bool allowSecond = commandLine.HasOption("allow-second");

@@ -1,5 +1,6 @@
 // The expandable panel and its clickable label.
 #include <wxTaviro/wxExpandablePanel.h>
+#include <wxTaviro/wxTaviroApp.h>
 
 #include <ostrum/Application.h>
 #include <ostrum/CallTrace.h>
@@ -97,6 +98,14 @@ void wxExpandablePanel::CreateInfrastructure(wxString tooltip, bool expandable) 
         // Without an application (and so without options) the state lives in memory only.
         Application* app = Application::the_Application;
         m_Expanded = app && app->GetOptions()->GetValue(m_Section, m_Key, false);
+        // Built before the options were loaded: the loaded state applies once it is there.
+        wxTaviroApp::WhenOptionsLoaded(this, [this] {
+            Application* a = Application::the_Application;
+            const bool expanded = a && a->GetOptions()->GetValue(m_Section, m_Key, false);
+            if (expanded == m_Expanded || !m_Content) return;
+            m_Expanded = expanded;
+            Expand();
+        });
         m_Button =
             new wxsBitmapButton(this, k_ExpandId, m_Expanded ? *s_CollapseImage : *s_ExpandImage,
                                 wxDefaultPosition, wxDefaultSize, wxBORDER_NONE | wxBU_EXACTFIT);

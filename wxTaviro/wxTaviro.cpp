@@ -10,6 +10,7 @@
 #include <wx/display.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <map>
 
@@ -167,6 +168,15 @@ bool _IsReachable(wxWindow* window) {
     }
     return false;
 }
+// The size of the largest display: no saved window is bigger than that (a garbled or
+// hostile value would otherwise give a window of the toolkit's 32767-pixel limit, saved back
+// at every exit).
+wxSize _LargestDisplay() {
+    wxSize largest(0, 0);
+    for (unsigned i = 0; i < wxDisplay::GetCount(); ++i)
+        largest.IncTo(wxDisplay(i).GetGeometry().GetSize());
+    return largest.x > 0 && largest.y > 0 ? largest : wxSize(INT_MAX, INT_MAX);
+}
 } // namespace
 
 void wxSaveWindowPos(wxWindow* window, const String& section) {
@@ -200,8 +210,10 @@ void wxSetWindowPos(wxWindow* window, const String& section, int offset) {
         while (n < 4 && tokens.HasMoreTokens())
             v[n++] = strtol(tokens.NextToken().c_str(), nullptr, 10);
         if (n == 4) {
-            window->SetSize((int)v[0] + offset, (int)v[1] + offset, (int)v[2], (int)v[3],
-                            wxSIZE_AUTO);
+            const wxSize largest = _LargestDisplay();
+            const auto clamp = [](long v, int hi) { return (int)std::max(-1L, std::min<long>(v, hi)); };
+            window->SetSize((int)v[0] + offset, (int)v[1] + offset, clamp(v[2], largest.x),
+                            clamp(v[3], largest.y), wxSIZE_AUTO);
             placed = !window->IsShown() || _IsReachable(window);
         }
     }

@@ -71,6 +71,10 @@ public:
 };
 _DeferredClose* g_DeferredClose = nullptr;
 
+// Settings readers of windows built before the options file was loaded.
+bool g_OptionsLoaded = false;
+std::vector<std::pair<wxWeakRef<wxWindow>, std::function<void()>>> g_OptionReaders;
+
 bool IsTopLevel(wxWindow* w) {
     for (wxWindow* t : wxTopLevelWindows)
         if (t == w) return true;
@@ -289,6 +293,10 @@ bool wxTaviroApp::AddTranslations(const String& domain) {
 
 bool wxTaviroApp::OnInit() {
     CALL_ENTRY("wxTaviroApp::OnInit");
+    // First: the toolkit's records carry a fixed "wxWidgets 3.1.0" tag, whatever is linked.
+    LogInfo(SFormat("Running on %s (runtime %d.%d.%d)", wxToString(wxVERSION_STRING).c_str(),
+                    wxGetLibraryVersionInfo().GetMajor(), wxGetLibraryVersionInfo().GetMinor(),
+                    wxGetLibraryVersionInfo().GetMicro()));
     wxLog::SetActiveTarget(new wxTaviroLog);
     wxLogStatus("Set wxLog to use Ostrum Log");
 
@@ -321,8 +329,12 @@ bool wxTaviroApp::OnInit() {
         wxToolTip::SetAutoPop(10000);
         wxToolTip::SetDelay(330);
         wxToolTip::SetReshow(0);
+        g_OptionsLoaded = true;
+        auto readers = std::move(g_OptionReaders);
+        g_OptionReaders.clear();
+        for (auto& r : readers)
+            if (r.first) r.second();
         StartupComplete.Emit();
-        LogInfo(wxToString(wxString("Toolkit: ") + wxVERSION_STRING));
         if (!GetStartupWarning().empty()) {
             const wxString warning = wxFromString(GetStartupWarning());
             CallAfter([warning] {
@@ -398,6 +410,7 @@ bool wxTaviroApp::OnExceptionInMainLoop() {
 
 int wxTaviroApp::OnExit() {
     CALL_ENTRY("wxTaviroApp::OnExit");
+    g_OptionsLoaded = false; // a window built from now on waits for the next start
     ExitBegins.Emit();
     OpenWindows::_this->Clear();
     int result;
@@ -436,6 +449,13 @@ bool wxTaviroApp::RequestHasFailed(const String& text) {
 
 wxAppTraits* wxTaviroApp::CreateTraits() {
     return new wxsTraits;
+}
+
+void wxTaviroApp::WhenOptionsLoaded(wxWindow* window, const std::function<void()>& read) {
+    CALL_ENTRY("wxTaviroApp::WhenOptionsLoaded");
+    read();
+    if (!g_OptionsLoaded && dynamic_cast<wxTaviroApp*>(wxTheApp))
+        g_OptionReaders.emplace_back(wxWeakRef<wxWindow>(window), read);
 }
 
 wxTaviroExecutable* wxTaviroApp::GetExecutable() {

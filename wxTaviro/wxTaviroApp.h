@@ -128,6 +128,11 @@ public:
     void SetShowStartupError(bool show) { m_ShowStartupError = show; }
     bool GetShowStartupError() const { return m_ShowStartupError; }
 
+    // For a window that reads settings while it is built: runs `read` now and, when the
+    // options file is not loaded yet (windows are built before the farm client starts), once
+    // more after a successful start-up, if the window still exists then.
+    static void WhenOptionsLoaded(wxWindow* window, const std::function<void()>& read);
+
     static wxTaviroExecutable* GetExecutable();
     // The application registered for message processing (null when disabled).
     static wxTaviroApp* GetRegistered();

@@ -68,6 +68,7 @@ wxTaviroFrame::wxTaviroFrame(const wxString& title, const wxPoint& pos, const wx
     CALL_ENTRY("wxTaviroFrame::wxTaviroFrame");
     // A static member function cannot sit in the event table.
     Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
+    m_DecorTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { _TakeBackDecorations(); });
     if (!s_Frame) {
         s_Frame = this;
         // wx keeps one handler per type; a second registration would only be thrown away.
@@ -88,6 +89,7 @@ wxTaviroFrame::wxTaviroFrame(wxWindow* parent, const wxString& title, long style
               style | wxCAPTION | wxFRAME_TOOL_WINDOW | wxFRAME_FLOAT_ON_PARENT) {
     CALL_ENTRY("wxTaviroFrame::wxTaviroFrame");
     Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
+    m_DecorTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { _TakeBackDecorations(); });
     Manage(this);
 }
 
@@ -117,6 +119,23 @@ void wxTaviroFrame::_ApplyPosition() {
     m_Position = GetPosition();
     m_NormalSize = GetSize();
     m_Size = m_NormalSize;
+    // Until the window manager has framed the window, GTK takes a size as the size inside
+    // the frame: once framed, the window would be bigger by its decorations, and saved so at
+    // every exit. Shortly after, that growth is taken back.
+    m_RestoredSize = m_NormalSize;
+    m_RestoreUntil = wxGetLocalTimeMillis() + 2000;
+}
+
+void wxTaviroFrame::_TakeBackDecorations() {
+    if (m_RestoreUntil == 0 || IsMaximized() || IsFullScreen() || IsIconized()) return;
+    const bool late = wxGetLocalTimeMillis() > m_RestoreUntil;
+    m_RestoreUntil = 0;
+    const wxSize grown = GetSize() - m_RestoredSize;
+    // The decorations, added to the size that was meant to include them; anything else is
+    // the user's or the window manager's doing and stays.
+    if (!late && grown.x >= 0 && grown.y >= 0 && grown != wxSize(0, 0) && grown.x <= 64 &&
+        grown.y <= 128)
+        SetSize(-1, -1, m_RestoredSize.x, m_RestoredSize.y, 0);
 }
 
 void wxTaviroFrame::LoadWindowPosition() {
@@ -174,6 +193,8 @@ void wxTaviroFrame::PositionHasChanged(const wxPoint&, const wxPoint&) {}
 void wxTaviroFrame::OnSize(wxSizeEvent& e) {
     CALL_ENTRY("wxTaviroFrame::OnSize");
     e.Skip();
+    // Looked at once the sizes settle: the toolkit applies the frame's decorations in steps.
+    if (m_RestoreUntil != 0 && IsShown()) m_DecorTimer.StartOnce(250);
     if (!m_GuiBuilt) {
         LogDebug("Size event ignored because gui is not finished building");
         return;

@@ -9,6 +9,7 @@
 #include <ostrum/Signal.h>
 
 #include <wx/frame.h>
+#include <wx/timer.h>
 
 #include <set>
 
@@ -77,6 +78,10 @@ private:
     bool m_WasMaximized = false;
     bool m_WasFullScreen = false;
     bool m_PlaceOnShow = false;
+    void _TakeBackDecorations();
+    wxTimer m_DecorTimer;
+    wxSize m_RestoredSize;        // the size the options gave
+    wxLongLong m_RestoreUntil = 0; // while the frame's decorations may still be added to it
 
     wxDECLARE_EVENT_TABLE();
 };

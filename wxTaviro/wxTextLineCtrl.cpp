@@ -631,9 +631,15 @@ void wxTextLineCtrl::SaveAs() {
     const wxString path =
         wxFileSelector(wxFileSelectorPromptStr, wxEmptyString, wxEmptyString, wxEmptyString,
                        wxFileSelectorDefaultWildcardStr, wxFD_SAVE | wxFD_OVERWRITE_PROMPT, this);
-    if (path.empty()) return;
+    if (!path.empty()) SaveAs(wxToString(path));
+}
+
+bool wxTextLineCtrl::SaveAs(const String& file) {
+    CALL_ENTRY("wxTextLineCtrl::SaveAs");
+    const wxString path = wxFromString(file);
     try {
-        SaveToFile(wxToString(path));
+        SaveToFile(file);
+        return true;
     } catch (Exception* e) {
         // The lines stay; the user learns why and may pick another place.
         // Always shown (no "Don't tell me again"): a user who silenced it would believe the
@@ -645,6 +651,7 @@ void wxTextLineCtrl::SaveAs() {
         LogInfo(wxToString(text));
         wxGenericMessageDialog(this, text, wxGetTranslation("Save As"), wxOK | wxICON_ERROR)
             .ShowModal();
+        return false;
     }
 }
 
@@ -1078,11 +1085,13 @@ wxTextLineSearchPanel::wxTextLineSearchPanel(wxTextLineCtrl* lines, wxWindow* pa
     sizer->AddSpacer(5);
     sizer->Add(down, 0, wxEXPAND | wxTOP | wxBOTTOM, 1);
     sizer->AddSpacer(10);
-    bool caseSensitive = true;
-    if (Application* app = Application::the_Application)
-        caseSensitive = app->GetOptions()->GetValue("Search", "CaseSensitive", true);
     m_Case = new wxsCheckBox(this, wxID_ANY, wxGetTranslation("Match Case"));
-    m_Case->SetValue(caseSensitive);
+    wxTaviroApp::WhenOptionsLoaded(this, [this] {
+        bool caseSensitive = true;
+        if (Application* app = Application::the_Application)
+            caseSensitive = app->GetOptions()->GetValue("Search", "CaseSensitive", true);
+        m_Case->SetValue(caseSensitive);
+    });
     sizer->Add(m_Case, 0, wxEXPAND);
     sizer->AddSpacer(5);
     SetSizer(sizer);

@@ -109,6 +109,8 @@ public:
     void CopySelectionToClipboard();
     // Asks for a file and saves every line there; a failure is always reported in a box.
     void SaveAs();
+    // The same to a file the caller chose; false (after the box) on failure.
+    bool SaveAs(const String& path);
     // Writes every line, each ended by the platform end of line. Throws Exception* on failure.
     void SaveToFile(const String& path) const;
     void ToggleSearch();

@@ -83,6 +83,38 @@ TEST(Hardening, ReadOnlyOptionsStayLinkedOnesAreWrittenThroughAndTheUmaskIsLeftA
     syscall(SYS_umask, old);
 }
 
+TEST(Hardening, GarbledSettingsAreToldOnceAndAByteOrderMarkHidesNothing) {
+    const String log = Home() + "/garbled.log";
+    Log::s_GlobalLog->Open(log);
+    Log::s_GlobalLog->SetEchoLevel(-1);
+    auto count = [&](const String& text) {
+        const String all = File::ReadAll(log);
+        int n = 0;
+        for (size_t at = all.find(text); at != String::npos; at = all.find(text, at + 1))
+            ++n;
+        return n;
+    };
+    IniFile ini;
+    ini.LoadFromString("\xEF\xBB\xBF[Window]\nWidth=wide\nShown=maybe\nOk=No\nRatio=1.5x\n");
+    EXPECT_EQ(ini.GetSections(), (std::vector<String>{"", "Window"})); // no section hidden
+    for (int i = 0; i < 3; ++i) // read again and again: one line per value, naming the place
+        EXPECT_TRUE(ini.GetValue("WINDOW", "width", 7) == 7 && !ini.GetValue("window", "SHOWN", true) &&
+                    !ini.GetValue("Window", "Ok", true) && ini.GetValue("Window", "Ratio", 2.0) == 2.0);
+    EXPECT_EQ(count("[WINDOW] width = 'wide' is not a whole number"), 1);
+    EXPECT_EQ(count("[window] SHOWN = 'maybe' is not a yes/no value"), 1);
+    EXPECT_EQ(count("'1.5x' is not a number"), 1);
+    EXPECT_EQ(count("'No'"), 0); // a known text is no complaint
+
+    // A failed save is said once, however many changes and pauses end after it.
+    OptionsFile options;
+    options.SetFilename(Home() + "/missing/options.ini");
+    for (int i = 0; i < 4; ++i) {
+        OptionsFile::Pause pause(&options);
+        options.SetValue("s", "k", String::FromInt(i));
+    }
+    EXPECT_EQ(count("Cannot write options file"), 1);
+}
+
 TEST(Hardening, IdleConnectionsDoNotHoldUpRequestsOrHideTheProgram) {
     Application app(LL_Info, (LogLevel)-1);
     const String name = SFormat("Hardening%d", (int)getpid());
@@ -128,6 +160,15 @@ TEST(Hardening, IdleConnectionsDoNotHoldUpRequestsOrHideTheProgram) {
     for (auto& f : held)
         f.get();
     EXPECT_GT(busy.load(), 0);
+    // A posted request waits for nobody: it returns while the receiver still holds it.
+    std::atomic<bool> posted{false}, heldPastPost{false};
+    app.SetRequestHandler("Hold", [&](const String&) {
+        heldPastPost = taviro_test::WaitUntil([&] { return posted.load(); }, 5000);
+        return true;
+    });
+    Application::PostRequest(name, "Hold");
+    posted = true;
+    EXPECT_TRUE(taviro_test::WaitUntil([&] { return heldPastPost.load(); }, 10000));
     app.RemoveRequestHandler("Hold");
     EXPECT_FALSE(app.SendRequest(name, "Hold", &error)); // unknown now
 

@@ -78,3 +78,41 @@ TEST(Startup, ACommandLineRefusedBeforeAnyLogIsOpenIsStillLogged) {
         [&] { return File::Exists(log) && File::ReadAll(log).find("--jobs") != String::npos; },
         15000));
 }
+
+// A stop while a modal prompt is open, a start-up failure's box, and an options file that is
+// no file: each program ends on its own, in order.
+TEST(Startup, StopsReachModalPromptsAndStartupErrorsAndBadOptionsAreSurvived) {
+    const String dir = taviro_test::MakeTempDir();
+    const String log = dir + "/Hostile.log";
+    auto logged = [&](const char* text) {
+        return WaitUntil(
+            [&] { return File::Exists(log) && File::ReadAll(log).find(text) != String::npos; },
+            15000);
+    };
+    auto demo = [&](std::vector<String> more) {
+        std::vector<String> args = {"--name", "Hostile", "--master", "none", "--log-dir", dir};
+        args.insert(args.end(), more.begin(), more.end());
+        return std::make_unique<Child>(TAVIRO_DEMO, args);
+    };
+    auto first = demo({"--options", dir + "/o.ini", "--open-dialog", "rename"});
+    ASSERT_TRUE(logged("Asking for a new name of the view"));
+    // Refused: its box ends on SIGTERM, and on --exit-after.
+    for (const char* exitAfter : {"", "1"}) {
+        auto second = demo(*exitAfter ? std::vector<String>{"--exit-after", exitAfter}
+                                      : std::vector<String>{});
+        ASSERT_TRUE(logged("already running as Hostile"));
+        if (!*exitAfter) usleep(500000), second->Kill(SIGTERM);
+        EXPECT_NE(second->Wait(15000), -1) << "refused program still running " << exitAfter;
+    }
+    first->Kill(SIGTERM); // the prompt ends first, then the window closes
+    EXPECT_EQ(first->Wait(15000), 0);
+    EXPECT_TRUE(logged("Closing the modal dialogs before the main window"));
+    EXPECT_TRUE(logged("Stopped Hostile"));
+
+    // A folder as the options file: defaults, a report, nothing written there.
+    const String folder = taviro_test::MakeTempDir("options");
+    auto third = demo({"--options", folder, "--exit-after", "2"});
+    EXPECT_EQ(third->Wait(20000), 0);
+    EXPECT_TRUE(logged("The options file cannot be used"));
+    EXPECT_TRUE(taviro_test::ListDir(folder).empty());
+}

@@ -133,6 +133,24 @@ TEST_F(AppTest, DialogKeysAndCancelYieldingZero) {
     EXPECT_EQ(modal.ShowModal(), 0);
     wxTaviroDlg::s_ModalStarted.Disconnect(id);
     EXPECT_TRUE(Option("", "Window").empty()); // unnamed: never in the options
+    // The close box cancels as Cancel does: 0, and the cancel path runs.
+    _Dlg boxed("", true);
+    int cancels = 0;
+    boxed.Bind(wxEVT_BUTTON, [&](wxCommandEvent& e) { cancels += e.GetId() == wxID_CANCEL, e.Skip(); });
+    const SlotId close =
+        wxTaviroDlg::s_ModalStarted.Connect([&] { boxed.CallAfter([&] { boxed.Close(); }); });
+    EXPECT_EQ(boxed.ShowModal(), 0);
+    EXPECT_EQ(cancels, 1);
+    wxTaviroDlg::s_ModalStarted.Disconnect(close);
+    // Return stays with a multi-line field that has the focus.
+    _Dlg typing("", false);
+    auto* field = new wxTextCtrl(&typing, wxID_ANY, "", wxDefaultPosition, wxDefaultSize,
+                                 wxTE_MULTILINE);
+    typing.Show();
+    field->SetFocus();
+    if (WaitFor([&] { return wxWindow::FindFocus() == field; }, 2000))
+        EXPECT_TRUE(Press(&typing, WXK_RETURN));
+    typing.Destroy();
 }
 
 // Answers one confirmation (ticks the box or not, presses the button): (result, times shown).
@@ -167,6 +185,13 @@ TEST_F(AppTest, ConfirmRemembersOnlyATickedOK) {
     newer.SetOK("Go");
     EXPECT_EQ(newer.FindWindow(wxID_OK)->GetLabel(), "Go");
     EXPECT_EQ(newer.GetCheckBox()->GetLabel(), "This is always OK"); // a question's box
+    // A remembered one has no buttons: it relabels nobody else's.
+    App().GetOptions()->SetValue("Confirm", "quiet", "1");
+    wxConfirmDlg quiet(nullptr, "c", "quiet", true);
+    quiet.SetOK("Elsewhere");
+    quiet.SetCancel("Elsewhere");
+    EXPECT_EQ(newer.FindWindow(wxID_OK)->GetLabel() + older.FindWindow(wxID_CANCEL)->GetLabel(),
+              "GoCancel");
 }
 
 TEST_F(AppTest, ColourChangeReachesFramesAndDialogs) {

@@ -1,6 +1,8 @@
 // The open windows registry with its menu and commands, and window placement.
 #include "tests/wxTaviro/AppFixture.h"
 
+#include <wxTaviro/wxExpandablePanel.h>
+
 #include <atomic>
 #include <map>
 #include <thread>
@@ -132,6 +134,9 @@ TEST_F(AppTest, SavedRectanglesAreWrittenThroughAndAppliedOrTheWindowIsCentred) 
         {at(a.x - 300, a.y + 100), 0, true, {a.x - 300, a.y + 100, 400, 250}},
         {at(a.GetRight() - 10, a.y + 100), 0, true, centred}, // a sliver of the title bar
         {at(a.x + 100, a.y - 150), 0, true, centred},         // the title bar above
+        // Bigger than any display: the display's size at most.
+        {"0, 0, 100000, 100000", 0, false,
+         {0, 0, wxDisplay(0u).GetGeometry().width, wxDisplay(0u).GetGeometry().height}},
     };
     for (const auto& c : cases) {
         auto* w = new RaiseFrame("Placed", wxSize(400, 250), c.shown);
@@ -169,3 +174,19 @@ TEST_F(AppTest, SavingHoldsTheWriteLockAcrossSectionAndKey) {
 }
 
 } // namespace
+
+// A panel built before the options file is read shows the state the file holds.
+TEST_F(AppTest, WindowsBuiltBeforeStartUpSeeTheLoadedOptions) {
+    Stop();
+    File::AtomicWrite(m_Dir + "/apptest.ini", "[Side Bar]\nFilters=1\n");
+    struct Panel : wxExpandablePanel {
+        Panel() : wxExpandablePanel(TopWindow(), wxVERTICAL) {
+            SetSettings("Side Bar", "Filters");
+            CreateInfrastructure("tip", true);
+        }
+    };
+    auto* panel = new Panel;
+    EXPECT_FALSE(panel->IsExpanded()); // nothing read yet
+    ASSERT_TRUE(Start());
+    EXPECT_TRUE(panel->IsExpanded());
+}

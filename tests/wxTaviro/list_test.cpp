@@ -135,6 +135,11 @@ TEST(MasterTimer, TicksSignalsAndClientsAndStopsWithoutClients) {
             g_MasterTimer->Notify();
         EXPECT_FALSE(killer.victim);
     }
+    const int before = client->calls;
+    client->StopTimer(); // as a client's destructor does first: no tick reaches it after
+    for (int i = 0; i < 10; ++i)
+        g_MasterTimer->Notify();
+    EXPECT_EQ(client->calls, before);
     client.reset();
     EXPECT_FALSE(g_MasterTimer->IsTicking());
     LibStatic::Cleanup("wxMasterTimer");
@@ -179,10 +184,11 @@ void Mouse(wxWindow* w, wxEventType type, int x, int y, bool shift = false, bool
     w->GetEventHandler()->ProcessEvent(e);
 }
 
-void Key(wxWindow* w, int code, bool shift) {
+void Key(wxWindow* w, int code, bool shift, bool ctrl = false) {
     wxKeyEvent e(wxEVT_KEY_DOWN);
     e.m_keyCode = code;
     e.SetShiftDown(shift);
+    e.SetControlDown(ctrl);
     w->GetEventHandler()->ProcessEvent(e);
 }
 
@@ -229,6 +235,7 @@ TEST(DBList, SelectionByClicksAndKeysFollowsTheAnchor) {
         {1, {2, 3}, 'R', 5, false, false, "D2 D3 S5", 5},
         {3, {3}, 'D', 0, false, false, "D3 S4", 4},
         {3, {3}, 'D', 0, true, false, "S4", 4},
+        {3, {3}, 'D', 0, false, true, "S4", 4},
         {9, {9}, 'D', 0, false, false, "", 9},
         {0, {0}, 'U', 0, false, false, "", 0},
         {4, {4}, 'U', 0, false, false, "D4 S3", 3},
@@ -244,7 +251,7 @@ TEST(DBList, SelectionByClicksAndKeysFollowsTheAnchor) {
             Mouse(body, action == 'L' ? wxEVT_LEFT_DOWN : wxEVT_RIGHT_DOWN, 5, row * h + 2, shift,
                   ctrl);
         else
-            Key(body, action == 'D' ? WXK_DOWN : WXK_UP, shift);
+            Key(body, action == 'D' ? WXK_DOWN : WXK_UP, shift, ctrl);
         Mouse(body, wxEVT_LEFT_UP, 5, 0);
         EXPECT_EQ(list->log, String(events)) << action << row << " anchor " << anchor;
         EXPECT_EQ(list->GetLastSelect(), after) << action << row << " anchor " << anchor;
@@ -319,14 +326,16 @@ TEST(DBList, ColumnWidthsSurviveSaveAndGarbledRestore) {
     TestList* list = MakeList(3, {120, 80, 200});
     list->SaveColumnSizes("S", "K");
     EXPECT_EQ(app.GetOptions()->GetValue("S", "K", String()), "120, 80, 200");
-    Log::s_GlobalLog->Close();
     EXPECT_NE(File::ReadAll(logFile).find("ListCtrl SAVE: [ S ] K = 120, 80, 200"), String::npos);
 
     list->AddColumn(0, "four", 60);
     const std::pair<const char*, std::vector<int>> cases[] = {{"120, 5, abc", {120, 20, 20, 60}},
                                                               {" 90px,,30", {90, 20, 30, 60}},
                                                               {"", {90, 20, 30, 60}},
-                                                              {"1,2,3,4,5", {20, 20, 20, 20}}};
+                                                              {"1,2,3,4,5", {20, 20, 20, 20}},
+                                                              // past any screen: the default
+                                                              {"99999999999999999999999, 16385, 300",
+                                                               {120, 80, 300, 20}}};
     for (const auto& [saved, widths] : cases) {
         app.GetOptions()->SetValue("S", "K", saved);
         list->RestoreColumnSizes("S", "K");
@@ -338,6 +347,8 @@ TEST(DBList, ColumnWidthsSurviveSaveAndGarbledRestore) {
                   widths[0] + widths[1] + widths[2] + widths[3])
             << saved;
     }
+    Log::s_GlobalLog->Close();
+    EXPECT_NE(File::ReadAll(logFile).find("[S] K: column width 'abc' is not a width"), String::npos);
 }
 
 // Half a billion rows: more pixels than an int holds at any row height.
@@ -382,6 +393,59 @@ TEST(DBList, ThrowingCellHookNeverEscapesAPaintAndHeals) {
     const wxImage image = body->GetBuffer()->ConvertToImage();
     EXPECT_PIXEL(image, 3, 3,
                  wxColour(image.GetRed(90, 3), image.GetGreen(90, 3), image.GetBlue(90, 3)));
+}
+
+// A single-selection drag keeps one row; the cursor is asked about cells only; a row drawn in
+// a font and on a background of its own gets its own text, over that background.
+TEST(DBList, SingleDragsCursorsAndCellsOfTheirOwn) {
+    struct Own : TestList {
+        Own() : TestList(true) {}
+        wxCursor CustomizeCursor(int row, int column, int x, int y) override {
+            asked += row < 0 || row >= GetItemCount() || column < 0;
+            return TestList::CustomizeCursor(row, column, x, y);
+        }
+        String GetDisplayText(int, int column) override { return column ? "" : "MMMMM"; }
+        void DrawCell(wxDC& dc, int row, int column, wxRect cell, bool selected) override {
+            if (row == 1) { // big and bold, on red
+                dc.SetBrush(*wxRED_BRUSH);
+                dc.DrawRectangle(cell);
+                dc.SetFont(dc.GetFont().Bold().Scaled(1.5f));
+            }
+            wxDBListCtrl::DrawCell(dc, row, column, cell, selected);
+        }
+        int asked = 0;
+    };
+    SetColors(1);
+    auto* list = new Own;
+    list->SetSize(TopWindow()->GetClientSize());
+    list->AddColumn(0, "col", 200);
+    list->SetItemCount(6);
+    wxDBListBody* body = list->GetBody();
+    ASSERT_TRUE(WaitFor([&] { return body->GetBuffer() != nullptr; }));
+    const int h = list->GetRowHeight();
+    Mouse(body, wxEVT_LEFT_DOWN, 5, 2);
+    for (int row : {1, 2, 3, 2})
+        Mouse(body, wxEVT_MOTION, 5, row * h + 2);
+    Mouse(body, wxEVT_LEFT_UP, 5, 2 * h + 2);
+    EXPECT_EQ(list->selection, std::set<int>{2});
+    for (const wxPoint& p : {wxPoint(5, 40 * h), wxPoint(500, 2), wxPoint(5, 2)})
+        Mouse(body, wxEVT_MOTION, p.x, p.y);
+    EXPECT_EQ(list->asked, 0);
+
+    list->selection.clear();
+    body->RedrawNow();
+    const wxImage image = body->GetBuffer()->ConvertToImage();
+    auto inkWidth = [&](int row) { // the rightmost text pixel of the row's cell
+        int right = 0;
+        for (int x = 0; x < 190; ++x)
+            for (int y = row * h; y < row * h + h; ++y)
+                if (image.GetRed(x, y) < 100) right = std::max(right, x);
+        return right;
+    };
+    EXPECT_GT(inkWidth(1), inkWidth(0) + 10); // not the plain row's text again
+    // Red round the glyphs: inside the text's box, not a flat box of the row colour.
+    EXPECT_PIXEL(image, 4, h + 1, *wxRED);
+    EXPECT_PIXEL(image, inkWidth(1) - 2, h + 1, *wxRED);
 }
 
 } // namespace

@@ -63,6 +63,17 @@ TEST(ComboBox, EntryIsAThemedFieldWhoseTextEventsComeFromTheCombo) {
     EXPECT_EQ(seen[0].first, combo);
     EXPECT_EQ(seen[0].second, 4711);
     EXPECT_EQ(combo->GetValue(), "gpu");
+    // Keys and focus on the entry reach what a client bound on the combo box, and a key the
+    // client keeps stays kept.
+    int keys = 0, focus = 0;
+    combo->Bind(wxEVT_KEY_DOWN, [&](wxKeyEvent& e) { keys += e.GetEventObject() == combo; });
+    combo->Bind(wxEVT_SET_FOCUS, [&](wxFocusEvent& e) { focus += e.GetEventObject() == combo; });
+    wxKeyEvent key(wxEVT_KEY_DOWN);
+    key.m_keyCode = 'x';
+    entry->ProcessWindowEvent(key);
+    wxFocusEvent got(wxEVT_SET_FOCUS, entry->GetId());
+    entry->ProcessWindowEvent(got);
+    EXPECT_EQ(std::make_tuple(keys, focus, key.GetSkipped()), std::make_tuple(1, 1, false));
 }
 
 TEST(AutoCompleter, KeepsThePrefixAndOrdersWithoutCase) {

@@ -9,6 +9,7 @@
 #include <ostrum/File.h>
 
 #include <wx/clipbrd.h>
+#include <wx/modalhook.h>
 
 using namespace taviro_test;
 
@@ -77,15 +78,16 @@ TEST(TextLine, TabsAndSortedInsertion) {
     // goes before equal ones.
     const std::tuple<std::vector<String>, String, int> cases[] = {
         {{"a", "c"}, "b", 1},  {{"a", "c"}, "a", 0},        {{"a", "ab"}, "aa", 1},
-        {{"ab", "b"}, "a", 0}, {{"a", "z"}, "\xc3\xa9", 2}, {{"b", "b", "b"}, "b", 0}};
+        {{"ab", "b"}, "a", 0}, {{"a", "z"}, "\xc3\xa9", 2}, {{"b", "b", "b"}, "b", 0},
+        {{"a    a", "a!"}, "a\ta", 0}}; // placed as stored: "a    a", before "a!"
     for (const auto& [lines, add, index] : cases) {
         wxTextLineCtrl* s = MakeLines(lines);
         EXPECT_EQ(s->Append(add, true), index) << add;
         EXPECT_EQ(s->GetCount(), int(lines.size()) + 1);
         for (int i = 0; i < s->GetCount(); ++i)
-            EXPECT_EQ(s->GetLine(i), i == index ? add : lines[size_t(i - (i > index))]);
+            EXPECT_EQ(s->GetLine(i), i == index ? s->GetLine(i) : lines[size_t(i - (i > index))]);
         // The search walks the reordered text.
-        s->Search(add, true, true);
+        s->Search(s->GetLine(index), true, true);
         EXPECT_EQ(std::get<0>(Hit(s)), index) << add;
     }
 }
@@ -244,4 +246,86 @@ TEST(TextLine, BadInputIsKeptAndShown) {
                         image.GetBlue(8 * cw, 0));
     EXPECT_PIXEL(image, cw / 2 + 2 * cw, 0,
                  wxColour(255 - fill.Red(), 255 - fill.Green(), 255 - fill.Blue()));
+}
+
+// Either of the viewer and its bar may go alone; the line limit drops the first lines and
+// keeps what points at the rest; a failed save is said every time.
+TEST(TextLine, PartsGoAloneTheLimitDropsTheFirstLinesAndSaveFailuresAreAlwaysShown) {
+    QuietApp app;
+    wxTextLineCtrl* c = MakeLines({"a"});
+    c->GetSearchPanel()->Destroy();
+    ASSERT_TRUE(WaitFor([&] { return c->GetSearchPanel() == nullptr; }));
+    Key(c, 'F', true); // no bar to open
+    wxTextLineCtrl* d = MakeLines({"a"});
+    wxTextLineSearchPanel* bar = d->GetSearchPanel();
+    bar->GetSearchField()->SetValue("a");
+    d->Destroy();
+    wxCommandEvent enter(wxEVT_TEXT_ENTER, bar->GetSearchField()->GetId());
+    bar->ProcessWindowEvent(enter); // no viewer to search
+
+    std::vector<String> lines;
+    for (int i = 0; i < 10; ++i)
+        lines.push_back("line " + String::FromInt(i));
+    wxTextLineCtrl* l = MakeLines(lines, 4);
+    Key(l, WXK_PAGEUP, true);
+    l->Search("line 7", true, true);
+    Key(l, WXK_PAGEUP, true);
+    Mouse(l, wxEVT_LEFT_DOWN, 1), Mouse(l, wxEVT_LEFT_UP, 1); // line 0 selected,
+    l->SetLineLimit(8);                                           // and dropped
+    EXPECT_EQ(std::make_tuple(l->GetCount(), l->GetLine(0), l->GetDroppedLines()),
+              std::make_tuple(8, String("line 2"), uint64_t(2)));
+    EXPECT_EQ(std::get<0>(Hit(l)), 5); // still on "line 7"
+    int anchor = 0, end = 0;
+    l->GetSelection(anchor, end);
+    EXPECT_EQ(std::make_pair(anchor, end), std::make_pair(-1, -1));
+    l->SelectAll();
+    l->Append("line 10");
+    l->GetSelection(anchor, end);
+    EXPECT_EQ(std::make_tuple(l->GetCount(), l->GetLine(7), anchor, end),
+              std::make_tuple(8, String("line 10"), 0, 6));
+    l->Search("line 2", false, true); // gone with the first lines
+    EXPECT_EQ(Hit(l), std::make_tuple(-1, -1, -1));
+
+    // A failure to save is shown each time: nothing can silence it.
+    struct Hook : wxModalDialogHook {
+        Hook() { Register(); }
+        ~Hook() override { Unregister(); }
+        int Enter(wxDialog*) override { return ++errors, wxID_OK; }
+        void Exit(wxDialog*) override {}
+        int errors = 0;
+    } hook;
+    const String folder = MakeTempDir() + "/folder"; // a folder where the file would go
+    File::CreateDirectories(folder);
+    EXPECT_FALSE(l->SaveAs(folder) || l->SaveAs(folder));
+    EXPECT_EQ(hook.errors, 2);
+}
+
+// The case fold of every letter both ways, and non-ASCII text, against a plain search.
+TEST(TextLine, CaseInsensitiveSearchMatchesAPlainSearch) {
+    auto fold = [](String t) {
+        for (char& ch : t)
+            if (ch >= 'A' && ch <= 'Z') ch = char(ch + 32);
+        return t;
+    };
+    std::vector<String> lines, needles;
+    for (char ch = 'a'; ch <= 'z'; ++ch) {
+        const String lower = String(1, ch) + "q" + String(1, ch), upper = fold(lower).Upper();
+        lines.push_back("log " + upper + " end"), needles.push_back(lower);
+        lines.push_back("log " + lower + " end"), needles.push_back(upper);
+    }
+    for (const char* text : {"Gr\xc3\xb6\xc3\x9f" "e", "\xc3\x84RGER", "\xc3\xa9t\xc3\xa9"}) {
+        lines.push_back(String("x ") + text);
+        needles.push_back(fold(text).Upper());
+    }
+    wxTextLineCtrl* c = MakeLines(lines);
+    for (const String& needle : needles) {
+        int first = -1, last = -1;
+        for (int i = 0; i < int(lines.size()); ++i)
+            if (fold(lines[size_t(i)]).find(fold(needle)) != String::npos)
+                last = i, first = first < 0 ? i : first;
+        size_t offset = 0;
+        EXPECT_EQ(c->GetStore().Find(needle, false, 0, true, &offset), first) << needle;
+        EXPECT_EQ(c->GetStore().Find(needle, false, int(lines.size()) - 1, false, &offset), last)
+            << needle;
+    }
 }

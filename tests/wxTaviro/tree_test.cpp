@@ -191,4 +191,36 @@ TEST(TreeList, RandomChangesKeepRowsEqualToAPlainWalk) {
     }
 }
 
+// A client's handlers that do not Skip() stop neither selection nor expansion; a parent's box
+// comes and goes with its first and last child.
+TEST(TreeList, ClientHandlersComeAfterTheTreeAndParentsRedrawTheirBox) {
+    wxDBTreeListCtrl* tree = MakeTree();
+    Node* a = Build("a", {2});
+    Item* b = tree->AppendItem(nullptr, Build("b", {}));
+    tree->InsertItem(nullptr, 0, a);
+    int heard = 0;
+    for (auto type : {wxEVT_LIST_ITEM_SELECTED, wxEVT_LIST_ITEM_ACTIVATED})
+        tree->Bind(type, [&](wxListEvent&) { ++heard; }); // no Skip()
+    wxWindow* body = tree->GetBody();
+    const int h = tree->GetRowHeight();
+    Mouse(body, wxEVT_LEFT_DOWN, 60, h / 2), Mouse(body, wxEVT_LEFT_UP, 60, h / 2);
+    Mouse(body, wxEVT_LEFT_DCLICK, 60, h / 2), Mouse(body, wxEVT_LEFT_UP, 60, h / 2);
+    EXPECT_EQ(tree->GetSelectedItems(), std::vector<Item*>{a});
+    EXPECT_TRUE(a->IsExpanded());
+    EXPECT_EQ(heard, 2);
+
+    tree->Collapse(a); // b on row 1, without a box
+    wxDBListBody* list = tree->GetBody();
+    ASSERT_TRUE(WaitFor([&] { return list->GetBuffer() != nullptr; }));
+    const wxColour frame(0x64, 0x64, 0x64);
+    auto boxShown = [&] {
+        return PixelNear(list->GetBuffer()->ConvertToImage(), 2, h + (h - 11) / 2, frame, 8);
+    };
+    ASSERT_TRUE(WaitFor([&] { return !boxShown(); }));
+    Item* child = tree->AppendItem(b, Build("b.0", {}));
+    EXPECT_TRUE(WaitFor(boxShown, 2000));
+    tree->DeleteItem(child);
+    EXPECT_TRUE(WaitFor([&] { return !boxShown(); }, 2000));
+}
+
 } // namespace
