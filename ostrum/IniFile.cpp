@@ -241,7 +241,8 @@ String IniFile::ToString() const {
 void IniFile::Load(bool mustExist, bool replace) {
     String text;
     try {
-        text = File::ReadAll(GetFilename());
+        // Settings are small: a huge file is somebody else's, not read (and not written over).
+        text = File::ReadAll(GetFilename(), uint64_t(16) << 20);
     } catch (Exception* e) {
         if (e->GetCode() != k_ErrNotFound)
             GlobalLog(LL_Warning, "Settings file skipped: " + e->Format());

@@ -1,5 +1,11 @@
 // A drop-down of the farm's jobs, sorted by name, with a leading "None" entry: a dialog picks
 // one job (for example one that another job should refer to) or none.
+//
+// A farm may hold a million jobs: the selector keeps every job's name and identifier
+// compactly, and its list holds a window of them, "None" first. The window grows as the open
+// list is scrolled towards its end, and typing a name (with the list open or closed) moves it
+// to the first job whose name starts with what was typed and selects that job. With up to
+// k_Window jobs the list holds them all.
 #pragma once
 
 #include <wxTaviro/wxTaviroText.h>
@@ -10,6 +16,9 @@
 
 #include <wx/clntdata.h>
 
+#include <string>
+#include <vector>
+
 class JobSelector : public wxsChoice {
 public:
     // The identifier of one entry's job (UID::Null for "None").
@@ -18,9 +27,11 @@ public:
         explicit _ID(const UID& id) : UID(id) {}
     };
 
+    // Jobs the list holds at first, and adds each time the open list nears its end.
+    static constexpr size_t k_Window = 500;
+
     JobSelector(wxWindow* parent, wxWindowID id, const wxPoint& pos = wxDefaultPosition,
-                const wxSize& size = wxDefaultSize)
-        : wxsChoice(parent, id, pos, size) {}
+                const wxSize& size = wxDefaultSize);
 
     // Appends "None" and the jobs that selectors offer, leaving out `exclude` (a dialog
     // editing a job does not offer the job itself), and selects "None". Meant for a fresh
@@ -34,4 +45,39 @@ public:
     // Whether a goes before b: null pointers last, unnamed jobs first, then names ignoring
     // ASCII case.
     static bool _Sort(const JobPtr& a, const JobPtr& b);
+
+    // How many jobs Fill offered (the list may hold fewer at a time).
+    size_t GetJobCount() const { return m_Order.size(); }
+    // Selects the first job whose name starts with `prefix` (ignoring ASCII case) and shows it
+    // in the list; false, with the selection left alone, when there is none.
+    bool SelectPrefix(const String& prefix);
+    // What has been typed since the last pause (type-ahead), empty when nothing.
+    const String& GetTyped() const { return m_Typed; }
+
+private:
+    struct _Job {
+        uint32_t name, length; // in m_Names
+        UID id;
+    };
+    String Name(size_t sorted) const {
+        const _Job& j = m_Jobs[m_Order[sorted]];
+        return String(m_Names.data() + j.name, j.length);
+    }
+    // Shows the sorted jobs [first, first + k_Window) after "None" (a fresh window).
+    void ShowWindow(size_t first);
+    // Adds the next k_Window jobs to the list when the open list shows its last ones.
+    void GrowWindow();
+    // Selects the list entry of sorted job `sorted`, moving the window to it when needed.
+    void SelectSorted(size_t sorted);
+    void OnKey(wxKeyEvent& event);
+    void OnListMoved();
+
+    std::string m_Names;
+    std::vector<_Job> m_Jobs;
+    std::vector<uint32_t> m_Order; // into m_Jobs, in list order
+    size_t m_Base = 0;             // the entry of "None" (entries before it are the program's)
+    size_t m_First = 0;            // the sorted job shown right after "None"
+    String m_Typed;
+    wxLongLong m_TypedAt = 0;
+    bool m_PopupBound = false;
 };

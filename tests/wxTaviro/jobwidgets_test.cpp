@@ -76,6 +76,34 @@ TEST(JobSelector, SortsByNameAndLeavesOutHiddenAndExcludedJobs) {
     EXPECT_TRUE(JobSelector::_Sort(beta, gamma));
 }
 
+// More jobs than the list holds at once: any of them can still be selected, by identifier or
+// by typing the start of its name.
+TEST(JobSelector, AFarmLargerThanTheListIsReachedByIdentifierAndByTyping) {
+    Farm farm;
+    std::vector<JobPtr> jobs;
+    for (int i = 0; i < 3 * int(JobSelector::k_Window); ++i)
+        jobs.push_back(farm.Add(SFormat("Job %05d", i)));
+    auto* selector = new JobSelector(TopWindow(), wxID_ANY);
+    selector->Fill(UID::Null);
+    EXPECT_EQ(selector->GetJobCount(), jobs.size());
+    EXPECT_LE(selector->GetCount(), JobSelector::k_Window + 1); // "None" and a window
+    selector->SelectJob(jobs[1400]->GetID());
+    EXPECT_EQ(selector->GetSelectedJob(), jobs[1400]->GetID());
+    EXPECT_TRUE(selector->SelectPrefix("job 0123"));
+    EXPECT_EQ(selector->GetSelectedJob(), jobs[1230]->GetID());
+    EXPECT_FALSE(selector->SelectPrefix("job 9"));
+    EXPECT_EQ(selector->GetSelectedJob(), jobs[1230]->GetID());
+    for (wxChar c : wxString("JOB 0042")) { // typed on the closed control
+        wxKeyEvent key(wxEVT_KEY_DOWN);
+        key.m_keyCode = c;
+        key.m_uniChar = c;
+        selector->ProcessWindowEvent(key);
+    }
+    EXPECT_EQ(selector->GetStringSelection(), "Job 00420");
+    selector->SelectJob(UID::Null);
+    EXPECT_EQ(selector->GetSelection(), 0);
+}
+
 TEST(ProductChoice, SortsIgnoringCaseOneEntryPerNameAndHonoursHiddenProducts) {
     Farm farm;
     farm.GetOptions()->SetValue(ProductChoice::k_HideSection,

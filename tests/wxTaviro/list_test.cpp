@@ -222,6 +222,46 @@ TEST(DBList, FormatDisplayStringCutsTheMiddle) {
     EXPECT_EQ(FormatDisplayString("WWWWWWWWWW", width, dc), "WWWW...WW");
 }
 
+// The fitting, done as described (one candidate measured per character taken out), against
+// the control's search from the short end: the same text and width for every text, width and
+// font of the table.
+TEST(DBList, FormatDisplayStringFindsWhatTheStepByStepFittingFinds) {
+    auto stepByStep = [](const String& text, int& width, wxDC& dc) {
+        const wxString whole = wxString::FromUTF8(text.c_str());
+        const size_t n = whole.length();
+        wxString candidate = whole;
+        for (size_t cut = 0;;) {
+            const int w = dc.GetTextExtent(candidate).x;
+            if (w <= width || candidate.length() < 5) {
+                width = w;
+                return String(candidate.utf8_str().data());
+            }
+            cut += cut == 0 ? 4 : 1;
+            const size_t k = (n > cut ? (n - cut) / 2 : 0) + 1;
+            candidate = whole.Left(std::min(k, n)) + "..." + whole.Mid(std::min(n, k + cut));
+        }
+    };
+    String longText;
+    for (int i = 0; longText.size() < 300; ++i) // the reference measures n candidates of n
+        longText += SFormat("/render/out/shot%04d/beauty.%04d.exr WARN gamma ", i, i * 7);
+    const String texts[] = {"abcdefghij", "WWWWiiiiWWWWiiii", "abcde",
+                            "Gr\xc3\xb6\xc3\x9f" "e \xc3\xa9t\xc3\xa9 \xe2\x82\xac \xe6\x97\xa5 job", longText};
+    wxBitmap bitmap(10, 10);
+    wxMemoryDC dc(bitmap);
+    for (const wxFont& font : {wxFont(wxFontInfo(10).Family(wxFONTFAMILY_TELETYPE)),
+                               wxFont(wxFontInfo(9).Family(wxFONTFAMILY_SWISS)),
+                               wxFont(wxFontInfo(14).Family(wxFONTFAMILY_SWISS).Bold())}) {
+        dc.SetFont(font);
+        for (const String& text : texts)
+            for (int width : {0, 1, 9, 20, 37, 64, 100, 250, 999}) {
+                int mine = width, reference = width;
+                EXPECT_EQ(FormatDisplayString(text, mine, dc), stepByStep(text, reference, dc))
+                    << text.substr(0, 20) << " in " << width;
+                EXPECT_EQ(mine, reference) << text.substr(0, 20) << " in " << width;
+            }
+    }
+}
+
 TEST(DBList, SelectionByClicksAndKeysFollowsTheAnchor) {
     // anchor, selection, action: L(eft) R(ight) click or D(own) U(p) key, row, Shift, Control;
     // the events sent and the anchor after.
