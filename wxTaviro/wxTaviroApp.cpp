@@ -17,6 +17,7 @@
 #include <wx/generic/msgdlgg.h>
 #include <wx/translation.h>
 
+#include <chrono>
 #include <clocale>
 #include <wx/sysopt.h>
 #include <wx/tooltip.h>
@@ -70,6 +71,12 @@ public:
     bool m_CanVeto = true;
 };
 _DeferredClose* g_DeferredClose = nullptr;
+
+// Message events owed to the GUI thread: counted by the messenger's threads, handed out by the
+// application's idle handler in turns of at most k_MessageTurnMs, so that input and painting
+// (which GTK serves before idle work) never wait behind a backlog of farm messages.
+std::atomic<uint64_t> g_MessageEvents{0};
+constexpr int k_MessageTurnMs = 8;
 
 // Settings readers of windows built before the options file was loaded.
 bool g_OptionsLoaded = false;
@@ -181,6 +188,7 @@ wxTaviroApp::wxTaviroApp(LogLevel fileLevel, LogLevel echoLevel)
     CALL_ENTRY("wxTaviroApp::wxTaviroApp");
     // A static member function cannot sit in the event table; bound here instead.
     Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
+    Bind(wxEVT_IDLE, &wxTaviroApp::_DeliverMessageEvents, this);
     g_Executable = new wxTaviroExecutable(this);
     Executable::SetCurrent(g_Executable);
     Executable::InstallSignalHandlers();
@@ -531,8 +539,30 @@ void wxTaviroApp::_CheckReceive(MessageReceivedEvt& e) {
         registered->CallMessageHandlers(e.TakeMessage());
     } else {
         LogDebug("... Received message: translating to wxTAVIRO_MESSAGE_EVENT");
-        PostCommand(wxTAVIRO_MESSAGE_EVENT);
+        // One event per message, as ever; handed over in turns (see _DeliverMessageEvents).
+        if (g_MessageEvents.fetch_add(1) == 0 && wxTheApp) wxTheApp->WakeUpIdle();
     }
+}
+
+void wxTaviroApp::_DeliverMessageEvents(wxIdleEvent& e) {
+    e.Skip();
+    if (g_MessageEvents.load() == 0) return;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(k_MessageTurnMs);
+    // Each event goes to the top window of the moment (or the application when there is none),
+    // as a posted one would, and each dispatches one message through OnMessage.
+    do {
+        g_MessageEvents.fetch_sub(1);
+        wxCommandEvent event(wxTAVIRO_MESSAGE_EVENT, 0);
+        if (wxWindow* top = GetTopWindow())
+            top->GetEventHandler()->ProcessEvent(event);
+        else
+            ProcessEvent(event);
+    } while (g_MessageEvents.load() > 0 && std::chrono::steady_clock::now() < end);
+    if (g_MessageEvents.load() > 0) e.RequestMore(); // the rest after input and painting
+}
+
+uint64_t wxTaviroApp::GetUndeliveredMessageEvents() {
+    return g_MessageEvents.load();
 }
 
 void wxTaviroApp::OnShutdownMsg(const boost::shared_ptr<ShutdownMsg>&) {

@@ -109,6 +109,8 @@ public:
     void _Disconnect(MessengerDisconnectedEvt& e);
     void _CheckReceive(MessageReceivedEvt& e);
     void OnShutdownMsg(const boost::shared_ptr<ShutdownMsg>& msg);
+    // Message events not handed to the GUI thread yet (the backlog a busy farm leaves).
+    static uint64_t GetUndeliveredMessageEvents();
 
     void _EndSession(wxCloseEvent& e);
     void KeyboardHook(wxKeyEvent& e);
@@ -144,6 +146,8 @@ protected:
 
 private:
     void _ReportStartupError();
+    // Hands out the message events owed to the GUI thread, a turn at a time.
+    void _DeliverMessageEvents(wxIdleEvent& e);
 
     bool m_ShowStartupError = true;
     std::vector<String> m_Args;       // the strings behind argv after SetArguments

@@ -217,6 +217,8 @@ TEST(TreeList, ClientHandlersComeAfterTheTreeAndParentsRedrawTheirBox) {
         return PixelNear(list->GetBuffer()->ConvertToImage(), 2, h + (h - 11) / 2, frame, 8);
     };
     ASSERT_TRUE(WaitFor([&] { return !boxShown(); }));
+    wxMilliSleep(150); // every redraw asked for so far runs out first
+    PumpEvents();
     Item* child = tree->AppendItem(b, Build("b.0", {}));
     EXPECT_TRUE(WaitFor(boxShown, 2000));
     tree->DeleteItem(child);
