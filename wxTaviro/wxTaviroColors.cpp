@@ -13,6 +13,7 @@
 //   wxsCheckListBox  rows and client data, ticks and their events, keys, menu, painting
 //   wxsNotebook      wxsTabArt (strip and tabs), wxsDockArt (borders, sashes), the notebook
 #include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroAccessible.h>
 
 #include <ostrum/CallTrace.h>
 #include <ostrum/Exception.h>
@@ -376,6 +377,7 @@ void wxsColorManaged::Manage(wxWindow* window) {
     m_Window = window;
     if (!m_Window) return;
     m_Window->Bind(wxEVT_SYS_COLOUR_CHANGED, &wxsColorManaged::wxsHandleSysColorChanged, this);
+    wxsAccessibleRegister(m_Window);
 
     // A control takes its container's roles. The dialog base is a wxsColorManaged as well, so
     // the cross-cast finds it too.

@@ -7,6 +7,7 @@
 //   wxsAutoCompleter    the shared word set, completion of the last word
 //   wxsGetTextFromUser  wxsTextDlg and the prompt
 #include <wxTaviro/wxTaviroText.h>
+#include <wxTaviro/wxTaviroAccessible.h>
 
 #include <wxTaviro/wxTaviroApp.h>
 
@@ -97,6 +98,7 @@ wxsTextCtrl::wxsTextCtrl(wxWindow* parent, int id, const wxString& value, const 
     : wxTextCtrl(parent, id, value, pos, size, AdjustStyle(style), validator, name) {
     CALL_ENTRY("wxsTextCtrl::wxsTextCtrl");
     m_Window = this; // colours are set by OnSysColorChange, not by the generic roles
+    wxsAccessibleRegister(this);
     SetForegroundSlot(color_Text);
     SetBackgroundSlot(color_WindowBGDarker);
     m_ClearButton = new wxsButton(parent, ClearButtonId, wxString::FromUTF8("\xC3\x97"));

@@ -448,6 +448,7 @@ int wxTextLineCtrl::Append(const String& line, bool sorted) {
         }
         index = lo;
     }
+    if (index != m_Store.Count()) ++m_Edits;
     m_Store.Insert(index, line.data(), line.size());
     // Characters never outnumber bytes: count them only when the line may be the widest.
     const std::string_view stored = m_Store.Line(index);
@@ -468,6 +469,7 @@ int wxTextLineCtrl::Append(const String& line, bool sorted) {
 void wxTextLineCtrl::Erase(int index) {
     CALL_ENTRY("wxTextLineCtrl::Erase");
     m_Store.Erase(index);
+    ++m_Edits;
     m_lineCount = m_Store.Count();
     m_BarsStale = true;
     SyncBars();
@@ -477,6 +479,7 @@ void wxTextLineCtrl::Erase(int index) {
 void wxTextLineCtrl::Clear() {
     CALL_ENTRY("wxTextLineCtrl::Clear");
     m_Store.Clear();
+    ++m_Edits;
     SelectNone();
     m_SearchLine = -1;
     RequestRedraw();

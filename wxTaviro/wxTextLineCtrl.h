@@ -111,6 +111,9 @@ public:
         end = m_SelEnd;
     }
     int GetHighlightLine() const { return m_HighlightLine; }
+    // Counts the changes other than lines appended at the end (a sorted insertion, an erase,
+    // a clear), so that a reader of the lines can tell whether what it counted still holds.
+    uint64_t GetEditCount() const { return m_Edits; }
     // The store itself (benchmarks time its scan without the not-found message).
     _TextLineStore& GetStore() { return m_Store; }
 
@@ -152,6 +155,7 @@ private:
     bool m_Selecting = false;
     int m_HighlightLine = -1;
     int m_WidestChars = 0;
+    uint64_t m_Edits = 0;
     mutable bool m_BarsStale = false;
     bool m_RedrawPending = false;
     wxTextLineSearchPanel* m_SearchPanel = nullptr;
