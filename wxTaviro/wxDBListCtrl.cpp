@@ -748,7 +748,7 @@ void wxDBListBody::OnKey(wxKeyEvent& event) {
     const int key = event.GetKeyCode();
     const int step = key == WXK_DOWN ? 1 : key == WXK_UP ? -1 : 0;
     if (step == 0) {
-        event.Skip();
+        if (!JumpKey(event)) event.Skip();
         return;
     }
     if (step > 0 ? !(m_lastSelect >= 0 && m_lastSelect < m_lineCount - 1) : m_lastSelect <= 0)
@@ -764,6 +764,45 @@ void wxDBListBody::OnKey(wxKeyEvent& event) {
         ScrollLines(1);
     else if (step < 0 && top < m_lineHeight)
         ScrollLines(-1);
+}
+
+bool wxDBListBody::JumpKey(const wxKeyEvent& event) {
+    // A page is the rows fully in view less one, so that one row stays for orientation.
+    const int page = std::max(1, ViewSize().y / m_lineHeight - 1);
+    const int from = m_lastSelect >= 0 ? m_lastSelect : RowAt(0);
+    int target = 0;
+    switch (event.GetKeyCode()) {
+    case WXK_HOME:
+    case WXK_NUMPAD_HOME:
+        target = 0;
+        break;
+    case WXK_END:
+    case WXK_NUMPAD_END:
+        target = m_lineCount - 1;
+        break;
+    case WXK_PAGEUP:
+    case WXK_NUMPAD_PAGEUP:
+        target = from - page;
+        break;
+    case WXK_PAGEDOWN:
+    case WXK_NUMPAD_PAGEDOWN:
+        target = int(std::min<int64_t>(int64_t(from) + page, INT_MAX));
+        break;
+    default:
+        return false;
+    }
+    target = std::max(0, std::min(target, m_lineCount - 1));
+    if (m_lineCount <= 0 || target == m_lastSelect) return true;
+    // As that many arrow presses: with Shift or Control the rows passed are added.
+    const bool extend =
+        !m_singleSelection && m_lastSelect >= 0 && (event.ShiftDown() || event.ControlDown());
+    if (!extend) DeselectAll(false);
+    ProcessSelection(target,
+                     wxPoint(0, RowTop(target, GetScrollPixel(wxVERTICAL), m_lineHeight)), extend,
+                     false);
+    m_lastSelect = target;
+    m_list->EnsureVisible(target);
+    return true;
 }
 
 // ---- wxDBListCtrl: hooks ----
