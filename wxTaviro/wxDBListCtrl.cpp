@@ -797,9 +797,8 @@ bool wxDBListBody::JumpKey(const wxKeyEvent& event) {
     const bool extend =
         !m_singleSelection && m_lastSelect >= 0 && (event.ShiftDown() || event.ControlDown());
     if (!extend) DeselectAll(false);
-    ProcessSelection(target,
-                     wxPoint(0, RowTop(target, GetScrollPixel(wxVERTICAL), m_lineHeight)), extend,
-                     false);
+    ProcessSelection(target, wxPoint(0, RowTop(target, GetScrollPixel(wxVERTICAL), m_lineHeight)),
+                     extend, false);
     m_lastSelect = target;
     m_list->EnsureVisible(target);
     return true;

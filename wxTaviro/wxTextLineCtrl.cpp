@@ -783,7 +783,11 @@ void wxTextLineCtrl::OnKey(wxKeyEvent& event) {
         if (ctrl) CopySelectionToClipboard();
         break;
     case 'F':
-        if (ctrl) ToggleSearch();
+        // The viewer's own search comes before a frame's Ctrl+F: the key stops here.
+        if (ctrl) {
+            ToggleSearch();
+            return;
+        }
         break;
     case 'S':
         if (ctrl) SaveAs();
