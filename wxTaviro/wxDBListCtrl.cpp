@@ -317,6 +317,9 @@ void wxDBListHeader::DrawBitmap() {
         }
         int room = cell.GetRight() - pad - textX;
         if (room > 0) {
+            // Readable on the whole gradient; dimmed in an inactive window as disabled text is.
+            const double minimum = active ? 4.5 : 3.0;
+            dc.SetTextForeground(wxsReadableOn(wxsReadableOn(text, top, minimum), bottom, minimum));
             const String label = FormatDisplayString(columns[i].label, room, dc);
             dc.SetClippingRegion(cell);
             dc.DrawText(wxFromString(label), textX, textY);
@@ -584,7 +587,9 @@ void wxDBListBody::DrawBitmap() {
         bg = Or(bg, *wxWHITE);
         dc.SetBrush(wxBrush(bg));
         dc.DrawRectangle(0, y, size.x, m_lineHeight);
-        dc.SetTextForeground(Or(fg, *wxBLACK));
+        // The row's own colour, or the nearest shade of it that reads on this background.
+        const wxColour ink = wxsReadableOn(Or(fg, *wxBLACK), bg);
+        dc.SetTextForeground(ink);
         int64_t x = -hpos;
         for (int c = 0; c < int(columns.size()) && x < size.x; x += columns[c].width, ++c) {
             if (x + columns[c].width <= 0) continue;
@@ -595,8 +600,10 @@ void wxDBListBody::DrawBitmap() {
                 dc.SetBrush(wxBrush(lit));
                 dc.DrawRectangle(cell);
                 dc.SetTextBackground(lit);
+                dc.SetTextForeground(wxsReadableOn(ink, lit));
             } else {
                 dc.SetTextBackground(bg);
+                dc.SetTextForeground(ink);
             }
             m_list->DrawCell(dc, row, c, cell, selected);
         }

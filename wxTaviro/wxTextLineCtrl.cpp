@@ -878,7 +878,8 @@ void wxTextLineCtrl::DrawBitmap() {
                                         : sel;
         dc.SetBrush(wxBrush(fill));
         dc.DrawRectangle(0, y, client.x, m_lineHeight);
-        dc.SetTextForeground(selected ? selText : text);
+        const wxColour ink = wxsReadableOn(selected ? selText : text, fill);
+        dc.SetTextForeground(ink);
         dc.SetTextBackground(fill);
         const wxString part = Decode(m_Store.Line(int(i)), size_t(firstCol), m_pageUnits, true);
         if (!part.empty()) dc.DrawText(part, x0 - xOff, y);
@@ -889,7 +890,6 @@ void wxTextLineCtrl::DrawBitmap() {
             const wxRect cells(
                 int((m_SearchColumn - hpos / m_unitWidth) * m_unitWidth + m_unitWidth / 2 - xOff),
                 y, m_SearchLength * m_unitWidth, m_lineHeight);
-            const wxColour ink = selected ? selText : text;
             dc.SetBrush(wxBrush(Inverse(fill)));
             dc.DrawRectangle(cells);
             wxDCClipper clip(dc, cells);
