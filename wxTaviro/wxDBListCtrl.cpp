@@ -432,6 +432,8 @@ wxBEGIN_EVENT_TABLE(wxDBListBody, wxDBListBase)
     EVT_KEY_DOWN(wxDBListBody::OnKey)
     EVT_TIMER(200, wxDBListBody::OnTooltipTimer)
     EVT_SYS_COLOUR_CHANGED(wxDBListBody::OnColors)
+    EVT_SET_FOCUS(wxDBListBody::OnFocus)
+    EVT_KILL_FOCUS(wxDBListBody::OnFocus)
 wxEND_EVENT_TABLE()
 
 wxDBListBody::wxDBListBody(wxDBListCtrl* owner, wxWindow* parent, bool singleSelection)
@@ -609,6 +611,13 @@ void wxDBListBody::DrawBitmap() {
         }
         m_list->CleanupAfterDraw(row);
     }
+    // The keyboard's place: the anchor row framed while the list has the focus.
+    if (HasFocus() && m_lastSelect >= first && m_lastSelect <= last) {
+        const int y = (m_lastSelect - first) * m_lineHeight - shift;
+        const wxColour under = Or(m_list->GetRowBGColor(m_lastSelect), *wxWHITE);
+        wxsDrawFocusMark(dc, wxRect(0, y, int(std::min<int64_t>(tableRight, size.x)), m_lineHeight),
+                         wxsReadableOn(Or(wxsGetColor(color_Text), *wxBLACK), under));
+    }
     // Column separators down to the last row, and the end of the table.
     const int bottom = (last - first + 1) * m_lineHeight - shift;
     dc.SetPen(wxPen(Or(wxsGetColor(color_3DDark), *wxBLACK)));
@@ -623,6 +632,11 @@ void wxDBListBody::DrawBitmap() {
 
 void wxDBListBody::ClearTextCache() {
     m_cache->Clear();
+}
+
+void wxDBListBody::OnFocus(wxFocusEvent& event) {
+    event.Skip();
+    if (m_lastSelect >= 0) RedrawItem(m_lastSelect); // the focus mark comes or goes
 }
 
 void wxDBListBody::OnColors(wxSysColourChangedEvent& event) {

@@ -171,6 +171,7 @@ protected:
     friend class wxDBListHeader;
 
     void OnColors(wxSysColourChangedEvent& event);
+    void OnFocus(wxFocusEvent& event);
     // Steps shared by left and right button down.
     void ClickSelect(int row, const wxPoint& point, bool shift, bool control);
 

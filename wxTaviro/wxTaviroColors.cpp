@@ -569,6 +569,27 @@ void DrawGradedRectangle(wxDC& dc, const wxRect& rect, const wxColour& first,
     }
 }
 
+void wxsDrawFocusMark(wxDC& dc, const wxRect& rect, const wxColour& ink) {
+    CALL_ENTRY("wxsDrawFocusMark");
+    if (!ink.IsOk() || rect.IsEmpty()) return;
+    // Every other pixel filled, not a dotted pen: Cairo smears a dotted 1-pixel line over two
+    // pixel rows at half strength, and the mark fades into the face.
+    const wxPen oldPen = dc.GetPen();
+    const wxBrush oldBrush = dc.GetBrush();
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    dc.SetBrush(wxBrush(ink));
+    for (int x = rect.x; x <= rect.GetRight(); x += 2) {
+        dc.DrawRectangle(x, rect.y, 1, 1);
+        dc.DrawRectangle(x, rect.GetBottom(), 1, 1);
+    }
+    for (int y = rect.y + 2; y < rect.GetBottom(); y += 2) {
+        dc.DrawRectangle(rect.x, y, 1, 1);
+        dc.DrawRectangle(rect.GetRight(), y, 1, 1);
+    }
+    dc.SetPen(oldPen);
+    dc.SetBrush(oldBrush);
+}
+
 void DrawCircle(wxDC& dc, const wxRect& rect, double startAngle, double endAngle) {
     CALL_ENTRY("DrawCircle");
     dc.DrawEllipticArc(rect.x, rect.y, rect.width, rect.height, startAngle, endAngle);
@@ -957,8 +978,11 @@ void wxsButton::Draw(wxDC& dc) {
         _Fill(dc, wxRect(size), face);
     }
     dc.SetFont(GetFont());
-    dc.SetTextForeground(wxsReadableOn(GetForegroundColour(), face, IsEnabled() ? 4.5 : 3.0));
+    const wxColour ink = wxsReadableOn(GetForegroundColour(), face, IsEnabled() ? 4.5 : 3.0);
+    dc.SetTextForeground(ink);
     dc.DrawText(GetLabelText(), GetLabelRect(size).GetPosition());
+    // The default look alone does not tell the focus: the default button may not have it.
+    if (HasFocus()) wxsDrawFocusMark(dc, wxRect(size).Deflate(2), ink);
 }
 
 void wxsButton::_LoseFocus() {
@@ -1151,22 +1175,19 @@ void wxsCheckBox::Draw(wxDC& dc) {
                                 : GetForegroundColour(); // the disabled role
     if (!text.IsOk()) text = GetForegroundColour();
     dc.SetFont(GetFont());
-    dc.SetTextForeground(wxsReadableOn(text, GetBackgroundColour(), IsEnabled() ? 4.5 : 3.0));
+    const wxColour ink = wxsReadableOn(text, GetBackgroundColour(), IsEnabled() ? 4.5 : 3.0);
+    dc.SetTextForeground(ink);
     dc.SetTextBackground(GetBackgroundColour());
     {
         wxDCClipper clip(dc, g.label);
         dc.DrawText(GetLabelText(), g.label.GetPosition());
     }
-    const wxColour mark = wxsGetColor(color_3DLight);
-    if (HasFocus() && mark.IsOk()) {
-        _KeepPenAndBrush keep(dc);
-        wxPen pen(mark, 1, wxPENSTYLE_DOT);
-        pen.SetJoin(wxJOIN_MITER);
-        pen.SetCap(wxCAP_BUTT);
-        dc.SetPen(pen);
-        dc.SetBrush(*wxTRANSPARENT_BRUSH);
-        dc.DrawRectangle(g.focus);
-    }
+    // "3DLight" when it shows on the background, else the label's ink: in Light the two greys
+    // are all but equal.
+    const wxColour light = wxsGetColor(color_3DLight);
+    const wxColour mark =
+        light.IsOk() && wxsContrast(light, GetBackgroundColour()) >= 3 ? light : ink;
+    if (HasFocus()) wxsDrawFocusMark(dc, g.focus, mark);
 }
 
 wxEventType wxsCheckBox::ClickEventType() const {

@@ -179,6 +179,9 @@ protected:
 // flag the rectangle is filled flat in `first`.
 void DrawGradedRectangle(wxDC& dc, const wxRect& rect, const wxColour& first,
                          const wxColour& second, float power, bool gradeBottom, bool gradeTop);
+// The keyboard focus mark of the themed controls: a dotted frame in the ink of the text it
+// surrounds, so that it shows in every scheme.
+void wxsDrawFocusMark(wxDC& dc, const wxRect& rect, const wxColour& ink);
 // A filled pie inscribed in rect with the current brush and pen, angles in degrees
 // counter-clockwise from three o'clock; 0 to 360 is a whole disc.
 void DrawCircle(wxDC& dc, const wxRect& rect, double startAngle, double endAngle);

@@ -409,6 +409,8 @@ wxBEGIN_EVENT_TABLE(wxTextLineCtrl, wxDoubleBufferedWindow)
     EVT_SCROLLWIN(wxTextLineCtrl::OnScrollEvent)
     EVT_MOUSEWHEEL(wxTextLineCtrl::OnWheel)
     EVT_TIMER(1, wxTextLineCtrl::OnRedrawTimer)
+    EVT_SET_FOCUS(wxTextLineCtrl::OnFocus)
+    EVT_KILL_FOCUS(wxTextLineCtrl::OnFocus)
 wxEND_EVENT_TABLE()
 
 wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent)
@@ -583,6 +585,11 @@ void wxTextLineCtrl::RequestRedraw() {
     if (m_RedrawPending && m_timer.IsRunning()) return;
     m_RedrawPending = true;
     Redraw();
+}
+
+void wxTextLineCtrl::OnFocus(wxFocusEvent& event) {
+    event.Skip();
+    RequestRedraw(); // the focus frame comes or goes
 }
 
 void wxTextLineCtrl::OnRedrawTimer(wxTimerEvent& event) {
@@ -899,6 +906,8 @@ void wxTextLineCtrl::DrawBitmap() {
             dc.SetBackgroundMode(wxBRUSHSTYLE_SOLID);
         }
     }
+    // The viewer has no caret: a frame inside its edge shows that the keys come here.
+    if (HasFocus()) wxsDrawFocusMark(dc, wxRect(client).Deflate(1), wxsReadableOn(text, bg));
 }
 
 // ---- search panel ----

@@ -136,6 +136,7 @@ public:
     void OnScrollEvent(wxScrollWinEvent& event);
     void OnWheel(wxMouseEvent& event);
     void OnRedrawTimer(wxTimerEvent& event);
+    void OnFocus(wxFocusEvent& event);
 
 private:
     // The line under client y, -1 past the last line.

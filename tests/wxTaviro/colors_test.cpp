@@ -562,3 +562,39 @@ TEST_F(ColorsControls, RadioGroupsSetOnClickAndAlwaysReport) {
     EXPECT_TRUE(b->GetValue());
     EXPECT_EQ(from, (std::vector<wxObject*>{c, c, b, c, b}));
 }
+
+// The keyboard focus shows on a themed control in every scheme: focused, it paints a mark its
+// unfocused self lacks, 3:1 or more against what was there (a default button included, whose
+// look the focus does not change).
+TEST_F(ColorsControls, FocusMarkShowsInEveryScheme) {
+    auto* button = Add<wxsButton>(wxID_OK, "Go");
+    auto* check = Add<wxsCheckBox>(wxID_ANY, "Tick");
+    auto* elsewhere = Add<wxsButton>(wxID_ANY, "Other");
+    button->SetDefault();
+    auto marked = [](const wxImage& before, const wxImage& after) {
+        int count = 0;
+        for (int y = 0; y < after.GetHeight(); ++y)
+            for (int x = 0; x < after.GetWidth(); ++x) {
+                const wxColour a(before.GetRed(x, y), before.GetGreen(x, y), before.GetBlue(x, y));
+                const wxColour b(after.GetRed(x, y), after.GetGreen(x, y), after.GetBlue(x, y));
+                count += wxsContrast(a, b) >= 3;
+            }
+        return count;
+    };
+    for (int scheme = 1; scheme <= 5; ++scheme) {
+        SetColors(scheme);
+        wxSysColourChangedEvent colours;
+        TopWindow()->ProcessWindowEvent(colours);
+        for (wxWindow* control : std::initializer_list<wxWindow*>{button, check}) {
+            elsewhere->SetFocus();
+            ASSERT_TRUE(WaitFor([&] { return !control->HasFocus(); }));
+            auto render = [&] { return button == control ? Render(button) : Render(check); };
+            const wxImage before = render();
+            control->SetFocus();
+            ASSERT_TRUE(WaitFor([&] { return control->HasFocus(); }));
+            const wxImage after = render();
+            EXPECT_GT(marked(before, after), 10)
+                << "scheme " << scheme << " " << control->GetLabel();
+        }
+    }
+}
