@@ -43,8 +43,6 @@
 
 namespace {
 
-int s_Objects = 0;
-
 std::string Utf8(const wxString& s) {
     return std::string(s.utf8_str().data());
 }
@@ -323,7 +321,6 @@ void AccFinalize(GObject* object) {
     _Acc* acc = reinterpret_cast<_Acc*>(object);
     delete acc->provider;
     acc->provider = nullptr;
-    --s_Objects;
     G_OBJECT_CLASS(s_AccParent)->finalize(object);
 }
 
@@ -585,7 +582,6 @@ AtkObject* GetAccessible(GtkWidget* widget) {
     }
     AtkObject* object = ATK_OBJECT(g_object_new(AccType(p->Kind()), "widget", widget, nullptr));
     reinterpret_cast<_Acc*>(object)->provider = p.get();
-    ++s_Objects;
     atk_object_initialize(object, widget);
     atk_object_set_role(object, p->Role());
     g_object_set_qdata(G_OBJECT(widget), s_ObjectQuark, object);
@@ -1687,8 +1683,4 @@ void wxsAccessibleRegister(wxWindow* window) {
                          nullptr);
     g_object_set_qdata(G_OBJECT(widget), s_WindowQuark, window);
     HookClass(widget);
-}
-
-int wxsAccessibleObjectCount() {
-    return s_Objects;
 }

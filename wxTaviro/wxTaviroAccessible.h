@@ -20,5 +20,3 @@ class wxWindow;
 
 // Marks the window's widget as the library's. Cheap; call once the window exists.
 void wxsAccessibleRegister(wxWindow* window);
-// How many of the library's accessible objects exist now (0 while nothing reads the GUI).
-int wxsAccessibleObjectCount();
