@@ -557,7 +557,7 @@ wxWindow* WindowOf(GtkWidget* widget) {
     auto* book = parent
                      ? static_cast<wxWindow*>(g_object_get_qdata(G_OBJECT(parent), s_WindowQuark))
                      : nullptr;
-    if (!wxDynamicCast(book, wxAuiNotebook)) return nullptr;
+    if (!dynamic_cast<wxAuiNotebook*>(book)) return nullptr;
     for (wxWindow* child : book->GetChildren())
         if (child->m_wxwindow == widget && dynamic_cast<wxAuiTabCtrl*>(child)) return child;
     return nullptr;
@@ -615,11 +615,11 @@ wxString TooltipOf(const wxWindow* w) {
 wxString ContextName(wxWindow* window) {
     for (wxWindow* w = window; w && !w->IsTopLevel(); w = w->GetParent()) {
         wxWindow* parent = w->GetParent();
-        if (auto* book = wxDynamicCast(parent, wxAuiNotebook)) {
+        if (auto* book = dynamic_cast<wxAuiNotebook*>(parent)) {
             const int page = book->GetPageIndex(w);
             if (page != wxNOT_FOUND) return Plain(book->GetPageText(size_t(page)));
         }
-        if (auto* book = wxDynamicCast(parent, wxBookCtrlBase)) {
+        if (auto* book = dynamic_cast<wxBookCtrlBase*>(parent)) {
             const int page = book->FindPage(w);
             if (page != wxNOT_FOUND) return Plain(book->GetPageText(size_t(page)));
         }
@@ -642,7 +642,7 @@ wxString LabelInFront(wxWindow* window) {
         if (child == window) break;
         if (child->IsShown()) before = child;
     }
-    auto* text = wxDynamicCast(before, wxStaticText);
+    auto* text = dynamic_cast<wxStaticText*>(before);
     // A folding panel's header names the panel, not the field below it.
     auto* panel = dynamic_cast<wxExpandablePanel*>(parent);
     if (!text || (panel && panel->GetHeaderLabel() == text)) return wxString();
@@ -1528,7 +1528,7 @@ protected:
     int Count() const override { return int(m_Tabs->GetPageCount()); }
     int Selected() const override { return m_Tabs->GetActivePage(); }
     void Select(int index) override {
-        auto* book = wxDynamicCast(m_Tabs->GetParent(), wxAuiNotebook);
+        auto* book = dynamic_cast<wxAuiNotebook*>(m_Tabs->GetParent());
         const int page = book ? book->GetPageIndex(m_Tabs->GetPage(size_t(index)).window) : -1;
         if (page >= 0) book->SetSelection(size_t(page));
     }
