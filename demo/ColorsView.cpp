@@ -247,7 +247,10 @@ public:
         page->Add(radios, 0, section, border);
 
         page->Add(Heading("Renderer and gradients"), 0, wxLEFT | wxRIGHT, border);
-        page->Add(new _RendererSamples(this), 0, section, border);
+        // Drawn windows tell assistive technologies what they are by their label.
+        auto* samples = new _RendererSamples(this);
+        samples->SetLabel(_("Renderer samples"));
+        page->Add(samples, 0, section, border);
 
         page->Add(Heading("Splitter"), 0, wxLEFT | wxRIGHT, border);
         auto* splitter = new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition,
@@ -263,7 +266,9 @@ public:
         page->Add(splitter, 0, section, border);
 
         page->Add(Heading("Palette"), 0, wxLEFT | wxRIGHT, border);
-        page->Add(new _PaletteSwatches(this), 0, section, border);
+        auto* swatches = new _PaletteSwatches(this);
+        swatches->SetLabel(_("Palette"));
+        page->Add(swatches, 0, section, border);
 
         SetSizer(page);
         SetScrollRate(FromDIP(10), FromDIP(10));

@@ -51,7 +51,8 @@ ConnectionPanel::ConnectionPanel(wxWindow* parent) : wxExpandablePanel(parent, w
 void ConnectionPanel::ShowConnection(bool connected, const wxString& master) {
     m_State->SetLabel(connected ? wxString::Format(_("Connected to %s"), master)
                                 : _("Disconnected"));
-    m_State->SetForegroundColour(wxsGetColor(connected ? color_TextGreen : color_TextRed));
+    m_State->SetForegroundColour(wxsReadableOn(wxsGetColor(connected ? color_TextGreen : color_TextRed),
+                                               m_State->GetBackgroundColour()));
     m_Link->SetLabel(connected ? _("&Disconnect") : _("&Reconnect"));
     Layout();
 }

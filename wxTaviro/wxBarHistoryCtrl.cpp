@@ -1,5 +1,6 @@
 // The bar history chart: samples, scaling, geometry, rendering and the tooltip.
 #include <wxTaviro/wxBarHistoryCtrl.h>
+#include <wxTaviro/wxTaviroAccessible.h>
 #include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroColors.h>
 
@@ -78,6 +79,7 @@ bool wxBarHistoryCtrl::Create(wxWindow* parent, int id, const wxPoint& pos, cons
     if (!wxControl::Create(parent, id, pos, size, flags, wxDefaultValidator,
                            wxASCII_STR(wxControlNameStr)))
         return false;
+    wxsAccessibleRegister(this);
     // At least 50 x 10; a size given here is the initial and minimum size in its place, as
     // with every toolkit control.
     wxSize min = FromDIP(wxSize(50, 10));

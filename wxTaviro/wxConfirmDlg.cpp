@@ -46,6 +46,8 @@ void wxConfirmDlg::CreateControls(wxWindow*, const wxString& message, bool canCa
     row->AddSpacer(10);
     auto* ok = new wxsButton(this, wxID_OK, wxGetTranslation("OK"));
     ok->SetDefault();
+    // The question starts on its default button, so that a stray Space cannot tick the box.
+    ok->SetFocus();
     row->Add(ok);
     if (canCancel) {
         row->AddSpacer(5);

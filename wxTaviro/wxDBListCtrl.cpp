@@ -383,6 +383,9 @@ void wxDBListHeader::DrawBitmap() {
         }
         int room = cell.GetRight() - pad - textX;
         if (room > 0) {
+            // Readable on the whole gradient; dimmed in an inactive window as disabled text is.
+            const double minimum = active ? 4.5 : 3.0;
+            dc.SetTextForeground(wxsReadableOn(wxsReadableOn(text, top, minimum), bottom, minimum));
             const String label = FormatDisplayString(columns[i].label, room, dc);
             dc.SetClippingRegion(cell);
             dc.DrawText(wxFromString(label), textX, textY);
@@ -495,6 +498,8 @@ wxBEGIN_EVENT_TABLE(wxDBListBody, wxDBListBase)
     EVT_KEY_DOWN(wxDBListBody::OnKey)
     EVT_TIMER(200, wxDBListBody::OnTooltipTimer)
     EVT_SYS_COLOUR_CHANGED(wxDBListBody::OnColors)
+    EVT_SET_FOCUS(wxDBListBody::OnFocus)
+    EVT_KILL_FOCUS(wxDBListBody::OnFocus)
 wxEND_EVENT_TABLE()
 
 wxDBListBody::wxDBListBody(wxDBListCtrl* owner, wxWindow* parent, bool singleSelection)
@@ -649,7 +654,9 @@ void wxDBListBody::DrawBitmap() {
         bg = Or(bg, *wxWHITE);
         dc.SetBrush(wxBrush(bg));
         dc.DrawRectangle(0, y, size.x, m_lineHeight);
-        dc.SetTextForeground(Or(fg, *wxBLACK));
+        // The row's own colour, or the nearest shade of it that reads on this background.
+        const wxColour ink = wxsReadableOn(Or(fg, *wxBLACK), bg);
+        dc.SetTextForeground(ink);
         int64_t x = -hpos;
         for (int c = 0; c < int(columns.size()) && x < size.x; x += columns[c].width, ++c) {
             if (x + columns[c].width <= 0) continue;
@@ -660,12 +667,21 @@ void wxDBListBody::DrawBitmap() {
                 dc.SetBrush(wxBrush(lit));
                 dc.DrawRectangle(cell);
                 dc.SetTextBackground(lit);
+                dc.SetTextForeground(wxsReadableOn(ink, lit));
             } else {
                 dc.SetTextBackground(bg);
+                dc.SetTextForeground(ink);
             }
             m_list->DrawCell(dc, row, c, cell, selected);
         }
         m_list->CleanupAfterDraw(row);
+    }
+    // The keyboard's place: the anchor row framed while the list has the focus.
+    if (HasFocus() && m_lastSelect >= first && m_lastSelect <= last) {
+        const int y = (m_lastSelect - first) * m_lineHeight - shift;
+        const wxColour under = Or(m_list->GetRowBGColor(m_lastSelect), *wxWHITE);
+        wxsDrawFocusMark(dc, wxRect(0, y, int(std::min<int64_t>(tableRight, size.x)), m_lineHeight),
+                         wxsReadableOn(Or(wxsGetColor(color_Text), *wxBLACK), under));
     }
     // Column separators down to the last row, and the end of the table.
     const int bottom = (last - first + 1) * m_lineHeight - shift;
@@ -681,6 +697,11 @@ void wxDBListBody::DrawBitmap() {
 
 void wxDBListBody::ClearTextCache() {
     m_cache->Clear();
+}
+
+void wxDBListBody::OnFocus(wxFocusEvent& event) {
+    event.Skip();
+    if (m_lastSelect >= 0) RedrawItem(m_lastSelect); // the focus mark comes or goes
 }
 
 void wxDBListBody::OnColors(wxSysColourChangedEvent& event) {
@@ -818,7 +839,7 @@ void wxDBListBody::OnKey(wxKeyEvent& event) {
     const int key = event.GetKeyCode();
     const int step = key == WXK_DOWN ? 1 : key == WXK_UP ? -1 : 0;
     if (step == 0) {
-        event.Skip();
+        if (!JumpKey(event)) event.Skip();
         return;
     }
     if (step > 0 ? !(m_lastSelect >= 0 && m_lastSelect < m_lineCount - 1) : m_lastSelect <= 0)
@@ -834,6 +855,44 @@ void wxDBListBody::OnKey(wxKeyEvent& event) {
         ScrollLines(1);
     else if (step < 0 && top < m_lineHeight)
         ScrollLines(-1);
+}
+
+bool wxDBListBody::JumpKey(const wxKeyEvent& event) {
+    // A page is the rows fully in view less one, so that one row stays for orientation.
+    const int page = std::max(1, ViewSize().y / m_lineHeight - 1);
+    const int from = m_lastSelect >= 0 ? m_lastSelect : RowAt(0);
+    int target = 0;
+    switch (event.GetKeyCode()) {
+    case WXK_HOME:
+    case WXK_NUMPAD_HOME:
+        target = 0;
+        break;
+    case WXK_END:
+    case WXK_NUMPAD_END:
+        target = m_lineCount - 1;
+        break;
+    case WXK_PAGEUP:
+    case WXK_NUMPAD_PAGEUP:
+        target = from - page;
+        break;
+    case WXK_PAGEDOWN:
+    case WXK_NUMPAD_PAGEDOWN:
+        target = int(std::min<int64_t>(int64_t(from) + page, INT_MAX));
+        break;
+    default:
+        return false;
+    }
+    target = std::max(0, std::min(target, m_lineCount - 1));
+    if (m_lineCount <= 0 || target == m_lastSelect) return true;
+    // As that many arrow presses: with Shift or Control the rows passed are added.
+    const bool extend =
+        !m_singleSelection && m_lastSelect >= 0 && (event.ShiftDown() || event.ControlDown());
+    if (!extend) DeselectAll(false);
+    ProcessSelection(target, wxPoint(0, RowTop(target, GetScrollPixel(wxVERTICAL), m_lineHeight)),
+                     extend, false);
+    m_lastSelect = target;
+    m_list->EnsureVisible(target);
+    return true;
 }
 
 // ---- wxDBListCtrl: hooks ----

@@ -152,6 +152,9 @@ public:
     void OnMotion(wxMouseEvent& event);
     void OnLeave(wxMouseEvent& event);
     void OnKey(wxKeyEvent& event);
+    // Page Up and Down, Home and End: the anchor jumps there, as that many arrow presses
+    // would move it (a page from the top of the view without an anchor); false for other keys.
+    bool JumpKey(const wxKeyEvent& event);
     void OnTooltipTimer(wxTimerEvent& event);
 
     int GetLastSelect() const { return m_lastSelect; }
@@ -168,6 +171,7 @@ protected:
     friend class wxDBListHeader;
 
     void OnColors(wxSysColourChangedEvent& event);
+    void OnFocus(wxFocusEvent& event);
     // Steps shared by left and right button down.
     void ClickSelect(int row, const wxPoint& point, bool shift, bool control);
 

@@ -1,6 +1,7 @@
 // Sections: construction; deferred redraw; paint and resize; scroll bars (64-bit model and its
 // native copy); scroll events; wheel.
 #include <wxTaviro/wxDoubleBufferedWindow.h>
+#include <wxTaviro/wxTaviroAccessible.h>
 
 #include <ostrum/CallTrace.h>
 #include <ostrum/Exception.h>
@@ -41,6 +42,7 @@ wxDoubleBufferedWindow::wxDoubleBufferedWindow(wxWindow* parent, int id, long st
       m_timer(this, 1) {
     // The bitmap covers everything; the toolkit must not clear behind it.
     SetBackgroundStyle(wxBG_STYLE_PAINT);
+    wxsAccessibleRegister(this);
 }
 
 wxDoubleBufferedWindow::~wxDoubleBufferedWindow() {

@@ -47,6 +47,10 @@ public:
     // Moves to `pos` (clamped to 0 .. range - thumb) and redraws, as a thumb drag would.
     void ScrollToPixel(int orient, int64_t pos);
 
+    // The vertical unit (a line or row) and the horizontal one, in pixels.
+    int GetLineHeight() const { return m_lineHeight; }
+    int GetUnitWidth() const { return m_unitWidth; }
+
     // The wx accessors in pixels, saturated at INT_MAX.
     int GetScrollPos(int orient) const override;
     int GetScrollRange(int orient) const override;

@@ -13,6 +13,7 @@
 //   wxsCheckListBox  rows and client data, ticks and their events, keys, menu, painting
 //   wxsNotebook      wxsTabArt (strip and tabs), wxsDockArt (borders, sashes), the notebook
 #include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroAccessible.h>
 
 #include <ostrum/CallTrace.h>
 #include <ostrum/Exception.h>
@@ -29,6 +30,7 @@
 #include <wx/wupdlock.h>
 
 #include <algorithm>
+#include <array>
 #include <dlfcn.h>
 #include <cmath>
 #include <iterator>
@@ -207,6 +209,47 @@ wxColour Disabled(const wxColour& colour) {
 wxColour Hilight(const wxColour& colour) {
     CALL_ENTRY("Hilight");
     return OffsetColor(colour, 25, 25, 25);
+}
+
+namespace {
+// Relative luminance of sRGB channels, from a table: paint code asks this for every row.
+double _Luminance(const wxColour& c) {
+    static const std::array<double, 256> s_Linear = [] {
+        std::array<double, 256> t{};
+        for (int i = 0; i < 256; ++i) {
+            const double v = i / 255.0;
+            t[size_t(i)] = v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+        }
+        return t;
+    }();
+    return 0.2126 * s_Linear[c.Red()] + 0.7152 * s_Linear[c.Green()] + 0.0722 * s_Linear[c.Blue()];
+}
+
+wxColour _Mix(const wxColour& from, int to, double t) {
+    auto channel = [&](int c) { return (unsigned char)std::lround(c + (to - c) * t); };
+    return wxColour(channel(from.Red()), channel(from.Green()), channel(from.Blue()));
+}
+} // namespace
+
+double wxsContrast(const wxColour& a, const wxColour& b) {
+    const double la = _Luminance(a), lb = _Luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+wxColour wxsReadableOn(const wxColour& text, const wxColour& background, double minimum) {
+    if (!text.IsOk() || !background.IsOk() || wxsContrast(text, background) >= minimum) return text;
+    // Towards the end the text already leans to, unless even that end does not read.
+    const bool darker = _Luminance(text) < _Luminance(background);
+    const wxColour black(0, 0, 0), white(255, 255, 255);
+    const bool toBlack = darker ? wxsContrast(black, background) >= minimum
+                                : wxsContrast(white, background) < minimum;
+    const int end = toBlack ? 0 : 255;
+    double lo = 0, hi = 1; // the least mix that reads
+    for (int step = 0; step < 16; ++step) {
+        const double mid = (lo + hi) / 2;
+        (wxsContrast(_Mix(text, end, mid), background) >= minimum ? hi : lo) = mid;
+    }
+    return _Mix(text, end, hi);
 }
 
 void Light() {
@@ -397,6 +440,7 @@ void wxsColorManaged::Manage(wxWindow* window) {
     m_Window = window;
     if (!m_Window) return;
     m_Window->Bind(wxEVT_SYS_COLOUR_CHANGED, &wxsColorManaged::wxsHandleSysColorChanged, this);
+    wxsAccessibleRegister(m_Window);
 
     // A control takes its container's roles. The dialog base is a wxsColorManaged as well, so
     // the cross-cast finds it too.
@@ -428,11 +472,15 @@ void wxsColorManaged::RefreshColors() const {
     if (!m_Window) return;
     const bool enabled = m_Window->IsEnabled();
     wxWindowUpdateLocker freeze(m_Window);
-    // An unset slot gives an invalid colour, which resets the window to its default.
-    m_Window->SetForegroundColour(enabled ? _RoleColour(m_EnabledFgSlot, m_EnabledFgOffset)
-                                          : _RoleColour(m_DisabledFgSlot, m_DisabledFgOffset));
-    m_Window->SetBackgroundColour(enabled ? _RoleColour(m_EnabledBgSlot, m_EnabledBgOffset)
-                                          : _RoleColour(m_DisabledBgSlot, m_DisabledBgOffset));
+    // An unset slot gives an invalid colour, which resets the window to its default. The
+    // text takes the nearest shade of its role that reads on the background (disabled text
+    // a little less).
+    const wxColour bg = enabled ? _RoleColour(m_EnabledBgSlot, m_EnabledBgOffset)
+                                : _RoleColour(m_DisabledBgSlot, m_DisabledBgOffset);
+    const wxColour fg = enabled ? _RoleColour(m_EnabledFgSlot, m_EnabledFgOffset)
+                                : _RoleColour(m_DisabledFgSlot, m_DisabledFgOffset);
+    m_Window->SetForegroundColour(wxsReadableOn(fg, bg, enabled ? 4.5 : 3.0));
+    m_Window->SetBackgroundColour(bg);
 }
 
 void wxsColorManaged::wxsHandleSysColorChanged(wxSysColourChangedEvent& event) {
@@ -540,6 +588,27 @@ void DrawGradedRectangle(wxDC& dc, const wxRect& rect, const wxColour& first,
         }
         if (gradeBottom) --h;
     }
+}
+
+void wxsDrawFocusMark(wxDC& dc, const wxRect& rect, const wxColour& ink) {
+    CALL_ENTRY("wxsDrawFocusMark");
+    if (!ink.IsOk() || rect.IsEmpty()) return;
+    // Every other pixel filled, not a dotted pen: Cairo smears a dotted 1-pixel line over two
+    // pixel rows at half strength, and the mark fades into the face.
+    const wxPen oldPen = dc.GetPen();
+    const wxBrush oldBrush = dc.GetBrush();
+    dc.SetPen(*wxTRANSPARENT_PEN);
+    dc.SetBrush(wxBrush(ink));
+    for (int x = rect.x; x <= rect.GetRight(); x += 2) {
+        dc.DrawRectangle(x, rect.y, 1, 1);
+        dc.DrawRectangle(x, rect.GetBottom(), 1, 1);
+    }
+    for (int y = rect.y + 2; y < rect.GetBottom(); y += 2) {
+        dc.DrawRectangle(rect.x, y, 1, 1);
+        dc.DrawRectangle(rect.GetRight(), y, 1, 1);
+    }
+    dc.SetPen(oldPen);
+    dc.SetBrush(oldBrush);
 }
 
 void DrawCircle(wxDC& dc, const wxRect& rect, double startAngle, double endAngle) {
@@ -930,8 +999,11 @@ void wxsButton::Draw(wxDC& dc) {
         _Fill(dc, wxRect(size), face);
     }
     dc.SetFont(GetFont());
-    dc.SetTextForeground(GetForegroundColour());
+    const wxColour ink = wxsReadableOn(GetForegroundColour(), face, IsEnabled() ? 4.5 : 3.0);
+    dc.SetTextForeground(ink);
     dc.DrawText(GetLabelText(), GetLabelRect(size).GetPosition());
+    // The default look alone does not tell the focus: the default button may not have it.
+    if (HasFocus()) wxsDrawFocusMark(dc, wxRect(size).Deflate(2), ink);
 }
 
 void wxsButton::_LoseFocus() {
@@ -1124,22 +1196,19 @@ void wxsCheckBox::Draw(wxDC& dc) {
                                 : GetForegroundColour(); // the disabled role
     if (!text.IsOk()) text = GetForegroundColour();
     dc.SetFont(GetFont());
-    dc.SetTextForeground(text);
+    const wxColour ink = wxsReadableOn(text, GetBackgroundColour(), IsEnabled() ? 4.5 : 3.0);
+    dc.SetTextForeground(ink);
     dc.SetTextBackground(GetBackgroundColour());
     {
         wxDCClipper clip(dc, g.label);
         dc.DrawText(GetLabelText(), g.label.GetPosition());
     }
-    const wxColour mark = wxsGetColor(color_3DLight);
-    if (HasFocus() && mark.IsOk()) {
-        _KeepPenAndBrush keep(dc);
-        wxPen pen(mark, 1, wxPENSTYLE_DOT);
-        pen.SetJoin(wxJOIN_MITER);
-        pen.SetCap(wxCAP_BUTT);
-        dc.SetPen(pen);
-        dc.SetBrush(*wxTRANSPARENT_BRUSH);
-        dc.DrawRectangle(g.focus);
-    }
+    // "3DLight" when it shows on the background, else the label's ink: in Light the two greys
+    // are all but equal.
+    const wxColour light = wxsGetColor(color_3DLight);
+    const wxColour mark =
+        light.IsOk() && wxsContrast(light, GetBackgroundColour()) >= 3 ? light : ink;
+    if (HasFocus()) wxsDrawFocusMark(dc, g.focus, mark);
 }
 
 wxEventType wxsCheckBox::ClickEventType() const {
@@ -1652,7 +1721,7 @@ void wxsCheckListBox::OnDraw(wxDC& dc) {
     wxRendererNative& renderer = wxRendererNative::Get();
     const wxColour fg = GetForegroundColour(), bg = GetBackgroundColour();
     dc.SetFont(GetFont());
-    dc.SetTextForeground(fg);
+    dc.SetTextForeground(wxsReadableOn(fg, bg));
     dc.SetTextBackground(bg);
     for (int i = first; i <= last; ++i) {
         const _Item& item = m_Items[i];
@@ -1661,7 +1730,7 @@ void wxsCheckListBox::OnDraw(wxDC& dc) {
         const bool selected = i == m_Selection;
         if (selected) {
             const wxColour mark = wxsGetColor(color_Selected);
-            dc.SetTextForeground(*wxWHITE);
+            dc.SetTextForeground(wxsReadableOn(*wxWHITE, mark));
             dc.SetTextBackground(mark);
             {
                 _KeepPenAndBrush keep(dc);
@@ -1672,7 +1741,7 @@ void wxsCheckListBox::OnDraw(wxDC& dc) {
         }
         dc.DrawText(item.label, g.text);
         if (selected) {
-            dc.SetTextForeground(fg);
+            dc.SetTextForeground(wxsReadableOn(fg, bg));
             dc.SetTextBackground(bg);
         }
     }
@@ -1848,13 +1917,11 @@ void wxsTabArt::DrawTab(wxDC& dc, wxWindow* window, const wxAuiNotebookPage& pag
     const int textHeight = page.active ? selectedHeight : normalHeight;
 
     dc.SetClippingRegion(g.clip);
-    if (page.active) {
-        const wxColour selected = wxsGetColor(color_Selected);
-        DrawGradedRectangle(dc, g.fill, selected, _Lightness(selected, 60), 2.75f, true, false);
-    } else {
-        DrawGradedRectangle(dc, g.fill, wxsGetColor(color_WindowBGLighter),
-                            wxsGetColor(color_WindowBG), 2.75f, true, false);
-    }
+    const wxColour selected = wxsGetColor(color_Selected);
+    const wxColour fillFrom = page.active ? selected : wxsGetColor(color_WindowBGLighter);
+    DrawGradedRectangle(dc, g.fill, fillFrom,
+                        page.active ? _Lightness(selected, 60) : wxsGetColor(color_WindowBG), 2.75f,
+                        true, false);
     dc.SetPen(_Pen(OffsetColor(wxsGetColor(color_WindowBGDarker), -20, -20, -20)));
     dc.SetBrush(*wxTRANSPARENT_BRUSH);
     dc.DrawPolygon(6, g.outline);
@@ -1891,7 +1958,8 @@ void wxsTabArt::DrawTab(wxDC& dc, wxWindow* window, const wxAuiNotebookPage& pag
 
     const wxString text = _ChopText(dc, caption, tabWidth - (textOffset - tabX) - closeWidth);
     const wxColour colour = wxsGetColor(color_Text);
-    dc.SetTextForeground(page.active ? colour : _Lightness(colour, 80));
+    // The caption reads on its tab's face (the shading darkens only a narrow band below it).
+    dc.SetTextForeground(wxsReadableOn(page.active ? colour : _Lightness(colour, 80), fillFrom));
     const int textY = drawnTop + drawnHeight / 2 - textHeight / 2 - 1;
     dc.DrawText(text, textOffset, textY);
 
@@ -1934,6 +2002,17 @@ void wxsDockArt::UpdateColoursFromSystem() {
     for (const auto& role : roles) {
         const wxColour c = wxsGetColor(*role.second);
         if (c.IsOk()) SetColour(role.first, c);
+    }
+    // Caption texts in shades that read on their captions' shading.
+    for (const auto& caption : {std::make_tuple(wxAUI_DOCKART_INACTIVE_CAPTION_TEXT_COLOUR,
+                                                wxAUI_DOCKART_INACTIVE_CAPTION_COLOUR,
+                                                wxAUI_DOCKART_INACTIVE_CAPTION_GRADIENT_COLOUR),
+                                std::make_tuple(wxAUI_DOCKART_ACTIVE_CAPTION_TEXT_COLOUR,
+                                                wxAUI_DOCKART_ACTIVE_CAPTION_COLOUR,
+                                                wxAUI_DOCKART_ACTIVE_CAPTION_GRADIENT_COLOUR)}) {
+        const auto [text, from, to] = caption;
+        SetColour(text,
+                  wxsReadableOn(wxsReadableOn(GetColour(text), GetColour(from)), GetColour(to)));
     }
     InitBitmaps(); // the caption buttons take the caption text colours
 }

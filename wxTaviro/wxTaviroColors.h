@@ -86,6 +86,14 @@ wxColour Disabled(const wxColour& colour);
 // The hover shade: 25 lighter per channel, capped at 255.
 wxColour Hilight(const wxColour& colour);
 
+// Legibility. The palette's values stay as they are; text is drawn in a shade that reads.
+// The contrast ratio of two colours, 1 to 21, as the accessibility guidelines measure it.
+double wxsContrast(const wxColour& a, const wxColour& b);
+// `text` itself when it reads on `background` with at least `minimum` contrast (4.5 for
+// text, 3 for disabled text); otherwise the shade of it nearest to it, mixed towards black or
+// white, that does. Unset colours come back as they are.
+wxColour wxsReadableOn(const wxColour& text, const wxColour& background, double minimum = 4.5);
+
 // Store one fixed scheme's 27 colours into the palette; other slots are left alone.
 void Light();
 void Lighter();
@@ -173,6 +181,9 @@ protected:
 // flag the rectangle is filled flat in `first`.
 void DrawGradedRectangle(wxDC& dc, const wxRect& rect, const wxColour& first,
                          const wxColour& second, float power, bool gradeBottom, bool gradeTop);
+// The keyboard focus mark of the themed controls: a dotted frame in the ink of the text it
+// surrounds, so that it shows in every scheme.
+void wxsDrawFocusMark(wxDC& dc, const wxRect& rect, const wxColour& ink);
 // A filled pie inscribed in rect with the current brush and pen, angles in degrees
 // counter-clockwise from three o'clock; 0 to 360 is a whole disc.
 void DrawCircle(wxDC& dc, const wxRect& rect, double startAngle, double endAngle);

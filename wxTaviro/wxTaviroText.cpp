@@ -7,6 +7,7 @@
 //   wxsAutoCompleter    the shared word set, completion of the last word
 //   wxsGetTextFromUser  wxsTextDlg and the prompt
 #include <wxTaviro/wxTaviroText.h>
+#include <wxTaviro/wxTaviroAccessible.h>
 
 #include <wxTaviro/wxTaviroApp.h>
 
@@ -19,6 +20,7 @@
 #include <strings.h>
 
 #include <set>
+#include <vector>
 
 namespace {
 
@@ -73,8 +75,25 @@ wxCoord _ItemHeight(const wxOwnerDrawnComboBox* box) {
 void _DrawItem(const wxOwnerDrawnComboBox* box, wxDC& dc, const wxRect& rect, int item, int flags) {
     if (item < 0 || item >= (int)box->GetCount()) return;
     dc.SetFont(box->GetFont());
-    dc.SetTextForeground(
-        _Slot((flags & wxODCB_PAINTING_SELECTED) ? color_WindowBGDarker : color_Text));
+    // Readable wherever the item may sit: the face in either look, the open list, the
+    // selection's shading.
+    std::vector<wxColour> under;
+    if (flags & wxODCB_PAINTING_SELECTED) {
+        under = {_Slot(color_Selected), _Lift(_Slot(color_Selected), -25)};
+    } else if (flags & wxODCB_PAINTING_CONTROL) {
+        const wxColour raised = _Lift(_Slot(color_WindowBGLighter), 25);
+        const wxColour sunken = _Slot(color_WindowBGDarker);
+        under = {raised, _Lift(raised, -22), sunken, _Lift(sunken, 12)};
+        if (!box->IsEnabled())
+            for (wxColour& c : under)
+                c = Disabled(c);
+    } else {
+        under = {_Slot(color_WindowBGLighter)};
+    }
+    wxColour ink = _Slot((flags & wxODCB_PAINTING_SELECTED) ? color_WindowBGDarker : color_Text);
+    for (const wxColour& c : under)
+        ink = wxsReadableOn(ink, c, box->IsEnabled() ? 4.5 : 3.0);
+    dc.SetTextForeground(ink);
     const wxString text = box->GetString(item);
     const int height = dc.GetTextExtent(text).GetHeight();
     dc.DrawText(text, rect.x + box->FromDIP(6), rect.y + (rect.height - height) / 2);
@@ -97,6 +116,7 @@ wxsTextCtrl::wxsTextCtrl(wxWindow* parent, int id, const wxString& value, const 
     : wxTextCtrl(parent, id, value, pos, size, AdjustStyle(style), validator, name) {
     CALL_ENTRY("wxsTextCtrl::wxsTextCtrl");
     m_Window = this; // colours are set by OnSysColorChange, not by the generic roles
+    wxsAccessibleRegister(this);
     SetForegroundSlot(color_Text);
     SetBackgroundSlot(color_WindowBGDarker);
     m_ClearButton = new wxsButton(parent, ClearButtonId, wxString::FromUTF8("\xC3\x97"));

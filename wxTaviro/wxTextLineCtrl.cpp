@@ -453,6 +453,8 @@ wxBEGIN_EVENT_TABLE(wxTextLineCtrl, wxDoubleBufferedWindow)
     EVT_SCROLLWIN(wxTextLineCtrl::OnScrollEvent)
     EVT_MOUSEWHEEL(wxTextLineCtrl::OnWheel)
     EVT_TIMER(1, wxTextLineCtrl::OnRedrawTimer)
+    EVT_SET_FOCUS(wxTextLineCtrl::OnFocus)
+    EVT_KILL_FOCUS(wxTextLineCtrl::OnFocus)
 wxEND_EVENT_TABLE()
 
 wxTextLineCtrl::wxTextLineCtrl(wxWindow* parent)
@@ -495,6 +497,7 @@ int wxTextLineCtrl::Append(const String& line, bool sorted) {
         }
         index = lo;
     }
+    if (index != m_Store.Count()) ++m_Edits;
     m_Store.Insert(index, line.data(), line.size());
     // Characters never outnumber bytes: count them only when the line may be the widest.
     const std::string_view stored = m_Store.Line(index);
@@ -530,6 +533,7 @@ void wxTextLineCtrl::SetLineLimit(size_t lines) {
 
 void wxTextLineCtrl::DropOldest(int count) {
     m_Store.DropFront(count);
+    ++m_Edits; // every line's text offset moved
     m_Dropped += uint64_t(count);
     // Every index that pointed at a line now points at the same line, or at none.
     auto moved = [count](int& line) { line = line >= count ? line - count : -1; };
@@ -551,6 +555,7 @@ void wxTextLineCtrl::DropOldest(int count) {
 void wxTextLineCtrl::Erase(int index) {
     CALL_ENTRY("wxTextLineCtrl::Erase");
     m_Store.Erase(index);
+    ++m_Edits;
     m_lineCount = m_Store.Count();
     m_BarsStale = true;
     SyncBars();
@@ -562,6 +567,7 @@ void wxTextLineCtrl::Clear() {
     m_Store.Clear();
     m_Dropped = 0;
     m_DroppedShift = 0;
+    ++m_Edits;
     SelectNone();
     m_SearchLine = -1;
     RequestRedraw();
@@ -686,6 +692,11 @@ void wxTextLineCtrl::RequestRedraw() {
     if (m_RedrawPending && m_timer.IsRunning()) return;
     m_RedrawPending = true;
     Redraw();
+}
+
+void wxTextLineCtrl::OnFocus(wxFocusEvent& event) {
+    event.Skip();
+    RequestRedraw(); // the focus frame comes or goes
 }
 
 void wxTextLineCtrl::OnRedrawTimer(wxTimerEvent& event) {
@@ -886,7 +897,11 @@ void wxTextLineCtrl::OnKey(wxKeyEvent& event) {
         if (ctrl) CopySelectionToClipboard();
         break;
     case 'F':
-        if (ctrl) ToggleSearch();
+        // The viewer's own search comes before a frame's Ctrl+F: the key stops here.
+        if (ctrl) {
+            ToggleSearch();
+            return;
+        }
         break;
     case 'S':
         if (ctrl) SaveAs();
@@ -977,7 +992,8 @@ void wxTextLineCtrl::DrawBitmap() {
                                         : sel;
         dc.SetBrush(wxBrush(fill));
         dc.DrawRectangle(0, y, client.x, m_lineHeight);
-        dc.SetTextForeground(selected ? selText : text);
+        const wxColour ink = wxsReadableOn(selected ? selText : text, fill);
+        dc.SetTextForeground(ink);
         dc.SetTextBackground(fill);
         const wxString part = Decode(m_Store.Line(int(i)), size_t(firstCol), m_pageUnits, true);
         if (!part.empty()) dc.DrawText(part, x0 - xOff, y);
@@ -988,7 +1004,6 @@ void wxTextLineCtrl::DrawBitmap() {
             const wxRect cells(
                 int((m_SearchColumn - hpos / m_unitWidth) * m_unitWidth + m_unitWidth / 2 - xOff),
                 y, m_SearchLength * m_unitWidth, m_lineHeight);
-            const wxColour ink = selected ? selText : text;
             dc.SetBrush(wxBrush(Inverse(fill)));
             dc.DrawRectangle(cells);
             wxDCClipper clip(dc, cells);
@@ -1013,6 +1028,8 @@ void wxTextLineCtrl::DrawBitmap() {
         dc.SetTextForeground(text);
         dc.DrawText(note, box.x + m_unitWidth / 2, 0);
     }
+    // The viewer has no caret: a frame inside its edge shows that the keys come here.
+    if (HasFocus()) wxsDrawFocusMark(dc, wxRect(client).Deflate(1), wxsReadableOn(text, bg));
 }
 
 // ---- search panel ----

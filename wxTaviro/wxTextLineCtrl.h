@@ -133,6 +133,9 @@ public:
         end = m_SelEnd;
     }
     int GetHighlightLine() const { return m_HighlightLine; }
+    // Counts the changes other than lines appended at the end (a sorted insertion, an erase,
+    // a clear), so that a reader of the lines can tell whether what it counted still holds.
+    uint64_t GetEditCount() const { return m_Edits; }
     // The store itself (benchmarks time its scan without the not-found message).
     _TextLineStore& GetStore() { return m_Store; }
 
@@ -155,6 +158,7 @@ public:
     void OnScrollEvent(wxScrollWinEvent& event);
     void OnWheel(wxMouseEvent& event);
     void OnRedrawTimer(wxTimerEvent& event);
+    void OnFocus(wxFocusEvent& event);
 
 private:
     // The line under client y, -1 past the last line.
@@ -176,6 +180,7 @@ private:
     bool m_Selecting = false;
     int m_HighlightLine = -1;
     int m_WidestChars = 0;
+    uint64_t m_Edits = 0;
     mutable bool m_BarsStale = false;
     bool m_RedrawPending = false;
     size_t m_LineLimit = k_DefaultLineLimit;

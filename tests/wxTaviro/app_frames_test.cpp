@@ -155,12 +155,14 @@ TEST_F(AppTest, DialogKeysAndCancelYieldingZero) {
 }
 
 // Answers one confirmation (ticks the box or not, presses the button): (result, times shown).
+// The question must open on its OK button, not on the box a stray Space would tick.
 std::pair<bool, int> Answer(const String& key, bool tick, int button) {
     wxConfirmDlg dlg(nullptr, "Sure?", key, true);
     int shown = 0;
     const SlotId id = wxTaviroDlg::s_ModalStarted.Connect([&] {
         ++shown;
         dlg.CallAfter([&dlg, tick, button] {
+            EXPECT_TRUE(WaitFor([&] { return wxWindow::FindFocus() == dlg.FindWindow(wxID_OK); }));
             dlg.GetCheckBox()->SetValue(tick);
             dlg.EmulateWxsButtonClickIfPresent(button);
         });

@@ -223,7 +223,8 @@ TEST_F(Colors, ManagedWindowsInheritRolesAndFollowColourChanges) {
     EXPECT_EQ(deep->GetBackgroundColour(), Rgb(72, 72, 72));
     off->Enable(false);
     off->RefreshColors();
-    EXPECT_EQ(off->GetForegroundColour(), Rgb(160, 170, 190)); // "TextGray"
+    // "TextGray", in the shade of it that reads on the disabled background.
+    EXPECT_EQ(off->GetForegroundColour(), wxsReadableOn(Rgb(160, 170, 190), Rgb(142, 142, 142), 3));
     EXPECT_EQ(off->GetBackgroundColour(), Rgb(142, 142, 142)); // 92 + 50
     Lighter();
     wxSysColourChangedEvent event;
@@ -511,7 +512,10 @@ TEST_F(ColorsControls, CheckBoxTogglesReportsAndPaintsThroughTheApplicationRende
     const int h = size.y, mid = h / 2;
     const wxRect label(h + 2, 0, size.x - h - 6, h), left(0, 0, h + 2, h);
     EXPECT_EQ(check->GetGeometry(size).label, label);
-    const wxColour text = Rgb(235, 235, 235), orange = Rgb(255, 136, 0);
+    // "TextOrange" on the Dark window reads only in a lighter shade of it.
+    const wxColour text = Rgb(235, 235, 235);
+    const wxColour orange = wxsReadableOn(Rgb(255, 136, 0), check->GetBackgroundColour());
+    EXPECT_NE(orange, Rgb(255, 136, 0));
     wxImage img = Render(check);
     EXPECT_PIXEL(img, mid, mid, Rgb(108, 108, 108)); // the box face, from the renderer
     EXPECT_PIXEL(img, 0, 0, check->GetBackgroundColour());
@@ -526,7 +530,8 @@ TEST_F(ColorsControls, CheckBoxTogglesReportsAndPaintsThroughTheApplicationRende
     PumpEvents();
     img = Render(check);
     EXPECT_PIXEL(img, mid, mid, Rgb(218, 171, 91));
-    EXPECT_GT(CountPixels(img, label, k_Grey, 12), 0);
+    EXPECT_GT(CountPixels(img, label, wxsReadableOn(k_Grey, check->GetBackgroundColour(), 3), 12),
+              0);
     m_Panel->Enable(true); // the hover went with the disabling
     PumpEvents();
     EXPECT_GT(CountPixels(Render(check), label, text, 20), 0);
@@ -559,4 +564,40 @@ TEST_F(ColorsControls, RadioGroupsSetOnClickAndAlwaysReport) {
     Key(b, wxEVT_KEY_DOWN, WXK_LEFT); // only a disabled one before it
     EXPECT_TRUE(b->GetValue());
     EXPECT_EQ(from, (std::vector<wxObject*>{c, c, b, c, b}));
+}
+
+// The keyboard focus shows on a themed control in every scheme: focused, it paints a mark its
+// unfocused self lacks, 3:1 or more against what was there (a default button included, whose
+// look the focus does not change).
+TEST_F(ColorsControls, FocusMarkShowsInEveryScheme) {
+    auto* button = Add<wxsButton>(wxID_OK, "Go");
+    auto* check = Add<wxsCheckBox>(wxID_ANY, "Tick");
+    button->SetDefault();
+    auto marked = [](const wxImage& before, const wxImage& after) {
+        int count = 0;
+        for (int y = 0; y < after.GetHeight(); ++y)
+            for (int x = 0; x < after.GetWidth(); ++x) {
+                const wxColour a(before.GetRed(x, y), before.GetGreen(x, y), before.GetBlue(x, y));
+                const wxColour b(after.GetRed(x, y), after.GetGreen(x, y), after.GetBlue(x, y));
+                count += wxsContrast(a, b) >= 3;
+            }
+        return count;
+    };
+    for (int scheme = 1; scheme <= 5; ++scheme) {
+        SetColors(scheme);
+        wxSysColourChangedEvent colours;
+        TopWindow()->ProcessWindowEvent(colours);
+        // The focus comes from the other one (another button would take the default look).
+        for (wxWindow* control : std::initializer_list<wxWindow*>{button, check}) {
+            (control == button ? static_cast<wxWindow*>(check) : button)->SetFocus();
+            ASSERT_TRUE(WaitFor([&] { return !control->HasFocus(); }));
+            auto render = [&] { return button == control ? Render(button) : Render(check); };
+            const wxImage before = render();
+            control->SetFocus();
+            ASSERT_TRUE(WaitFor([&] { return control->HasFocus(); }));
+            const wxImage after = render();
+            EXPECT_GT(marked(before, after), 10)
+                << "scheme " << scheme << " " << control->GetLabel();
+        }
+    }
 }

@@ -6,12 +6,14 @@
 #include "demo/SideBar.h"
 
 #include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroColors.h>
 #include "demo/TypeTreeView.h"
 
 #include <taviro/JobFactory.h>
 
 #include <wx/aui/framemanager.h>
 
+#include <cmath>
 #include <map>
 
 using namespace taviro_test;
@@ -163,4 +165,62 @@ TEST(DemoLayout, OnlyAWholeLayoutOfTheSamePanesIsLoaded) {
                               "layout3" + saved.substr(7), saved + "junk=1|"})
         EXPECT_FALSE(IsPaneLayoutOf(bad, panes)) << bad;
     EXPECT_FALSE(IsPaneLayoutOf(saved, {"views", "load"}));
+}
+
+// Every status colour reads on both row shades and on the selection, in every scheme: the
+// strongest ink drawn in a row's status cell has 4.5:1 or more against the row's background.
+// (The palette's own values do not: in Light, "TextGreen" on the rows is 2.5:1.)
+double Luminance(const wxColour& c) {
+    auto channel = [](int v) {
+        const double s = v / 255.0;
+        return s <= 0.03928 ? s / 12.92 : std::pow((s + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * channel(c.Red()) + 0.7152 * channel(c.Green()) + 0.0722 * channel(c.Blue());
+}
+double Contrast(const wxColour& a, const wxColour& b) {
+    const double la = Luminance(a), lb = Luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+TEST(JobsView, StatusTextReadsOnEveryRowShadeInEveryScheme) {
+    std::map<UID, JobPtr> farm;
+    auto* view = new JobsView(TopWindow(), [&](const UID& id) { return farm[id]; });
+    view->SetSize(TopWindow()->GetClientSize());
+    PumpEvents();
+    // Each status on an even and an odd row, then selected.
+    for (int row = 0; row < 2 * k_JobArchived + 2; ++row) {
+        JobPtr job(new Job(UID(true)));
+        job->SetParameter(p_Name, "Job " + String::FromInt(row));
+        job->SetStatus(std::min(k_JobWaiting + row / 2, int(k_JobArchived)));
+        farm[job->GetID()] = job;
+        view->OnFarmMessage(Message(k_MsgJobCreated, job->GetID()));
+    }
+    view->Update(std::time(nullptr));
+    const int rows = view->GetItemCount(), status = view->FindColumnByType(k_JobsStatus);
+    view->GetBody()->SendListEvent(wxEVT_LIST_ITEM_SELECTED, {0, 0}, rows - 1);
+    for (int scheme = 1; scheme <= 5; ++scheme) {
+        SetColors(scheme);
+        wxImage img;
+        auto PixelAt = [&img](int x, int y) {
+            return wxColour(img.GetRed(x, y), img.GetGreen(x, y), img.GetBlue(x, y));
+        };
+        // Painted in this scheme once the first row has its background.
+        view->GetBody()->RedrawNow();
+        ASSERT_TRUE(WaitFor([&] {
+            const wxBitmap* buffer = view->GetBody()->GetBuffer();
+            if (!buffer) return false;
+            img = buffer->ConvertToImage();
+            const wxRect first = view->GetCellRect(0, status);
+            return PixelAt(first.GetRight() - 2, first.y + 2) == wxsGetColor(color_WindowBGDarker);
+        }));
+        for (int row = 0; row < rows; ++row) {
+            const wxRect cell = view->GetCellRect(row, status);
+            const wxColour bg = PixelAt(cell.GetRight() - 2, cell.y + cell.height / 2);
+            double best = 1;
+            for (int y = cell.y; y < cell.GetBottom(); ++y)
+                for (int x = cell.x; x < cell.GetRight(); ++x)
+                    best = std::max(best, Contrast(PixelAt(x, y), bg));
+            EXPECT_GE(best, 4.5) << "scheme " << scheme << ", row " << row;
+        }
+    }
 }

@@ -13,6 +13,7 @@
 
 #include <wx/dcmemory.h>
 
+#include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -263,8 +264,9 @@ TEST(DBList, FormatDisplayStringFindsWhatTheStepByStepFittingFinds) {
 }
 
 TEST(DBList, SelectionByClicksAndKeysFollowsTheAnchor) {
-    // anchor, selection, action: L(eft) R(ight) click or D(own) U(p) key, row, Shift, Control;
-    // the events sent and the anchor after.
+    // anchor, selection, action: L(eft) R(ight) click or D(own) U(p) H(ome) E(nd) P(age down)
+    // p(age up) key, row, Shift, Control; the events sent and the anchor after. The jumps
+    // follow the arrows' rules: the anchor moves, Shift adds the rows passed.
     const std::tuple<int, std::set<int>, char, int, bool, bool, const char*, int> cases[] = {
         {5, {}, 'L', 2, true, false, "S2 S3 S4 S5", 5},
         {3, {}, 'L', 50, true, false, "S3 S4 S5 S6 S7 S8 S9", 3},
@@ -279,6 +281,12 @@ TEST(DBList, SelectionByClicksAndKeysFollowsTheAnchor) {
         {9, {9}, 'D', 0, false, false, "", 9},
         {0, {0}, 'U', 0, false, false, "", 0},
         {4, {4}, 'U', 0, false, false, "D4 S3", 3},
+        {5, {5}, 'H', 0, false, false, "D5 S0", 0},
+        {3, {3}, 'E', 0, true, false, "S3 S4 S5 S6 S7 S8 S9", 9},
+        {-1, {}, 'H', 0, false, false, "S0", 0},
+        {2, {2}, 'P', 0, false, false, "D2 S9", 9},
+        {9, {9}, 'p', 0, false, false, "D9 S0", 0},
+        {0, {0}, 'H', 0, false, false, "", 0},
     };
     TestList* list = MakeList(10);
     wxWindow* body = list->GetBody();
@@ -291,7 +299,15 @@ TEST(DBList, SelectionByClicksAndKeysFollowsTheAnchor) {
             Mouse(body, action == 'L' ? wxEVT_LEFT_DOWN : wxEVT_RIGHT_DOWN, 5, row * h + 2, shift,
                   ctrl);
         else
-            Key(body, action == 'D' ? WXK_DOWN : WXK_UP, shift, ctrl);
+            Key(body,
+                std::map<char, int>{{'D', WXK_DOWN},
+                                    {'U', WXK_UP},
+                                    {'H', WXK_HOME},
+                                    {'E', WXK_END},
+                                    {'P', WXK_PAGEDOWN},
+                                    {'p', WXK_PAGEUP}}
+                    .at(action),
+                shift, ctrl);
         Mouse(body, wxEVT_LEFT_UP, 5, 0);
         EXPECT_EQ(list->log, String(events)) << action << row << " anchor " << anchor;
         EXPECT_EQ(list->GetLastSelect(), after) << action << row << " anchor " << anchor;
@@ -306,6 +322,21 @@ TEST(DBList, SelectionByClicksAndKeysFollowsTheAnchor) {
     EXPECT_EQ(list->GetLastSelect(), 3);
     EXPECT_EQ(list->log, "D2");
     EXPECT_EQ(list->GetItemCount(), 8);
+
+    // A page down goes to the last row wholly in view, the next one brings its row into view.
+    list->SetItemCount(1000);
+    list->selection = {0};
+    list->SetLastSelect(0);
+    const int height = body->GetClientSize().y;
+    int page = 0; // the last row wholly in view before the key
+    while (list->GetItemRect(page + 1).GetBottom() < height)
+        ++page;
+    Key(body, WXK_PAGEDOWN, false);
+    EXPECT_EQ(list->GetLastSelect(), page);
+    Key(body, WXK_PAGEDOWN, false);
+    EXPECT_EQ(list->GetLastSelect(), 2 * page);
+    EXPECT_LT(list->GetItemRect(2 * page).GetBottom(), height);
+    EXPECT_EQ(list->selection, std::set<int>{2 * page});
 }
 
 TEST(DBList, ColumnsHitTestsEventsAndHeaderDrag) {

@@ -205,6 +205,13 @@ TEST(TextLine, SearchDirectionsNoWrapAndRememberedCase) {
     box->ProcessWindowEvent(toggled);
     EXPECT_EQ(app.GetOptions()->GetValue("Search", "CaseSensitive", String()), "0");
     EXPECT_FALSE(MakeLines({})->GetSearchPanel()->GetCaseBox()->GetValue());
+
+    // Ctrl+F opens the bar and goes no further: a frame's own Ctrl+F must not see it.
+    wxKeyEvent ctrlF(wxEVT_KEY_DOWN);
+    ctrlF.m_keyCode = 'F';
+    ctrlF.SetControlDown(true);
+    EXPECT_TRUE(c->ProcessWindowEvent(ctrlF));
+    EXPECT_TRUE(c->GetSearchPanel()->IsShown());
 }
 
 TEST(TextLine, BadInputIsKeptAndShown) {
