@@ -2,9 +2,11 @@
 // as processes on loopback. Both clients show the same farm and each other's commands; a master
 // that is paused, or killed and started again with another farm, is noticed and, once back,
 // both converge on it; bad frames leave the master serving. Every process goes when its Child
-// does.
+// does. Last, a messenger against a scripted master: the stream after the snapshot, once, and
+// a fresh snapshot after a gap.
 #include "tests/support/TestEnv.h"
 
+#include <taviro/NetMessenger.h>
 #include <taviro/NetProtocol.h>
 
 #include <ostrum/File.h>
@@ -14,6 +16,8 @@
 #include <arpa/inet.h>
 #include <deque>
 #include <fstream>
+#include <mutex>
+#include <set>
 #include <signal.h>
 #include <sstream>
 #include <unistd.h>
@@ -244,6 +248,122 @@ TEST(NetMaster, GarbageCutShortOversizedAndOtherVersionsAreLoggedAndDropped) {
     for (const char* line : {"not a frame of this protocol", "a frame cut short",
                              "over the limit of 65536", "protocol version 99", "for 'fly'"})
         EXPECT_NE(log.find(line), std::string::npos) << line << " not logged in:\n" << log;
+}
+
+// ---- the stream's order, against a scripted master ----
+
+// Notes what a messenger hands over, and keeps the jobs as a client's table would.
+class _Sink : public MessageSink {
+public:
+    void ReceiveMessage(boost::shared_ptr<Message> m) override {
+        std::lock_guard<std::mutex> l(m_Mutex);
+        for (auto& part : m->m_Batch)
+            m_Jobs.insert(part->GetJob());
+        if (m->GetType() == k_MsgJobCreated) m_Jobs.insert(m->GetJob());
+        if (m->GetType() == k_MsgJobRemoved) m_Jobs.erase(m->GetJob());
+        m_Got.push_back(
+            SFormat("%s %llu", Message::TypeName(m->GetType()), (unsigned long long)m->m_Sequence));
+    }
+    size_t QueuedMessages() const override { return 0; }
+    std::vector<UID> KnownJobs() const override {
+        std::lock_guard<std::mutex> l(m_Mutex);
+        return std::vector<UID>(m_Jobs.begin(), m_Jobs.end());
+    }
+    std::vector<String> Got() const {
+        std::lock_guard<std::mutex> l(m_Mutex);
+        return m_Got;
+    }
+    mutable std::mutex m_Mutex;
+    std::vector<String> m_Got;
+    std::set<UID> m_Jobs;
+};
+
+TEST(NetMessenger, TakesTheStreamAfterItsSnapshotOnceAndResynchronisesAfterAGap) {
+    zmq::context_t context;
+    zmq::socket_t requests(context, zmq::socket_type::router),
+        stream(context, zmq::socket_type::xpub);
+    for (zmq::socket_t* s : {&requests, &stream}) {
+        s->set(zmq::sockopt::linger, 0);
+        s->set(zmq::sockopt::rcvtimeo, 10000);
+        s->bind("tcp://127.0.0.1:*");
+    }
+    auto portOf = [](zmq::socket_t& s) {
+        const std::string e = s.get(zmq::sockopt::last_endpoint);
+        return atoi(e.c_str() + e.rfind(':') + 1);
+    };
+    const uint64_t epoch = 77;
+    zmq::message_t peer;
+    // The client's next request, by its operation; answered by reply(id, args, messages).
+    auto next = [&](const String& op) {
+        zmq::message_t payload;
+        EXPECT_TRUE(requests.recv(peer) && requests.recv(payload)) << "no " << op;
+        NetFrame q;
+        EXPECT_TRUE(q.Decode(payload.data(), payload.size(), NetFrame::k_MaxRequest, nullptr));
+        EXPECT_EQ(q.m_Op, op);
+        return q.m_Number;
+    };
+    auto send = [](zmq::socket_t& s, NetFrame::Kind kind, uint64_t epoch, uint64_t number,
+                   std::vector<String> args, std::vector<boost::shared_ptr<Message>> messages) {
+        NetFrame f;
+        f.m_Kind = kind, f.m_Epoch = epoch, f.m_Number = number, f.m_Op = "ok";
+        f.m_Args = std::move(args), f.m_Messages = std::move(messages);
+        s.send(zmq::buffer(f.Encode()));
+    };
+    auto reply = [&](uint64_t id, std::vector<String> args,
+                     std::vector<boost::shared_ptr<Message>> messages = {}) {
+        requests.send(peer, zmq::send_flags::sndmore);
+        send(requests, NetFrame::k_Reply, epoch, id, std::move(args), std::move(messages));
+    };
+    auto publish = [&](uint64_t first, std::vector<boost::shared_ptr<Message>> messages) {
+        send(stream, NetFrame::k_Stream, epoch, first, {}, std::move(messages));
+    };
+    const UID a(true), b(true);
+    auto job = [](MessageType type, const UID& id) {
+        return boost::shared_ptr<Message>(new Message(type, id));
+    };
+    std::vector<String> reasons;
+    std::mutex mutex;
+    HasSlots slots;
+    MessengerDisconnectedEvt::s_Signal.Connect(
+        [&](MessengerDisconnectedEvt& e) {
+            std::lock_guard<std::mutex> l(mutex);
+            reasons.push_back(e.GetReason());
+        },
+        &slots);
+
+    _Sink sink;
+    NetMessenger messenger(&sink, "127.0.0.1", portOf(requests));
+    messenger.Start();
+    reply(next("hello"), {String::FromInt(portOf(stream))});
+    zmq::message_t subscription;
+    ASSERT_TRUE(stream.recv(subscription));
+    send(stream, NetFrame::k_Beat, epoch, 10, {}, {});
+    const uint64_t open = next("snapshot");
+    // 11 and 12 are in the snapshot (it stands at 12), 13 comes after it.
+    publish(11, {job(k_MsgJobChanged, a), job(k_MsgJobChanged, a), job(k_MsgJobCreated, b)});
+    reply(open, {"1", "12", "1", "10"});
+    reply(next("chunk"), {"1", "0"}, {job(k_MsgJobCreated, a)});
+    publish(13, {job(k_MsgJobCreated, b), job(k_MsgJobChanged, b)}); // 13 again, and 14
+    ASSERT_TRUE(taviro_test::WaitUntil([&] { return sink.Got().size() == 3; }));
+    // 15 and 16 were dropped for this client: a fresh snapshot, in which a is gone.
+    publish(17, {job(k_MsgJobChanged, b)});
+    const uint64_t again = next("snapshot");
+    reply(again, {"2", "17", "1", "10"});
+    reply(next("chunk"), {"2", "0"}, {job(k_MsgJobCreated, b)});
+    publish(18, {job(k_MsgJobChanged, b)});
+    const std::vector<String> expected = {"JobBatch 0", "JobCreated 13", "JobChanged 14",
+                                          "JobBatch 0", "JobRemoved 0",  "JobChanged 18"};
+    EXPECT_TRUE(taviro_test::WaitUntil([&] { return sink.Got().size() >= expected.size(); }));
+    EXPECT_EQ(sink.Got(), expected);
+    EXPECT_EQ(sink.KnownJobs(), std::vector<UID>{b});
+    EXPECT_EQ(messenger.GetStats().missed, 2u);
+    EXPECT_TRUE(messenger.IsConnected());
+
+    send(stream, NetFrame::k_Beat, epoch + 1, 18, {}, {}); // another master on the same port
+    EXPECT_TRUE(taviro_test::WaitUntil([&] { return !messenger.IsConnected(); }));
+    messenger.Stop();
+    std::lock_guard<std::mutex> l(mutex);
+    EXPECT_EQ(reasons, std::vector<String>{"the farm master restarted"});
 }
 
 } // namespace
