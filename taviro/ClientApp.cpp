@@ -204,6 +204,10 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
             new SimulatedMaster(this, (uint64_t)seed, (int)jobs, (double)rate, (double)logRate));
     else if (master != "none")
         m_Messenger.reset(new NetMessenger(this, masterHost, masterPort));
+    if (master != "embedded")
+        for (const char* option : {"seed", "jobs", "rate", "log-rate"})
+            if (commandLine.HasOption(option))
+                GlobalLog(LL_Warning, SFormat("--%s is the embedded master's; ignored", option));
     if (m_Messenger) {
         Job::SetMessenger(m_Messenger.get());
         m_Messenger->Start();

@@ -1,12 +1,14 @@
 // A farm client without a window for the network tests: the client application on the farm
 // options it is given (--master HOST:PORT), printing its connection changes as they happen
 // ("connected MASTER", "disconnected REASON") and answering lines on standard input:
-//   digest        -> "digest JOBS HASH LOGLINES LAST": the jobs as this client knows them, the
-//                    master's own log lines it handled, and the last stream number
+//   digest        -> "digest JOBS HASH LOGLINES LAST MISSED": the jobs as this client knows
+//                    them, the master's own log lines it handled, the last stream number, and
+//                    the stream messages it missed
 //   pause         -> "paused ID", or "error MESSAGE: DETAIL": pauses a running or waiting job
 //   status ID     -> "status ID STATUS"
 #include <taviro/ClientApp.h>
 #include <taviro/JobFactory.h>
+#include <taviro/NetMessenger.h>
 
 #include <ostrum/Executable.h>
 
@@ -36,8 +38,10 @@ String Answer(TaviroClientApp& app, const String& line, uint64_t logLines, uint6
                 text += "|" + kv.first + "=" + kv.second;
             sum += std::hash<std::string>()(text);
         }
-        return SFormat("digest %zu %016llx %llu %llu", jobs.size(), (unsigned long long)sum,
-                       (unsigned long long)logLines, (unsigned long long)last);
+        const auto* link = dynamic_cast<NetMessenger*>(app.GetMessenger());
+        return SFormat("digest %zu %016llx %llu %llu %llu", jobs.size(), (unsigned long long)sum,
+                       (unsigned long long)logLines, (unsigned long long)last,
+                       (unsigned long long)(link ? link->GetStats().missed : 0));
     }
     if (line == "pause") {
         for (const JobPtr& j : app.GetAllJobs()) {
