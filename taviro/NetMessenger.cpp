@@ -79,6 +79,7 @@ struct NetMessenger::_Impl {
     size_t chunkCount = 0, nextChunk = 0, chunksIn = 0;
     std::vector<UID> snapJobs;
     std::deque<boost::shared_ptr<Message>> kept; // stream messages during a snapshot
+    uint64_t keptFrom = 0; // the number from which on the stream is kept without a hole
     BadInputLog bad{"Messenger"};
     std::minstd_rand jitter{std::random_device{}()};
 
@@ -97,7 +98,7 @@ struct NetMessenger::_Impl {
     bool Read(zmq::socket_t& s, NetFrame& frame, bool* stop);
     void OnWelcome(const NetFrame& f);
     void OnStream(const NetFrame& f);
-    void Gap(uint64_t count);
+    void Gap(uint64_t count, uint64_t next);
     void OpenSnapshot();
     void OnSnapshotOpen(const NetFrame& f);
     void RequestChunks();
@@ -494,38 +495,41 @@ void NetMessenger::_Impl::OnStream(const NetFrame& f) {
     if (state == k_Subscribing) {
         // The subscription is in place: the stream from here on misses nothing, and the
         // snapshot asked for now is at least as new as this frame.
-        expect = beat ? f.m_Number + 1 : f.m_Number;
+        expect = keptFrom = beat ? f.m_Number + 1 : f.m_Number;
         OpenSnapshot();
     }
     if (beat) {
         // Messages up to the beat's number that never came were dropped for this client.
-        if (f.m_Number >= expect) {
-            Gap(f.m_Number + 1 - expect);
-            expect = f.m_Number + 1;
-        }
+        if (f.m_Number >= expect) Gap(f.m_Number + 1 - expect, f.m_Number + 1);
         return;
     }
     for (size_t i = 0; i < f.m_Messages.size(); ++i) {
         const uint64_t seq = f.m_Number + i;
         if (seq < expect) continue; // had it already
-        if (seq > expect) Gap(seq - expect);
+        if (seq > expect) Gap(seq - expect, seq);
         expect = seq + 1;
         f.m_Messages[i]->m_Sequence = seq;
         if (state == k_Live) {
             Deliver(f.m_Messages[i]);
         } else if (kept.size() < k_MaxKept) {
             kept.push_back(f.m_Messages[i]);
-        } else {
-            return Lose("the snapshot could not keep up with the farm");
+        } else { // what is kept is of no use: the snapshot is taken again once it is in
+            kept.clear();
+            keptFrom = expect;
         }
     }
 }
 
-void NetMessenger::_Impl::Gap(uint64_t count) {
+// Messages before `next` were dropped for this client: it needs a snapshot after them. One
+// under way is fetched all the same (so that a client slower than the farm still sees it anew
+// now and then) and taken again if it is older than the hole.
+void NetMessenger::_Impl::Gap(uint64_t count, uint64_t next) {
     missed += count;
+    expect = keptFrom = next;
+    kept.clear();
     LogInfo(SFormat("Messenger: missed %llu messages of the farm; taking a fresh snapshot",
                     (unsigned long long)count));
-    OpenSnapshot();
+    if (state == k_Live) OpenSnapshot();
 }
 
 void NetMessenger::_Impl::Deliver(boost::shared_ptr<Message> m) {
@@ -602,8 +606,12 @@ void NetMessenger::_Impl::FinishSnapshot() {
                 Deliver(boost::shared_ptr<Message>(new Message(k_MsgJobRemoved, id)));
     }
     std::vector<UID>().swap(snapJobs);
+    snapId = 0;                   // the master frees it after the last chunk
+    if (snapSeq + 1 < keptFrom) { // a hole between the snapshot and the stream kept
+        keptFrom = expect;
+        return OpenSnapshot();
+    }
     state = k_Live;
-    snapId = 0; // the master frees it after the last chunk
     std::deque<boost::shared_ptr<Message>> after;
     after.swap(kept);
     for (auto& m : after)
