@@ -20,6 +20,7 @@ const size_t k_FrameMessages = 64;         // farm messages per stream frame, at
 const size_t k_ChunkJobs = 2000;           // jobs per snapshot chunk
 const int64_t k_BeatUs = 500000;           // heartbeat period
 const int64_t k_SnapshotIdleUs = 30000000; // a snapshot nobody fetches for this long is freed
+const size_t k_MaxSnapshots = 64;          // open at once: each holds a copy of the farm
 const size_t k_BurstMessages = 4096;       // farm messages made per turn of the loop, at most
 
 // Peers that vanish without closing (a machine that went away) are noticed by the library's
@@ -44,6 +45,7 @@ struct FarmServer::_Impl {
     struct _Snapshot {
         FarmSchedule::Frozen farm;
         int64_t lastUse = 0;
+        std::string peer; // the client's routing id: one snapshot per client
     };
 
     Options options;
@@ -71,7 +73,7 @@ struct FarmServer::_Impl {
     void Produce(int64_t now, int64_t& due, int64_t& logDue);
     void ServeRequests();
     void ServeSubscriptions();
-    NetFrame Answer(const NetFrame& request, const String& peer);
+    NetFrame Answer(const NetFrame& request, const String& peer, const std::string& id);
 };
 
 FarmServer::FarmServer(const Options& options) : m_Impl(new _Impl(options)) {}
@@ -267,7 +269,7 @@ void FarmServer::_Impl::ServeRequests() {
             bad.Report("a frame from " + peer + " that is no request");
             continue;
         } else {
-            reply = Answer(request, peer);
+            reply = Answer(request, peer, parts[0].to_string());
         }
         reply.m_Kind = NetFrame::k_Reply;
         reply.m_Epoch = epoch;
@@ -279,7 +281,7 @@ void FarmServer::_Impl::ServeRequests() {
     }
 }
 
-NetFrame FarmServer::_Impl::Answer(const NetFrame& q, const String& peer) {
+NetFrame FarmServer::_Impl::Answer(const NetFrame& q, const String& peer, const std::string& id) {
     NetFrame r;
     r.m_Op = "ok";
     auto refuse = [&](const String& why) {
@@ -294,13 +296,17 @@ NetFrame FarmServer::_Impl::Answer(const NetFrame& q, const String& peer) {
         LogInfo("Master: a client at " + peer + " joined");
         r.m_Args = {String::FromInt(pubPort)};
     } else if (q.m_Op == "snapshot") {
+        for (auto it = snapshots.begin(); it != snapshots.end();) // the client's earlier one
+            it = it->second.peer == id ? snapshots.erase(it) : ++it;
+        if (snapshots.size() >= k_MaxSnapshots) return refuse("too many snapshots under way");
         // Everything up to this number is in the copy; the client takes the stream after it.
         Flush();
-        const uint64_t id = nextSnapshot++;
-        _Snapshot& s = snapshots[id];
+        const uint64_t number = nextSnapshot++;
+        _Snapshot& s = snapshots[number];
         s.farm = schedule.Freeze();
         s.lastUse = Time::Monotonic();
-        r.m_Args = {String::FromInt((long long)id), String::FromInt((long long)sequence),
+        s.peer = id;
+        r.m_Args = {String::FromInt((long long)number), String::FromInt((long long)sequence),
                     String::FromInt((long long)s.farm.JobCount()),
                     String::FromInt((long long)k_ChunkJobs)};
     } else if (q.m_Op == "chunk") {

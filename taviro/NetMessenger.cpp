@@ -68,7 +68,7 @@ struct NetMessenger::_Impl {
 
     // The messenger's thread only.
     State state = k_Down;
-    int failures = 0;          // attempts in a row that found no master
+    int failures = 0;          // attempts and links in a row that came to nothing
     bool reportedDown = false; // the first of them is logged, not every one
     int64_t now = 0, retryAt = 0, deadline = 0, lastHeard = 0;
     uint64_t epoch = 0;  // the master's run, from its answer to hello
@@ -90,6 +90,7 @@ struct NetMessenger::_Impl {
     void Timers();
     void Attempt();
     void FailAttempt(const String& why);
+    void RetryLater();
     void Lose(const String& why);
     void CloseSockets();
     uint64_t Send(const String& op, std::vector<String> args);
@@ -367,6 +368,10 @@ void NetMessenger::_Impl::FailAttempt(const String& why) {
         GlobalLog(LL_Warning, "Messenger: cannot reach the farm master at " + name + " (" + why +
                                   "); trying again");
     reportedDown = true;
+    RetryLater();
+}
+
+void NetMessenger::_Impl::RetryLater() {
     const int64_t wait = std::min(k_LastRetryUs, k_FirstRetryUs << std::min(failures, 5));
     // Spread out, so that the clients of a master that comes back do not all come at once.
     retryAt = now + wait * (80 + (int64_t)(jitter() % 41)) / 100;
@@ -387,10 +392,16 @@ void NetMessenger::_Impl::Lose(const String& why) {
         MessengerDisconnectedEvt evt(why);
         MessengerDisconnectedEvt::s_Signal.Emit(evt);
     }
-    state = k_Down;
-    failures = 0;
     reportedDown = false;
-    retryAt = now; // at once: a master that restarted is back already
+    // At once after a link that worked (a master that restarted is back already); after one
+    // that failed before it was whole (a master that refuses snapshots), later and later.
+    if (failures == 0) {
+        retryAt = now;
+        ++failures;
+        state = k_Down;
+    } else {
+        RetryLater();
+    }
 }
 
 uint64_t NetMessenger::_Impl::Send(const String& op, std::vector<String> args) {
@@ -612,6 +623,7 @@ void NetMessenger::_Impl::FinishSnapshot() {
         return OpenSnapshot();
     }
     state = k_Live;
+    failures = 0;
     std::deque<boost::shared_ptr<Message>> after;
     after.swap(kept);
     for (auto& m : after)
