@@ -160,7 +160,8 @@ void FarmServer::_Impl::Run() {
             options.rate < 0 ? 0 : (long)std::max<int64_t>(0, (wake - now + 999) / 1000);
         zmq::pollitem_t items[] = {{requests.handle(), 0, ZMQ_POLLIN, 0},
                                    {stream.handle(), 0, ZMQ_POLLIN, 0}};
-        zmq::poll(items, 2, std::chrono::milliseconds(waitMs));
+        // A signal handled on this thread interrupts the wait: no error, nothing came.
+        if (zmq_poll(items, 2, waitMs) < 0) items[0].revents = items[1].revents = 0;
         if (items[0].revents & ZMQ_POLLIN) ServeRequests();
         if (items[1].revents & ZMQ_POLLIN) ServeSubscriptions();
         now = Time::Monotonic();

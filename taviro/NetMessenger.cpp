@@ -323,7 +323,10 @@ void NetMessenger::_Impl::Wait() {
     int n = 1;
     if (requests) items[n++] = {requests->handle(), 0, ZMQ_POLLIN, 0};
     if (stream) items[n++] = {stream->handle(), 0, ZMQ_POLLIN, 0};
-    zmq::poll(items, n, std::chrono::milliseconds(std::max<int64_t>(0, (until - now) / 1000)));
+    // A signal handled on this thread interrupts the wait: no error, nothing came.
+    if (zmq_poll(items, n, (long)std::max<int64_t>(0, (until - now) / 1000)) < 0)
+        for (auto& item : items)
+            item.revents = 0;
     now = Time::Monotonic();
     if (items[0].revents & ZMQ_POLLIN) {
         uint64_t count;
