@@ -169,7 +169,7 @@ void FarmServer::_Impl::Run() {
         Flush();
         if (now >= nextBeat) {
             Beat();
-            nextBeat = std::max(nextBeat + k_BeatUs, now);
+            nextBeat = now + k_BeatUs;
             for (auto it = snapshots.begin(); it != snapshots.end();)
                 it = now - it->second.lastUse > k_SnapshotIdleUs ? snapshots.erase(it) : ++it;
         }
