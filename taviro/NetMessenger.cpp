@@ -64,7 +64,7 @@ struct NetMessenger::_Impl {
     std::map<uint64_t, std::shared_ptr<_Call>> calls;
     std::atomic<uint64_t> nextId{1};
     std::atomic<bool> connected{false};
-    std::atomic<uint64_t> received{0}, missed{0}, snapshots{0}, connections{0};
+    std::atomic<uint64_t> received{0}, missed{0}, snapshots{0}, connections{0}, lastSeen{0};
 
     // The messenger's thread only.
     State state = k_Down;
@@ -171,6 +171,7 @@ NetMessenger::Stats NetMessenger::GetStats() const {
     s.missed = m_Impl->missed.load();
     s.snapshots = m_Impl->snapshots.load();
     s.connections = m_Impl->connections.load();
+    s.lastSeen = m_Impl->lastSeen.load();
     return s;
 }
 
@@ -506,6 +507,7 @@ void NetMessenger::_Impl::ReadStream() {
 
 void NetMessenger::_Impl::OnStream(const NetFrame& f) {
     const bool beat = f.m_Kind == NetFrame::k_Beat;
+    if (beat || !f.m_Messages.empty()) lastSeen = f.m_Number + f.m_Messages.size() - (beat ? 0 : 1);
     if (state == k_Subscribing) {
         // The subscription is in place: the stream from here on misses nothing, and the
         // snapshot asked for now is at least as new as this frame.

@@ -42,6 +42,7 @@ public:
         uint64_t missed = 0;    // farm messages the master dropped for this client
         uint64_t snapshots = 0; // snapshots taken in (the first, and one per gap or reconnection)
         uint64_t connections = 0;
+        uint64_t lastSeen = 0; // the newest stream number seen, handed over or not
     };
     Stats GetStats() const;
 
