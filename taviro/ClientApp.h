@@ -3,13 +3,12 @@
 // and the worker pool.
 //
 // Message flow: the messenger's thread calls ReceiveMessage (the client is the messenger's
-// sink), which applies the message to the
-// job table (so handlers find the table at least as new as their message) and emits
-// MessageReceivedEvt::s_Signal there. A slot may take the message out and pass it to
-// CallMessageHandlers (the worker pool runs the handlers, in arrival order); a message that no
-// slot took is queued, and each DispatchMessage call handles exactly one queued message. The
-// queue lock is held across the emission, so a dispatcher woken by a slot always finds the
-// message already queued.
+// sink), which applies the message to the job table (so handlers find the table at least as new
+// as their message) and emits MessageReceivedEvt::s_Signal there. A slot may take the message
+// out and pass it to CallMessageHandlers (the worker pool runs the handlers, in arrival order); a
+// message that no slot took is queued, and each DispatchMessage call handles exactly one queued
+// message. The queue lock is held across the emission, so a dispatcher woken by a slot always
+// finds the message already queued.
 #pragma once
 
 #include <taviro/Job.h>

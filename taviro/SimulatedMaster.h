@@ -3,7 +3,7 @@
 // progress, writes log lines and engine load, answers job commands, and can be told to
 // disconnect, reconnect and order a shutdown.
 //
-// The traffic is a pure function of the seed (Schedule), so runs are repeatable; the thread
+// The traffic is a pure function of the seed (FarmSchedule), so runs are repeatable; the thread
 // only paces it: rate messages per second; 0 sends only the snapshot and command answers,
 // a negative rate sends as fast as it can. Beside it, an optional stream of the master's own
 // log lines (k_MsgLogLine without a job) at logRate lines per second.
