@@ -206,6 +206,8 @@ TEST_F(NetFarm, AMasterKilledAndStartedAgainBringsBothClientsOntoItsFarm) {
     EXPECT_EQ(a[0], "1500");
     EXPECT_EQ(b[0], "1500");
     EXPECT_EQ(a[1], b[1]);
+    // This master sends nothing but its heartbeat, which keeps the link up.
+    EXPECT_FALSE(WaitEvent(0, "disconnected ", 2500));
 }
 
 TEST(NetMaster, GarbageCutShortOversizedAndOtherVersionsAreLoggedAndDroppedAndItEndsInOrder) {
