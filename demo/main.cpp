@@ -1,7 +1,8 @@
 // The demo client: a farm program built on the library, running on the embedded simulated
-// master. Its main window shows the connection state, the live number of jobs by status and
-// the latest messages; the View menu opens secondary windows that the Window menu lists,
-// collects and closes; every window comes back where it was left.
+// master or, with --master HOST:PORT, on a taviro-master that other programs share. Its main window
+// shows the connection state, the live number of jobs by status and the latest messages; the View
+// menu opens secondary windows that the Window menu lists, collects and closes; every window comes
+// back where it was left.
 //
 //   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
 //               [--page farm|jobs|bytype|colours|log] [--open-windows] [--open-dialog
@@ -31,7 +32,7 @@
 #include <wxTaviro/wxTaviroText.h>
 
 #include <taviro/JobFactory.h>
-#include <taviro/SimulatedMaster.h>
+#include <taviro/Messenger.h>
 
 #include <wx/dcscreen.h>
 #include <wx/filename.h>
@@ -482,7 +483,7 @@ private:
             this, _("Order the farm master to shut down?\nEvery program of the farm closes."),
             k_ShutdownKey, true);
         if (!ask.Confirm()) return;
-        if (auto* master = m_App->GetSimulatedMaster()) master->OrderShutdown();
+        if (Messenger* master = m_App->GetMessenger()) master->OrderShutdown();
     }
 
     // The job's commands under the frame's own job items; a command picked runs on the job.
@@ -502,7 +503,7 @@ private:
     }
 
     void SubmitJob(const UID& type, const UID& after) {
-        auto* master = m_App->GetSimulatedMaster();
+        Messenger* master = m_App->GetMessenger();
         String error = "There is no farm master to send it to";
         if (!master || !master->SubmitJob(type, &error)) {
             wxTaviroMessageBox("Unable to submit the job:\n" + wxFromString(error), "SubmitFailed",
@@ -516,7 +517,7 @@ private:
     }
 
     void ToggleLink() {
-        if (auto* master = m_App->GetSimulatedMaster()) {
+        if (Messenger* master = m_App->GetMessenger()) {
             if (master->IsConnected())
                 master->Disconnect();
             else

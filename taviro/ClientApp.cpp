@@ -1,5 +1,6 @@
 #include <taviro/ClientApp.h>
 #include <taviro/JobFactory.h>
+#include <taviro/NetMessenger.h>
 #include <taviro/SimulatedMaster.h>
 #include <taviro/ThreadPool.h>
 
@@ -86,8 +87,11 @@ String TaviroClientApp::Usage() {
            "  --options FILE       the options file (default: <user folder>/NAME.ini)\n"
            "  --log-dir DIR        the log folder (default: <user folder>/logs)\n"
            "  --modules DIR        the job module folder\n"
-           "  --master embedded|none\n"
-           "  --seed N --jobs N --rate N --workers N\n"
+           "  --master embedded|none|HOST:PORT\n"
+           "                       the embedded simulated master (default), none, or a\n"
+           "                       taviro-master on the network\n"
+           "  --seed N --jobs N --rate N  the embedded master's farm and messages per second\n"
+           "  --workers N          worker pool threads (default 0: handlers on the GUI thread)\n"
            "  --log-rate N         the embedded master's own log lines per second (default 0)\n"
            "  --allow-second       run even when a program of the same name is running\n"
            "  --help               show this and exit\n";
@@ -130,8 +134,11 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
         !number("log-rate", 0, 0, 10000000, logRate))
         return false;
     const String master = commandLine.GetOption("master", "embedded");
-    if (master != "embedded" && master != "none")
-        return Fail("--master wants 'embedded' or 'none', not '" + master + "'");
+    String masterHost;
+    int masterPort = 0;
+    if (master != "embedded" && master != "none" &&
+        !NetMessenger::ParseAddress(master, &masterHost, &masterPort))
+        return Fail("--master wants 'embedded', 'none' or HOST:PORT, not '" + master + "'");
 
     String name = commandLine.GetOption("name", commandLine.GetProgramName());
     if (name.empty()) name = "taviro";
@@ -200,9 +207,16 @@ bool TaviroClientApp::Startup(CommandLine& commandLine) {
 
     if (workers > 0) m_PoolStarted = ThreadPool::Start((int)workers);
 
-    if (master == "embedded") {
+    if (master == "embedded")
         m_Messenger.reset(
             new SimulatedMaster(this, (uint64_t)seed, (int)jobs, (double)rate, (double)logRate));
+    else if (master != "none")
+        m_Messenger.reset(new NetMessenger(this, masterHost, masterPort));
+    if (master != "embedded")
+        for (const char* option : {"seed", "jobs", "rate", "log-rate"})
+            if (commandLine.HasOption(option))
+                GlobalLog(LL_Warning, SFormat("--%s is the embedded master's; ignored", option));
+    if (m_Messenger) {
         Job::SetMessenger(m_Messenger.get());
         m_Messenger->Start();
     }
@@ -304,6 +318,13 @@ bool TaviroClientApp::DispatchMessage() {
     }
     Handle(message);
     return true;
+}
+
+std::vector<UID> TaviroClientApp::KnownJobs() const {
+    std::vector<UID> ids;
+    for (const JobPtr& job : GetAllJobs())
+        ids.push_back(job->GetID());
+    return ids;
 }
 
 size_t TaviroClientApp::QueuedMessages() const {

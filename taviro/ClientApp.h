@@ -2,13 +2,13 @@
 // (TaviroClientApp) with its start-up from the command line, the messenger, the message queue
 // and the worker pool.
 //
-// Message flow: the messenger's thread calls ReceiveMessage, which applies the message to the
-// job table (so handlers find the table at least as new as their message) and emits
-// MessageReceivedEvt::s_Signal there. A slot may take the message out and pass it to
-// CallMessageHandlers (the worker pool runs the handlers, in arrival order); a message that no
-// slot took is queued, and each DispatchMessage call handles exactly one queued message. The
-// queue lock is held across the emission, so a dispatcher woken by a slot always finds the
-// message already queued.
+// Message flow: the messenger's thread calls ReceiveMessage (the client is the messenger's
+// sink), which applies the message to the job table (so handlers find the table at least as new
+// as their message) and emits MessageReceivedEvt::s_Signal there. A slot may take the message
+// out and pass it to CallMessageHandlers (the worker pool runs the handlers, in arrival order); a
+// message that no slot took is queued, and each DispatchMessage call handles exactly one queued
+// message. The queue lock is held across the emission, so a dispatcher woken by a slot always
+// finds the message already queued.
 #pragma once
 
 #include <taviro/Job.h>
@@ -48,7 +48,7 @@ private:
     JobTable m_Jobs;
 };
 
-class TaviroClientApp : public TaviroApp, public HasSlots {
+class TaviroClientApp : public TaviroApp, public HasSlots, public MessageSink {
 public:
     TaviroClientApp(LogLevel fileLevel, LogLevel echoLevel);
     ~TaviroClientApp() override;
@@ -56,11 +56,12 @@ public:
     // Reads the command line, opens the log and the options file, loads the job modules,
     // starts the request listener, the worker pool (when asked for) and the messenger.
     // Options: --name NAME, --options FILE, --log-dir DIR, --modules DIR,
-    // --master embedded|none, --seed N, --jobs N, --rate N (messages per second; 0: none
-    // but the snapshot, negative: as fast as possible), --workers N (worker pool threads;
-    // 0, the default, leaves the pool off), --allow-second (run even when a program of the
-    // same name is running; otherwise that is refused), --help (prints the options, answers
-    // false with IsHelpShown()). False, with GetStartupError(), on failure.
+    // --master embedded|none|HOST:PORT (the embedded simulated master, none, or a
+    // taviro-master on the network), --seed N, --jobs N, --rate N (the embedded master's
+    // messages per second; 0: none but the snapshot, negative: as fast as possible), --workers N
+    // (worker pool threads; 0, the default, leaves the pool off), --allow-second (run even when a
+    // program of the same name is running; otherwise that is refused), --help (prints the options,
+    // answers false with IsHelpShown()). False, with GetStartupError(), on failure.
     virtual bool Startup(CommandLine& commandLine);
     // The farm options, a line each, for a usage text.
     static String Usage();
@@ -78,13 +79,14 @@ public:
     virtual bool RequestHasFailed(const String& text);
 
     // The messenger's entry point for an arriving message (any thread).
-    void ReceiveMessage(boost::shared_ptr<Message> message);
+    void ReceiveMessage(boost::shared_ptr<Message> message) override;
     // Runs the message handlers on the worker pool, in arrival order; without a pool the
     // message is queued for DispatchMessage instead.
     void CallMessageHandlers(boost::shared_ptr<Message> message);
     // Handles the oldest queued message, if any; true if one was handled.
     bool DispatchMessage();
-    size_t QueuedMessages() const;
+    size_t QueuedMessages() const override;
+    std::vector<UID> KnownJobs() const override;
 
     // The client program's message handlers (run on the pool or the dispatching thread).
     SlotId AddMessageHandler(std::function<void(const Message&)> handler,

@@ -69,11 +69,13 @@ std::vector<String> ListDir(const String& dir) {
 Child::Child(const String& program, std::vector<String> args, std::vector<String> env,
              bool blockTerm) {
     args.insert(args.begin(), program);
-    int fds[2];
+    int fds[2], in[2];
     EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0);
+    EXPECT_EQ(pipe2(in, O_CLOEXEC), 0);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
+    posix_spawn_file_actions_adddup2(&actions, in[0], 0);
     posix_spawnattr_t attr;
     posix_spawnattr_init(&attr);
     sigset_t mask;
@@ -99,13 +101,22 @@ Child::Child(const String& program, std::vector<String> args, std::vector<String
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attr);
     close(fds[1]);
+    close(in[0]);
     m_Out = fds[0];
+    m_In = in[1];
 }
 
 Child::~Child() {
     Kill(SIGKILL);
     if (m_Pid > 0) Wait();
     close(m_Out);
+    close(m_In);
+}
+
+void Child::Write(const String& line) {
+    signal(SIGPIPE, SIG_IGN); // a child that died answers nothing; the test notices that
+    const String text = line + "\n";
+    EXPECT_EQ(write(m_In, text.data(), text.size()), (ssize_t)text.size());
 }
 
 String Child::ReadLine(int timeoutMs) {

@@ -46,9 +46,9 @@ private:
     std::optional<String> m_Old;
 };
 
-// A child program with its standard output readable; killed (SIGKILL) if still running when the
-// object goes. env entries "NAME=value" replace or add variables; blockTerm starts it with
-// SIGTERM blocked, as from a parent that blocks it around fork.
+// A child program with its standard input writable and its standard output readable; killed
+// (SIGKILL) if still running when the object goes. env entries "NAME=value" replace or add
+// variables; blockTerm starts it with SIGTERM blocked, as from a parent that blocks it around fork.
 class Child {
 public:
     Child(const String& program, std::vector<String> args, std::vector<String> env = {},
@@ -56,17 +56,20 @@ public:
     ~Child();
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
+    // Writes a line to the child's standard input.
+    void Write(const String& line);
     // The next line of output, or "" after the time-out or at the end.
     String ReadLine(int timeoutMs = 10000);
     // All the output up to the end.
     String Output();
     void Kill(int sig);
+    int GetPid() const { return m_Pid; }
     // The wait status; -1 when still running after timeoutMs (< 0: wait as long as it takes).
     int Wait(int timeoutMs = -1);
 
 private:
     int m_Pid = -1;
-    int m_Out = -1;
+    int m_Out = -1, m_In = -1;
     String m_Buffer;
 };
 
