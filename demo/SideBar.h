@@ -29,8 +29,8 @@ private:
 
 class FiltersPanel : public wxExpandablePanel {
 public:
-    // `find` is asked to show the first job whose name holds the text.
-    FiltersPanel(wxWindow* parent, std::function<void(const wxString&)> find);
+    // `filter` is told the text as it is typed: the jobs whose name holds it are shown.
+    FiltersPanel(wxWindow* parent, std::function<void(const wxString&)> filter);
 
 private:
     wxsTextCtrl* m_Find;

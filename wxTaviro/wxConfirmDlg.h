@@ -5,9 +5,12 @@
 
 #include <wxTaviro/wxTaviroDlg.h>
 
+#include <wx/longlong.h>
+
 class wxConfirmDlg : public wxTaviroDlg {
 public:
-    // Modal and unnamed; titled with the application's name. A remembered key builds nothing.
+    // Modal and unnamed; titled with the application's display name, sized to its content and
+    // centred on the parent. A remembered key builds nothing.
     wxConfirmDlg(wxWindow* parent, const wxString& message, const String& key,
                  bool canCancel = true);
 
@@ -27,11 +30,14 @@ public:
 
 private:
     void CreateControls(wxWindow* parent, const wxString& message, bool canCancel);
+    // The content's size and the place over the parent, again.
+    void _Settle();
     void _SetLabel(int id, const String& label);
 
     String m_Key;
     bool m_Remembered = false;
     wxsCheckBox* m_CheckBox = nullptr;
+    wxLongLong m_SettleUntil = 0;
 };
 
 // Logs the message, then shows it with "Don't tell me again" remembered under `title` (the key,

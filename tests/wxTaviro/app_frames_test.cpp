@@ -148,8 +148,9 @@ TEST_F(AppTest, DialogKeysAndCancelYieldingZero) {
                                  wxTE_MULTILINE);
     typing.Show();
     field->SetFocus();
-    if (WaitFor([&] { return wxWindow::FindFocus() == field; }, 2000))
+    if (WaitFor([&] { return wxWindow::FindFocus() == field; }, 2000)) {
         EXPECT_TRUE(Press(&typing, WXK_RETURN));
+    }
     typing.Destroy();
 }
 
