@@ -118,6 +118,7 @@ JobsView::JobsView(wxWindow* parent, JobFinder find)
       m_Epoch(std::time(nullptr) - 1) {
     for (int t = 0; t < k_JobsColumnCount; ++t)
         AddColumn(t, wxToString(wxGetTranslation(k_Columns[t].label)), FromDIP(k_Columns[t].width));
+    SetTooltipsOnlyWhenShortened(true); // a name shown in full needs no tooltip over the rows
     // Wide enough for the longest status in the language shown.
     const int status = FindColumnByType(k_JobsStatus);
     SetColumnWidth(status, std::max(GetColumnWidth(status), StatusColumnWidth(this)));

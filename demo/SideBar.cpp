@@ -45,7 +45,9 @@ ConnectionPanel::ConnectionPanel(wxWindow* parent) : wxExpandablePanel(parent, w
     const int gap = FromDIP(4);
     m_State = new wxsStaticText(this, wxID_ANY, _("Connecting..."));
     m_State->SetFont(m_State->GetFont().Bold());
-    GetContentSizer()->Add(m_State, 0, wxEXPAND | wxALL, gap);
+    GetContentSizer()->Add(m_State, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
+    m_Master = new wxsStaticText(this, wxID_ANY, wxEmptyString);
+    GetContentSizer()->Add(m_Master, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, gap);
     m_Link = new wxsButton(this, ID_SIDE_LINK, _("&Disconnect"));
     GetContentSizer()->Add(m_Link, 0, wxEXPAND | wxALL, gap);
     GetContentSizer()->Add(new wxsButton(this, ID_SIDE_SHUTDOWN, _("Order &shutdown")), 0,
@@ -54,10 +56,10 @@ ConnectionPanel::ConnectionPanel(wxWindow* parent) : wxExpandablePanel(parent, w
 }
 
 void ConnectionPanel::ShowConnection(bool connected, const wxString& master) {
+    m_State->SetLabel(connected ? _("Connected") : _("Disconnected"));
     // The simulated master's name is a word of the program, not a host: said in the language.
-    m_State->SetLabel(!connected            ? _("Disconnected")
-                      : master == "embedded" ? _("Connected to the embedded master")
-                                             : wxString::Format(_("Connected to %s"), master));
+    m_Master->SetLabel(wxString::Format(
+        _("Master: %s"), master == "embedded" ? _("embedded (simulated)") : master));
     // A palette role, not a colour: a later scheme change recolours it with the rest.
     m_State->SetForegroundSlot(connected ? color_TextGreen : color_TextRed);
     m_State->RefreshColors();
@@ -98,6 +100,7 @@ TotalsPanel::TotalsPanel(wxWindow* parent) : wxExpandablePanel(parent, wxVERTICA
     m_Counts->AddColumn(0, wxToString(_("Status")),
                         std::max(FromDIP(120), StatusColumnWidth(m_Counts)));
     m_Counts->AddColumn(1, wxToString(_("Jobs")), FromDIP(80));
+    m_Counts->SetTooltipsOnlyWhenShortened(true);
     for (int s = k_JobWaiting; s <= k_JobArchived + 1; ++s) {
         m_Counts->InsertItem(s - k_JobWaiting, s <= k_JobArchived
                                                    ? wxToString(wxGetTranslation(JobStatusName(s)))

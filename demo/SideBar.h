@@ -24,6 +24,7 @@ public:
 
 private:
     wxsStaticText* m_State;
+    wxsStaticText* m_Master;
     wxsButton* m_Link;
 };
 

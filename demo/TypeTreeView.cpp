@@ -76,6 +76,7 @@ TypeTreeView::TypeTreeView(wxWindow* parent, JobFinder find)
     for (const auto& c : k_Columns)
         AddColumn(0, wxToString(wxGetTranslation(c.label)), FromDIP(c.width));
     SetColumnWidth(k_Status, std::max(GetColumnWidth(k_Status), StatusColumnWidth(this)));
+    SetTooltipsOnlyWhenShortened(true);
 }
 
 void TypeTreeView::OnFarmMessage(const Message& m) {

@@ -16,6 +16,7 @@
 #include "demo/ColorsView.h"
 #include "demo/JobDialogs.h"
 #include "demo/JobsView.h"
+#include "demo/LoadPane.h"
 #include "demo/LogView.h"
 #include "demo/SideBar.h"
 #include "demo/TypeTreeView.h"
@@ -428,12 +429,7 @@ private:
         Bind(
             wxEVT_BUTTON, [this](wxCommandEvent&) { OpenHideProducts(); }, ID_SIDE_HIDE_PRODUCTS);
 
-        m_LoadBars =
-            new wxBarHistoryCtrl(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(-1, 48)));
-        m_LoadBars->LimitHistory(2000, false); // more than any screen is wide
-        m_LoadBars->SetBounds(0, 100, false);
-        m_LoadBars->SetMidBound(75, false);
-        m_LoadBars->SetTooltipText(wxToString(_("Engine load (%)")), String());
+        m_LoadBars = new LoadPane(this);
 
         m_Aui.AddPane(m_Book, wxAuiPaneInfo().Name("views").CenterPane().PaneBorder(false));
         m_Aui.AddPane(side, wxAuiPaneInfo()
@@ -452,7 +448,7 @@ private:
                                       .CloseButton(false));
         m_DefaultLayout = m_Aui.SavePerspective();
         m_Aui.Update();
-        CreateStatusBar(2);
+        CreateStatusBar(1); // the load has its own pane
         // Room for the side bar beside a usable job list, whatever size was saved or dragged.
         SetMinSize(FromDIP(wxSize(720, 480)));
     }
@@ -588,7 +584,7 @@ private:
             break;
         case k_MsgEngineLoad:
             m_Load = wxFromString(m.Get("Load"));
-            m_LoadBars->PushValue((unsigned)std::max(0, m.Get("Load").ToInt(0)));
+            m_LoadBars->Push((unsigned)std::max(0, m.Get("Load").ToInt(0)));
             m_LoadHistory.push_back(wxDateTime::Now().FormatISOTime() + "  " + m_Load + "%");
             ++m_LoadTotal;
             if (m_LoadHistory.size() > 500) m_LoadHistory.pop_front();
@@ -631,7 +627,6 @@ private:
                           wxString::Format(_("%llu messages handled, %zu open windows"),
                                            m_Messages, OpenWindows::_this->GetEntries().size()),
                       0);
-        SetStatusText(_("Engine load:") + " " + (m_Load.empty() ? wxString("-") : m_Load + "%"), 1);
         ++m_Refreshes;
         if (m_LogRefreshes)
             LogInfo(SFormat("Refresh %llu: %zu jobs, %llu messages handled, %zu queued",
@@ -669,7 +664,7 @@ private:
     wxsNotebook* m_Book = nullptr;
     ConnectionPanel* m_Connection = nullptr;
     TotalsPanel* m_Totals = nullptr;
-    wxBarHistoryCtrl* m_LoadBars = nullptr;
+    LoadPane* m_LoadBars = nullptr;
     JobsView* m_Jobs = nullptr;
     TypeTreeView* m_ByType = nullptr;
     wxTextLineCtrl* m_Activity = nullptr;

@@ -16,8 +16,6 @@ wxString _AppName() {
     return app ? wxFromString(app->GetDisplayName()) : wxString();
 }
 
-// How long after showing the box keeps its size and place against the window manager.
-constexpr int k_SettleMs = 1000;
 } // namespace
 
 wxConfirmDlg::wxConfirmDlg(wxWindow* parent, const wxString& message, const String& key,
@@ -30,31 +28,6 @@ wxConfirmDlg::wxConfirmDlg(wxWindow* parent, const wxString& message, const Stri
     // Anything but a true text (a garbled value included) asks again.
     m_Remembered = app && app->GetOptions()->GetValue(k_Section, m_Key, false);
     if (!m_Remembered) CreateControls(parent, message, canCancel);
-    // A window manager frames a new window and places it itself, after it is shown: the
-    // frame's decorations may come out of a box that cannot be resized (cutting its buttons
-    // in half), and the place may be a corner of the screen. Until it has settled, the box
-    // takes back its content's size and its place over the parent.
-    Bind(wxEVT_SHOW, [this](wxShowEvent& e) {
-        e.Skip();
-        if (!e.IsShown()) return;
-        m_SettleUntil = wxGetLocalTimeMillis() + k_SettleMs;
-        CallAfter([this] { _Settle(); });
-    });
-    Bind(wxEVT_SIZE, [this](wxSizeEvent& e) {
-        e.Skip();
-        if (wxGetLocalTimeMillis() < m_SettleUntil) CallAfter([this] { _Settle(); });
-    });
-    Bind(wxEVT_MOVE, [this](wxMoveEvent& e) {
-        e.Skip();
-        if (wxGetLocalTimeMillis() < m_SettleUntil) CallAfter([this] { _Settle(); });
-    });
-}
-
-void wxConfirmDlg::_Settle() {
-    if (!GetSizer() || IsBeingDeleted()) return;
-    const wxSize content = GetSizer()->GetMinSize();
-    if (GetClientSize() != content) SetClientSize(content);
-    CentreOnParent(wxBOTH);
 }
 
 // The dialog's parent (the given one, else the main frame) is what it centres on.

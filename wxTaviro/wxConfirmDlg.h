@@ -5,8 +5,6 @@
 
 #include <wxTaviro/wxTaviroDlg.h>
 
-#include <wx/longlong.h>
-
 class wxConfirmDlg : public wxTaviroDlg {
 public:
     // Modal and unnamed; titled with the application's display name, sized to its content and
@@ -30,14 +28,11 @@ public:
 
 private:
     void CreateControls(wxWindow* parent, const wxString& message, bool canCancel);
-    // The content's size and the place over the parent, again.
-    void _Settle();
     void _SetLabel(int id, const String& label);
 
     String m_Key;
     bool m_Remembered = false;
     wxsCheckBox* m_CheckBox = nullptr;
-    wxLongLong m_SettleUntil = 0;
 };
 
 // Logs the message, then shows it with "Don't tell me again" remembered under `title` (the key,
