@@ -273,6 +273,22 @@ public:
             if (m_Book->GetPage(i)->GetName() == name.Lower()) m_Book->SetSelection(i);
     }
 
+    // The secondary windows, each saving its own place.
+    void CloseWindows() {
+        wxCommandEvent closeAll(wxEVT_MENU, wxID_OPENWIN_CLOSEALL);
+        OpenWindows::_this->OnCommand(closeAll);
+    }
+
+    void OpenJobsWindow() {
+        auto* window =
+            new JobsWindow([this](const UID& id) { return m_App->FindJob(id); }, m_App->GetAllJobs());
+        JobsView* view = window->GetView();
+        view->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this, view](wxListEvent& e) {
+            if (JobPtr job = view->GetJob((int)e.GetIndex())) ShowJobMenu(view, job);
+        });
+        window->Show();
+    }
+
     // Called once the farm client has started (its handlers exist from then on).
     void Attach() {
         m_App->AddMessageHandler([this](const Message& m) { OnFarmMessage(m); });
@@ -354,16 +370,6 @@ private:
                               m_LoadHistory, m_LoadTotal);
             },
             ID_OPEN_LOAD);
-    }
-
-    void OpenJobsWindow() {
-        auto* window =
-            new JobsWindow([this](const UID& id) { return m_App->FindJob(id); }, m_App->GetAllJobs());
-        JobsView* view = window->GetView();
-        view->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this, view](wxListEvent& e) {
-            if (JobPtr job = view->GetJob((int)e.GetIndex())) ShowJobMenu(view, job);
-        });
-        window->Show();
     }
 
     // A window that follows a growing list of lines (kept here: the main window outlives it).
@@ -637,9 +643,7 @@ private:
         SaveWindowPosition();
         m_Jobs->SaveLayout();
         wxTaviroDlg::CloseAll();
-        // The secondary windows close first, each saving its own place.
-        wxCommandEvent closeAll(wxEVT_MENU, wxID_OPENWIN_CLOSEALL);
-        OpenWindows::_this->OnCommand(closeAll);
+        CloseWindows(); // first
         // The registry owns the window menu; take it back from the menu bar before it goes.
         if (wxMenuBar* bar = GetMenuBar()) {
             // By the menu, not its (translated) title.
@@ -768,9 +772,10 @@ private:
     // that every view has drawn what it shows; the program ends after the last.
     void TourStep() {
         static const char* const pages[] = {"jobs", "bytype", "log", "activity", "colours"};
-        static const char* const dialogs[] = {"settings", "newjob", "hide", "notfound"};
+        static const char* const dialogs[] = {"settings", "newjob", "hide", "notfound",
+                                              "jobswindow"};
         const int step = m_TourStep++;
-        const int shot = step / 2, pageCount = 5, dialogCount = 4;
+        const int shot = step / 2, pageCount = 5, dialogCount = 5;
         if (shot >= pageCount + dialogCount) {
             m_Frame->Close();
             return;
@@ -784,6 +789,7 @@ private:
             // Modal: opened once this step is over, and ended by the next one.
             if (name == "notfound")
                 m_Frame->CallAfter([this] { m_Frame->ShowLogSearch("no such line", true); });
+            if (name == "jobswindow") m_Frame->OpenJobsWindow();
         } else {
             TakeShot(m_Tour + "-" + name + ".png");
         }
