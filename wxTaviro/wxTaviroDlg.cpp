@@ -307,8 +307,10 @@ void wxTaviroDlg::_Settle() {
     const wxSize content = GetSizer()->GetMinSize(), client = GetClientSize();
     if (!HasFlag(wxRESIZE_BORDER)) {
         if (client != content) SetClientSize(content);
-    } else if (client.x < content.x || client.y < content.y) {
-        SetClientSize(wxSize(std::max(client.x, content.x), std::max(client.y, content.y)));
+    } else {
+        SetMinClientSize(content); // a resizable one is not dragged smaller than its content
+        if (client.x < content.x || client.y < content.y)
+            SetClientSize(wxSize(std::max(client.x, content.x), std::max(client.y, content.y)));
     }
     if (m_Name.empty() && GetParent()) CentreOnParent(wxBOTH);
 }
