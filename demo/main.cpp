@@ -37,6 +37,7 @@
 #include <taviro/SimulatedMaster.h>
 
 #include <wx/dcscreen.h>
+#include <wx/imagpng.h>
 #include <wx/filename.h>
 #include <wx/aui/framemanager.h>
 #include <wx/stdpaths.h>
@@ -289,6 +290,18 @@ public:
         window->Show();
     }
 
+    // The log of the first script job on the Jobs page that has written some, as its menu
+    // would open it.
+    void ShowFirstScriptLog() {
+        for (int row = 0; row < m_Jobs->GetItemCount(); ++row)
+            if (JobPtr job = m_Jobs->GetJob(row))
+                if (job->Name().StartsWith("Script") &&
+                    !FindLogLines(m_Log, job->Name() + ": ").empty()) {
+                    OpenOutput(job, "log.txt");
+                    return;
+                }
+    }
+
     // Called once the farm client has started (its handlers exist from then on).
     void Attach() {
         m_App->AddMessageHandler([this](const Message& m) { OnFarmMessage(m); });
@@ -522,8 +535,13 @@ private:
         std::vector<String> lines;
         if (file == "report.txt") {
             lines.push_back(name);
-            for (const auto& p : job->GetParameters())
-                lines.push_back("    " + p.first + " = " + p.second);
+            for (const auto& p : job->GetParameters()) {
+                String value = p.second;
+                if (p.first == p_Type)
+                    value = JobFactory::s_JobFactory.GetTypeInfo(UID(value, false), false).name;
+                if (p.first == p_Status) value = JobStatusName(job->GetStatus());
+                lines.push_back("    " + p.first + " = " + value);
+            }
         } else {
             lines = FindLogLines(m_Log, name + ": ");
             if (lines.empty())
@@ -773,9 +791,9 @@ private:
     void TourStep() {
         static const char* const pages[] = {"jobs", "bytype", "log", "activity", "colours"};
         static const char* const dialogs[] = {"settings", "newjob", "hide", "notfound",
-                                              "jobswindow"};
+                                              "jobswindow", "output"};
         const int step = m_TourStep++;
-        const int shot = step / 2, pageCount = 5, dialogCount = 5;
+        const int shot = step / 2, pageCount = 5, dialogCount = 6;
         if (shot >= pageCount + dialogCount) {
             m_Frame->Close();
             return;
@@ -790,6 +808,10 @@ private:
             if (name == "notfound")
                 m_Frame->CallAfter([this] { m_Frame->ShowLogSearch("no such line", true); });
             if (name == "jobswindow") m_Frame->OpenJobsWindow();
+            if (name == "output") {
+                m_Frame->CloseWindows();
+                m_Frame->ShowFirstScriptLog();
+            }
         } else {
             TakeShot(m_Tour + "-" + name + ".png");
         }
@@ -805,7 +827,9 @@ private:
                 r.Union(w->GetScreenRect());
             }
         const wxBitmap bmp = GrabScreen(r);
-        if (!bmp.IsOk() || !bmp.SaveFile(file, wxBITMAP_TYPE_PNG))
+        wxImage image = bmp.IsOk() ? bmp.ConvertToImage() : wxImage();
+        image.SetOption(wxIMAGE_OPTION_PNG_COMPRESSION_LEVEL, 9); // small, for the README
+        if (!image.IsOk() || !image.SaveFile(file, wxBITMAP_TYPE_PNG))
             wxLogError("Cannot save the screenshot to %s", file);
     }
 
