@@ -623,6 +623,37 @@ void JobsView::LeaveOutFiltered(std::vector<_Entry*>& entries) {
                   entries.end());
 }
 
+void JobsView::MergeIntoRows(std::vector<_Entry*>& entries) {
+    if (entries.empty()) return;
+    // The newcomers in order, then one pass through both runs: the order a full sort would give
+    // (keys are unique through the arrival number), at the cost of reading each key once.
+    std::vector<_Entry*> rows;
+    rows.reserve(m_Rows.size() + entries.size());
+    if (m_SortType < 0) {
+        auto bySeq = [](const _Entry* a, const _Entry* b) { return a->seq < b->seq; };
+        std::sort(entries.begin(), entries.end(), bySeq);
+        std::merge(m_Rows.begin(), m_Rows.end(), entries.begin(), entries.end(),
+                   std::back_inserter(rows), bySeq);
+    } else {
+        std::vector<std::pair<_Key, _Entry*>> keyed;
+        keyed.reserve(entries.size());
+        for (_Entry* e : entries)
+            keyed.emplace_back(KeyOf(*e), e);
+        std::sort(keyed.begin(), keyed.end(),
+                  [this](const auto& a, const auto& b) { return Before(a.first, b.first); });
+        size_t next = 0;
+        for (_Entry* row : m_Rows) {
+            const _Key key = KeyOf(*row);
+            while (next < keyed.size() && Before(keyed[next].first, key))
+                rows.push_back(keyed[next++].second);
+            rows.push_back(row);
+        }
+        for (; next < keyed.size(); ++next)
+            rows.push_back(keyed[next].second);
+    }
+    m_Rows.swap(rows);
+}
+
 bool JobsView::FilterReplaces(_Entry& e, unsigned mask) {
     if (!(mask & (1u << k_JobsName))) return false;
     e.nameCased = false;
@@ -634,22 +665,20 @@ void JobsView::SetNameFilter(const String& text) {
     const String filter = text.Lower();
     if (filter == m_Filter) return;
     const auto start = std::chrono::steady_clock::now();
-    // Every name holding the new text holds the old one: only rows go.
+    // Typing on: every name holding the new text holds the old one, so only rows go.
+    // Deleting: every row shown still passes, so only left-out jobs come back.
     const bool narrower = filter.find(m_Filter) != String::npos;
+    const bool wider = m_Filter.find(filter) != String::npos;
     m_Filter = filter;
     const int anchorRow = GetLastSelect();
     _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
-    LeaveOutFiltered(m_Rows);
+    if (!wider) LeaveOutFiltered(m_Rows);
     if (!narrower) {
         std::vector<_Entry*> back;
-        for (auto& kv : m_Entries) {
-            _Entry& e = kv.second;
-            if (!e.hidden) continue;
-            e.hidden = false;
-            e.moving = true; // as a moved entry: Place puts it back by its key
-            back.push_back(&e);
-        }
-        Place(back);
+        for (auto& kv : m_Entries)
+            if (kv.second.hidden && kv.second.row < 0) back.push_back(&kv.second);
+        LeaveOutFiltered(back);
+        MergeIntoRows(back);
     }
     if (m_Filter.empty()) // the lower-case names are not needed until the next filter
         for (auto& kv : m_Entries) {

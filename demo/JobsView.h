@@ -124,6 +124,8 @@ private:
     // Name filter: whether a job shows; leaving out the entries that do not (from `entries`).
     bool Passes(_Entry& e);
     void LeaveOutFiltered(std::vector<_Entry*>& entries);
+    // Puts entries that have no row among the (sorted) rows.
+    void MergeIntoRows(std::vector<_Entry*>& entries);
     // Whether a note makes a job shown or left out by the filter to be placed again.
     bool FilterReplaces(_Entry& e, unsigned mask);
     void OnColumnClick(wxListEvent& event);
