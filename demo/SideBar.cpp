@@ -58,8 +58,8 @@ ConnectionPanel::ConnectionPanel(wxWindow* parent) : wxExpandablePanel(parent, w
 void ConnectionPanel::ShowConnection(bool connected, const wxString& master) {
     m_State->SetLabel(connected ? _("Connected") : _("Disconnected"));
     // The simulated master's name is a word of the program, not a host: said in the language.
-    m_Master->SetLabel(wxString::Format(
-        _("Master: %s"), master == "embedded" ? _("embedded (simulated)") : master));
+    m_Master->SetLabel(wxString::Format(_("Master: %s"),
+                                        master == "embedded" ? _("embedded (simulated)") : master));
     // A palette role, not a colour: a later scheme change recolours it with the rest.
     m_State->SetForegroundSlot(connected ? color_TextGreen : color_TextRed);
     m_State->RefreshColors();

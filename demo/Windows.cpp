@@ -96,8 +96,8 @@ TextWindow::TextWindow(const wxString& title, const String& section, const Strin
 // ---- the job command menu ----
 
 bool CommandAllowed(const String& command, int status) {
-    const bool finished = status == k_JobDone || status == k_JobFailed ||
-                          status == k_JobAborted || status == k_JobArchived;
+    const bool finished = status == k_JobDone || status == k_JobFailed || status == k_JobAborted ||
+                          status == k_JobArchived;
     if (command == "Pause") return status == k_JobRunning || status == k_JobWaiting;
     if (command == "Resume") return status == k_JobPaused;
     if (command == "Abort") return !finished;

@@ -281,8 +281,8 @@ public:
     }
 
     void OpenJobsWindow() {
-        auto* window =
-            new JobsWindow([this](const UID& id) { return m_App->FindJob(id); }, m_App->GetAllJobs());
+        auto* window = new JobsWindow([this](const UID& id) { return m_App->FindJob(id); },
+                                      m_App->GetAllJobs());
         JobsView* view = window->GetView();
         view->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this, view](wxListEvent& e) {
             if (JobPtr job = view->GetJob((int)e.GetIndex())) ShowJobMenu(view, job);
@@ -648,8 +648,8 @@ private:
                 ? wxString::Format(_("%zu jobs"), all)
                 : wxString::Format(_("%zu jobs, %d shown"), all, m_Jobs->GetItemCount());
         SetStatusText(jobs + ", " +
-                          wxString::Format(_("%llu messages handled, %zu open windows"),
-                                           m_Messages, OpenWindows::_this->GetEntries().size()),
+                          wxString::Format(_("%llu messages handled, %zu open windows"), m_Messages,
+                                           OpenWindows::_this->GetEntries().size()),
                       0);
         ++m_Refreshes;
         if (m_LogRefreshes)
@@ -790,8 +790,8 @@ private:
     // that every view has drawn what it shows; the program ends after the last.
     void TourStep() {
         static const char* const pages[] = {"jobs", "bytype", "log", "activity", "colours"};
-        static const char* const dialogs[] = {"settings", "newjob", "hide", "notfound",
-                                              "jobswindow", "output"};
+        static const char* const dialogs[] = {"settings", "newjob",     "hide",
+                                              "notfound", "jobswindow", "output"};
         const int step = m_TourStep++;
         const int shot = step / 2, pageCount = 5, dialogCount = 6;
         if (shot >= pageCount + dialogCount) {

@@ -267,9 +267,9 @@ void _SelectionFollowsPalette() {
     const wxColour back = wxsGetColor(color_Selected);
     const wxColour text = OffsetColor(wxsGetColor(color_3DDark), -20, -20, -20);
     if (!back.IsOk() || !text.IsOk()) return;
-    const wxString css = wxString::Format(
-        "selection { background-color: %s; color: %s; }", back.GetAsString(wxC2S_HTML_SYNTAX),
-        text.GetAsString(wxC2S_HTML_SYNTAX));
+    const wxString css =
+        wxString::Format("selection { background-color: %s; color: %s; }",
+                         back.GetAsString(wxC2S_HTML_SYNTAX), text.GetAsString(wxC2S_HTML_SYNTAX));
     load(provider, css.utf8_str(), -1, nullptr);
 #endif
 }

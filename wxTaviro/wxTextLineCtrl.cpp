@@ -751,7 +751,8 @@ void wxTextLineCtrl::Search(String text, bool forward, bool caseSensitive) {
     // Wrapping: the rest from the other end (the lines already passed are looked at again,
     // so a text found only there is found, as an editor does).
     if (hit < 0 && m_WrapSearch && m_Store.Count() > 0)
-        hit = m_Store.Find(text, caseSensitive, forward ? 0 : m_Store.Count() - 1, forward, &offset);
+        hit =
+            m_Store.Find(text, caseSensitive, forward ? 0 : m_Store.Count() - 1, forward, &offset);
     if (hit >= 0) {
         const std::string_view line = m_Store.Line(hit);
         m_SearchLine = hit;

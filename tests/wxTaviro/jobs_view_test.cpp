@@ -120,7 +120,8 @@ TEST(JobsView, TheSortIsRememberedAndTheNameFilterFollowsTheTyping) {
     fill(view);
     using Names = std::vector<String>;
     EXPECT_EQ(view->GetSortType(), k_JobsName);
-    EXPECT_EQ(_Farm::Shown(view), (Names{"comp 10", "Render 11", "Render 2", "Render 1", "Comp 3"}));
+    EXPECT_EQ(_Farm::Shown(view),
+              (Names{"comp 10", "Render 11", "Render 2", "Render 1", "Comp 3"}));
     view->GetBody()->SendListEvent(wxEVT_LIST_ITEM_SELECTED, {0, 0}, 2); // Render 2
     view->SetNameFilter("COMP");
     EXPECT_EQ(_Farm::Shown(view), (Names{"comp 10", "Comp 3"}));
@@ -141,7 +142,8 @@ TEST(JobsView, TheSortIsRememberedAndTheNameFilterFollowsTheTyping) {
     view->Update(std::time(nullptr));
     EXPECT_EQ(_Farm::Shown(view), (Names{"Comp 3", "Comp 2"}));
     view->SetNameFilter("");
-    EXPECT_EQ(_Farm::Shown(view), (Names{"Render 11", "Render 10", "Render 1", "Comp 3", "Comp 2"}));
+    EXPECT_EQ(_Farm::Shown(view),
+              (Names{"Render 11", "Render 10", "Render 1", "Comp 3", "Comp 2"}));
 }
 
 // A modeless dialog of a name is open once: asked again, the open one is shown. The separate
