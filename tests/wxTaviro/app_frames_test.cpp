@@ -261,13 +261,13 @@ TEST_F(AppTest, MessageBoxFitsItsContentOverItsParentUnderTheDisplayName) {
         box->CallAfter([&, box] {
             title = box->GetTitle();
             box->SetSize(box->GetSize() - wxSize(0, 25));
-            box->Move(0, 0);
             whole = WaitFor(
                 [box] {
                     return box->GetClientSize() == box->GetSizer()->GetMinSize() &&
                            box->GetClientRect().Contains(box->FindWindow(wxID_OK)->GetRect());
                 },
                 3000);
+            box->Move(0, 0);
             over = WaitFor(
                 [&] {
                     const wxPoint d = Centre(box->GetScreenRect()) - Centre(page->GetScreenRect());
