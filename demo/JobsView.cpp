@@ -1,7 +1,7 @@
 // The demo's jobs page.
 //
 // Sections: columns and texts; construction and layout; farm messages (notes); the tick (apply,
-// drop, place, sort); sort keys; list hooks; selection and header events.
+// drop, place, sort); sort keys; list hooks; selection and header events; name filter.
 #include "demo/JobsView.h"
 
 #include <wxTaviro/wxTaviroApp.h>

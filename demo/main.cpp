@@ -3,9 +3,9 @@
 // the latest messages; the View menu opens secondary windows that the Window menu lists,
 // collects and closes; every window comes back where it was left.
 //
-//   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|jobs|bytype|colours|log] [--open-windows] [--open-dialog
-//               settings|rename|find|newjob]
+//   taviro-demo [farm options] [--screenshot FILE] [--screenshots PREFIX]
+//               [--exit-after SECONDS] [--scheme 1..5] [--page jobs|bytype|log|activity|colours]
+//               [--open-windows] [--open-dialog settings|rename|find|newjob|hide]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 // --log-refreshes writes a line per refresh of the main window, and per update and sort of the
@@ -13,6 +13,9 @@
 //
 // Threads: the library's bridge turns the messenger's signals into events for the main window
 // and dispatches one farm message per event on the GUI thread.
+//
+// Sections: the side bar; the settings dialog; the main window; the application (its options
+// and the screenshot tour).
 #include "demo/ColorsView.h"
 #include "demo/JobDialogs.h"
 #include "demo/JobsView.h"
