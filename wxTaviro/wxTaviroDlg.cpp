@@ -312,7 +312,9 @@ void wxTaviroDlg::_Settle() {
         if (client.x < content.x || client.y < content.y)
             SetClientSize(wxSize(std::max(client.x, content.x), std::max(client.y, content.y)));
     }
-    if (m_Name.empty() && GetParent()) CentreOnParent(wxBOTH);
+    // Only while settling: later, a box the user moved stays where it was put.
+    if (m_Name.empty() && GetParent() && wxGetLocalTimeMillis() < m_SettleUntil)
+        CentreOnParent(wxBOTH);
 }
 
 void wxTaviroDlg::OnInit(wxInitDialogEvent& e) {
