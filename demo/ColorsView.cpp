@@ -56,7 +56,7 @@ protected:
     }
 
 private:
-    static constexpr int k_Columns = 6;
+    static constexpr int k_Columns = 4; // fits the page at the window's first size
 
     // Wide enough for the longest name beside its swatch.
     wxSize CellSize() const {
@@ -271,6 +271,8 @@ public:
         page->Add(swatches, 0, section, border);
 
         SetSizer(page);
+        // The page scrolls over all of its content, not only over what a first layout gave it.
+        FitInside();
         SetScrollRate(FromDIP(10), FromDIP(10));
         def->SetDefault();
     }

@@ -1,7 +1,7 @@
 // The demo's jobs page.
 //
 // Sections: columns and texts; construction and layout; farm messages (notes); the tick (apply,
-// drop, place, sort); sort keys; list hooks; selection and header events.
+// drop, place, sort); sort keys; list hooks; selection and header events; name filter.
 #include "demo/JobsView.h"
 
 #include <wxTaviro/wxTaviroApp.h>
@@ -36,6 +36,8 @@ const _ColumnInfo k_Columns[k_JobsColumnCount] = {
 const char* const k_Section = "Jobs Page";
 const char* const k_SizesKey = "Column Sizes";
 const char* const k_OrderKey = "Column Order";
+const char* const k_SortKey = "Sort Column"; // a column type, -1 for the arrival order
+const char* const k_AscendingKey = "Sort Ascending";
 const char* const k_Up = " \xe2\x96\xb2";   // U+25B2, ascending
 const char* const k_Down = " \xe2\x96\xbc"; // U+25BC, descending
 
@@ -76,6 +78,14 @@ String Duration(int seconds) {
 
 } // namespace
 
+int StatusColumnWidth(wxWindow* list) {
+    int widest = 0;
+    for (int s = k_JobWaiting; s <= k_JobArchived; ++s)
+        widest = std::max(widest, list->GetTextExtent(wxGetTranslation(JobStatusName(s))).x);
+    // The cell's padding and a little air on both sides.
+    return widest + list->FromDIP(16);
+}
+
 int NaturalCompare(const String& a, const String& b) {
     size_t i = 0, j = 0;
     while (i < a.size() && j < b.size()) {
@@ -108,6 +118,10 @@ JobsView::JobsView(wxWindow* parent, JobFinder find)
       m_Epoch(std::time(nullptr) - 1) {
     for (int t = 0; t < k_JobsColumnCount; ++t)
         AddColumn(t, wxToString(wxGetTranslation(k_Columns[t].label)), FromDIP(k_Columns[t].width));
+    SetTooltipsOnlyWhenShortened(true); // a name shown in full needs no tooltip over the rows
+    // Wide enough for the longest status in the language shown.
+    const int status = FindColumnByType(k_JobsStatus);
+    SetColumnWidth(status, std::max(GetColumnWidth(status), StatusColumnWidth(this)));
     Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent& e) {
         if (!m_Quiet) Select((int)e.GetIndex(), true);
         e.Skip();
@@ -126,7 +140,10 @@ void JobsView::SaveLayout() {
     String order;
     for (int i = 0; i < GetColumnCount(); ++i)
         order += (i ? ", " : "") + String::FromInt(GetColumn(i).type);
+    OptionsFile::Pause pause(app->GetOptions()); // one write for all
     app->GetOptions()->SetValue(k_Section, k_OrderKey, order);
+    app->GetOptions()->SetValue(k_Section, k_SortKey, String::FromInt(m_SortType));
+    app->GetOptions()->SetValue(k_Section, k_AscendingKey, m_Ascending ? "1" : "0");
     SaveColumnSizes(k_Section, k_SizesKey);
 }
 
@@ -144,8 +161,11 @@ void JobsView::RestoreLayout() {
         MoveColumn(at, position++);
     }
     RestoreColumnSizes(k_Section, k_SizesKey);
-    ShowSortInLabels();
-    Redraw();
+    // A width saved in another language may cut the statuses of this one short.
+    const int status = FindColumnByType(k_JobsStatus);
+    SetColumnWidth(status, std::max(GetColumnWidth(status), StatusColumnWidth(this)));
+    SortBy(app->GetOptions()->GetValue(k_Section, k_SortKey, -1),
+           app->GetOptions()->GetValue(k_Section, k_AscendingKey, true));
 }
 
 // ---- farm messages ----
@@ -268,6 +288,11 @@ void JobsView::ApplyNote(const _Note& note, std::vector<_Entry*>& fresh,
         }
         e.status = (int8_t)note.status;
     }
+    if (FilterReplaces(e, note.mask)) {
+        e.moving = true;
+        moving.push_back(&e);
+        return;
+    }
     if (e.row < 0 || e.moving) return; // placed this tick anyway
     if (m_SortType >= 0 && (note.mask & (1u << m_SortType))) {
         e.moving = true;
@@ -300,9 +325,10 @@ void JobsView::DropRows(std::vector<_Entry*>& gone) {
 }
 
 void JobsView::Place(std::vector<_Entry*>& entries) {
-    if (entries.empty()) return;
     for (_Entry* e : entries)
         e->moving = false;
+    LeaveOutFiltered(entries);
+    if (entries.empty()) return;
     // Arrival order, or too many to place one by one: append and sort all.
     if (m_SortType < 0 || entries.size() * 8 > m_Rows.size()) {
         std::sort(entries.begin(), entries.end(),
@@ -446,6 +472,11 @@ String JobsView::TypeName(const JobPtr& job) {
 
 // ---- list hooks ----
 
+JobPtr JobsView::FindJob(const UID& id) const {
+    auto it = m_Entries.find(id);
+    return it == m_Entries.end() ? JobPtr() : it->second.job;
+}
+
 JobPtr JobsView::GetJob(int row) const {
     return row >= 0 && row < (int)m_Rows.size() ? m_Rows[row]->job : JobPtr();
 }
@@ -564,4 +595,103 @@ void JobsView::OnColumnMenu(wxListEvent& event) {
     const int chosen = GetPopupMenuSelectionFromUser(menu);
     if (chosen == wxID_BACKWARD) MoveColumn(column, column - 1);
     if (chosen == wxID_FORWARD) MoveColumn(column, column + 1);
+}
+
+// ---- name filter ----
+// Separate from the sort: the filter only decides which entries Place puts among the rows.
+// A name is lower-cased once, when a filter first needs it, and again after a rename.
+
+bool JobsView::Passes(_Entry& e) {
+    if (m_Filter.empty()) return true;
+    if (!e.nameCased) {
+        e.lowerName = e.job->Name().Lower();
+        e.nameCased = true;
+    }
+    return e.lowerName.find(m_Filter) != String::npos;
+}
+
+void JobsView::LeaveOutFiltered(std::vector<_Entry*>& entries) {
+    entries.erase(std::remove_if(entries.begin(), entries.end(),
+                                 [this](_Entry* e) {
+                                     e->hidden = !Passes(*e);
+                                     if (!e->hidden) return false;
+                                     e->row = -1;
+                                     if (e->selected) m_Selected.erase(e);
+                                     e->selected = false;
+                                     return true;
+                                 }),
+                  entries.end());
+}
+
+void JobsView::MergeIntoRows(std::vector<_Entry*>& entries) {
+    if (entries.empty()) return;
+    // The newcomers in order, then one pass through both runs: the order a full sort would give
+    // (keys are unique through the arrival number), at the cost of reading each key once.
+    std::vector<_Entry*> rows;
+    rows.reserve(m_Rows.size() + entries.size());
+    if (m_SortType < 0) {
+        auto bySeq = [](const _Entry* a, const _Entry* b) { return a->seq < b->seq; };
+        std::sort(entries.begin(), entries.end(), bySeq);
+        std::merge(m_Rows.begin(), m_Rows.end(), entries.begin(), entries.end(),
+                   std::back_inserter(rows), bySeq);
+    } else {
+        std::vector<std::pair<_Key, _Entry*>> keyed;
+        keyed.reserve(entries.size());
+        for (_Entry* e : entries)
+            keyed.emplace_back(KeyOf(*e), e);
+        std::sort(keyed.begin(), keyed.end(),
+                  [this](const auto& a, const auto& b) { return Before(a.first, b.first); });
+        size_t next = 0;
+        for (_Entry* row : m_Rows) {
+            const _Key key = KeyOf(*row);
+            while (next < keyed.size() && Before(keyed[next].first, key))
+                rows.push_back(keyed[next++].second);
+            rows.push_back(row);
+        }
+        for (; next < keyed.size(); ++next)
+            rows.push_back(keyed[next].second);
+    }
+    m_Rows.swap(rows);
+}
+
+bool JobsView::FilterReplaces(_Entry& e, unsigned mask) {
+    if (!(mask & (1u << k_JobsName))) return false;
+    e.nameCased = false;
+    // A newcomer of this tick (no row, not left out) is placed, and so filtered, anyway.
+    return !m_Filter.empty() && !e.moving && (e.hidden || e.row >= 0);
+}
+
+void JobsView::SetNameFilter(const String& text) {
+    const String filter = text.Lower();
+    if (filter == m_Filter) return;
+    const auto start = std::chrono::steady_clock::now();
+    // Typing on: every name holding the new text holds the old one, so only rows go.
+    // Deleting: every row shown still passes, so only left-out jobs come back.
+    const bool narrower = filter.find(m_Filter) != String::npos;
+    const bool wider = m_Filter.find(filter) != String::npos;
+    m_Filter = filter;
+    const int anchorRow = GetLastSelect();
+    _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
+    if (!wider) LeaveOutFiltered(m_Rows);
+    if (!narrower) {
+        std::vector<_Entry*> back;
+        for (auto& kv : m_Entries)
+            if (kv.second.hidden && kv.second.row < 0) back.push_back(&kv.second);
+        LeaveOutFiltered(back);
+        MergeIntoRows(back);
+    }
+    if (m_Filter.empty()) // the lower-case names are not needed until the next filter
+        for (auto& kv : m_Entries) {
+            kv.second.lowerName = String();
+            kv.second.nameCased = false;
+        }
+    Renumber();
+    m_Quiet = true;
+    SetItemCount((int)m_Rows.size());
+    m_Quiet = false;
+    SetLastSelect(anchor && !anchor->hidden ? anchor->row : -1);
+    GetBody()->Redraw();
+    if (m_LogTicks)
+        LogInfo(SFormat("Jobs filter '%s': %zu of %zu jobs shown, %.1f ms", m_Filter.c_str(),
+                        m_Rows.size(), m_Entries.size(), MillisecondsSince(start)));
 }

@@ -57,9 +57,18 @@ public:
     // Logs what each tick and each sort applied, and how long it took.
     void LogTicks(bool on) { m_LogTicks = on; }
 
-    // Column widths and order, under the demo's own keys of the options file.
+    // The job of that identifier while the view holds it (until the tick after its removal).
+    JobPtr FindJob(const UID& id) const;
+
+    // Column widths and order, and the sort, under the demo's own keys of the options file.
     void SaveLayout();
     void RestoreLayout();
+
+    // ---- name filter ----
+    // Shows only the jobs whose name holds `text`, ignoring case (empty: every job). Typing on
+    // narrows the rows shown; otherwise the jobs that pass now are placed among them.
+    void SetNameFilter(const String& text);
+    const String& GetNameFilter() const { return m_Filter; }
 
     bool IsRowSelected(int row) override;
     std::vector<int> GetSelection() override;
@@ -79,6 +88,9 @@ private:
         bool selected = false;
         bool moving = false; // taken out, to be placed again
         bool gone = false;
+        bool hidden = false;    // known, but left out by the name filter
+        bool nameCased = false; // lowerName holds the name (filled only while filtering)
+        String lowerName;
     };
     // What one message said about one job.
     struct _Note {
@@ -109,6 +121,13 @@ private:
     int Elapsed(const _Entry& e) const;
     String TypeName(const JobPtr& job);
     void Select(int row, bool on);
+    // Name filter: whether a job shows; leaving out the entries that do not (from `entries`).
+    bool Passes(_Entry& e);
+    void LeaveOutFiltered(std::vector<_Entry*>& entries);
+    // Puts entries that have no row among the (sorted) rows.
+    void MergeIntoRows(std::vector<_Entry*>& entries);
+    // Whether a note makes a job shown or left out by the filter to be placed again.
+    bool FilterReplaces(_Entry& e, unsigned mask);
     void OnColumnClick(wxListEvent& event);
     void OnColumnMenu(wxListEvent& event);
 
@@ -125,6 +144,7 @@ private:
     // removed rows are the view's own doing then.
     bool m_Quiet = false;
     bool m_LogTicks = false;
+    String m_Filter; // lower case
     std::unordered_map<String, String> m_TypeNames;
 
     std::mutex m_NotesMutex;
@@ -133,6 +153,9 @@ private:
 
 // The text colour of a job in this status (from the palette, so read it at paint time).
 wxColour StatusColour(int status);
+
+// The width of a column that shows every job status, translated, in full.
+int StatusColumnWidth(wxWindow* list);
 
 // Compares texts with runs of digits taken as numbers ("Job 9" before "Job 10"): <0, 0, >0.
 int NaturalCompare(const String& a, const String& b);

@@ -41,6 +41,15 @@ public:
         sizer->Add(m_Lines, 1, wxEXPAND);
         sizer->Add(m_Lines->GetSearchPanel(), 0, wxEXPAND | wxTOP | wxBOTTOM, 2);
         SetSizer(sizer);
+        m_Lines->GetSearchPanel()->OfferWrap();
+        // Warnings and errors stand out; the colours are the palette's, read at paint time.
+        m_Lines->SetLineColour([](std::string_view line) {
+            const size_t text = line.find("  "); // past the time stamp
+            const std::string_view rest = line.substr(text == line.npos ? 0 : text + 2);
+            if (rest.find("ERROR") != rest.npos) return wxsGetColor(color_TextRed);
+            if (rest.find("WARNING") != rest.npos) return wxsGetColor(color_TextOrange);
+            return wxColour();
+        });
         Bind(wxEVT_BUTTON, [this](wxCommandEvent& e) { OnButton(e.GetId()); });
         Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Drain(); });
         MessageReceivedEvt::s_Signal.Connect(this, &_LogView::OnMessage);
@@ -105,7 +114,10 @@ private:
         }
     }
 
+public:
     wxTextLineCtrl* m_Lines;
+
+private:
     wxsStaticText* m_Count;
     wxTimer m_Timer;
     std::mutex m_Mutex;
@@ -116,4 +128,27 @@ private:
 
 wxWindow* CreateLogView(wxWindow* parent) {
     return new _LogView(parent);
+}
+
+std::vector<String> FindLogLines(wxWindow* logView, const String& text) {
+    std::vector<String> found;
+    auto* view = dynamic_cast<_LogView*>(logView);
+    if (!view) return found;
+    for (int i = 0; i < view->m_Lines->GetCount(); ++i) {
+        String line = view->m_Lines->GetLine(i);
+        if (line.find(text) != String::npos) found.push_back(std::move(line));
+    }
+    return found;
+}
+
+void ShowLogSearch(wxWindow* logView, const wxString& text, bool search) {
+    auto* view = dynamic_cast<_LogView*>(logView);
+    wxTextLineSearchPanel* bar = view ? view->m_Lines->GetSearchPanel() : nullptr;
+    if (!bar) return;
+    if (!bar->IsShown()) bar->Expand();
+    bar->GetSearchField()->ChangeValue(text);
+    if (search) {
+        wxCommandEvent down(wxEVT_BUTTON, 2);
+        bar->GetEventHandler()->ProcessEvent(down);
+    }
 }

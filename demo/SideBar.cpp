@@ -1,5 +1,7 @@
 #include "demo/SideBar.h"
 
+#include "demo/JobsView.h"
+
 #include <wxTaviro/ProductChoice.h>
 #include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroColors.h>
@@ -22,25 +24,30 @@ const char k_Section[] = "Side Bar";
     wxTRANSLATE("Waiting"), wxTRANSLATE("Running"), wxTRANSLATE("Paused"),  wxTRANSLATE("Done"),
     wxTRANSLATE("Failed"),  wxTRANSLATE("Aborted"), wxTRANSLATE("Archived")};
 
-// A panel opens the first time; from then on as it was left.
-void OpenAtFirst(const String& key) {
-    Application* app = Application::the_Application;
-    if (app && app->GetOptions()->GetValue(k_Section, key, String()).empty())
-        app->GetOptions()->SetValue(k_Section, key, "1");
+// A panel opens the first time; from then on as it was left. Panels are built before the
+// options file is read: the default goes in once it is (before the panel reads its state).
+void OpenAtFirst(wxWindow* panel, const String& key) {
+    wxTaviroApp::WhenOptionsLoaded(panel, [key] {
+        Application* app = Application::the_Application;
+        if (app && app->GetOptions()->GetValue(k_Section, key, String()).empty())
+            app->GetOptions()->SetValue(k_Section, key, "1");
+    });
 }
 } // namespace
 
 // ---- ConnectionPanel ----
 
 ConnectionPanel::ConnectionPanel(wxWindow* parent) : wxExpandablePanel(parent, wxVERTICAL) {
-    OpenAtFirst("Connection");
+    OpenAtFirst(this, "Connection");
     SetSettings(k_Section, "Connection");
     SetLabels(_("Connection"), _("Connection"));
     CreateInfrastructure(_("Show or hide the connection"), true);
     const int gap = FromDIP(4);
     m_State = new wxsStaticText(this, wxID_ANY, _("Connecting..."));
     m_State->SetFont(m_State->GetFont().Bold());
-    GetContentSizer()->Add(m_State, 0, wxEXPAND | wxALL, gap);
+    GetContentSizer()->Add(m_State, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, gap);
+    m_Master = new wxsStaticText(this, wxID_ANY, wxEmptyString);
+    GetContentSizer()->Add(m_Master, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, gap);
     m_Link = new wxsButton(this, ID_SIDE_LINK, _("&Disconnect"));
     GetContentSizer()->Add(m_Link, 0, wxEXPAND | wxALL, gap);
     GetContentSizer()->Add(new wxsButton(this, ID_SIDE_SHUTDOWN, _("Order &shutdown")), 0,
@@ -49,28 +56,32 @@ ConnectionPanel::ConnectionPanel(wxWindow* parent) : wxExpandablePanel(parent, w
 }
 
 void ConnectionPanel::ShowConnection(bool connected, const wxString& master) {
-    m_State->SetLabel(connected ? wxString::Format(_("Connected to %s"), master)
-                                : _("Disconnected"));
-    m_State->SetForegroundColour(wxsReadableOn(wxsGetColor(connected ? color_TextGreen : color_TextRed),
-                                               m_State->GetBackgroundColour()));
+    m_State->SetLabel(connected ? _("Connected") : _("Disconnected"));
+    // The simulated master's name is a word of the program, not a host: said in the language.
+    m_Master->SetLabel(wxString::Format(_("Master: %s"),
+                                        master == "embedded" ? _("embedded (simulated)") : master));
+    // A palette role, not a colour: a later scheme change recolours it with the rest.
+    m_State->SetForegroundSlot(connected ? color_TextGreen : color_TextRed);
+    m_State->RefreshColors();
     m_Link->SetLabel(connected ? _("&Disconnect") : _("&Reconnect"));
     Layout();
 }
 
 // ---- FiltersPanel ----
 
-FiltersPanel::FiltersPanel(wxWindow* parent, std::function<void(const wxString&)> find)
+FiltersPanel::FiltersPanel(wxWindow* parent, std::function<void(const wxString&)> filter)
     : wxExpandablePanel(parent, wxVERTICAL) {
-    OpenAtFirst("Filters");
+    OpenAtFirst(this, "Filters");
     SetSettings(k_Section, "Filters");
     SetLabels(_("Filters"), _("Filters"));
     CreateInfrastructure(_("Show or hide the filters"), true);
     const int gap = FromDIP(4);
-    m_Find = new wxsTextCtrl(this, wxID_ANY, wxEmptyString, wxDefaultPosition, wxDefaultSize,
-                             wxTE_PROCESS_ENTER);
-    m_Find->SetHint(_("Find a job by name"));
-    m_Find->Bind(wxEVT_TEXT_ENTER, [this, find](wxCommandEvent&) {
-        if (!m_Find->GetValue().empty()) find(m_Find->GetValue());
+    m_Find = new wxsTextCtrl(this, wxID_ANY);
+    m_Find->SetHint(_("Filter the jobs by name"));
+    m_Find->SetToolTip(_("Shows only the jobs whose name holds this text, as you type"));
+    m_Find->Bind(wxEVT_TEXT, [this, filter](wxCommandEvent& e) {
+        filter(m_Find->GetValue());
+        e.Skip();
     });
     GetContentSizer()->Add(m_Find, 0, wxEXPAND | wxALL, gap);
     GetContentSizer()->Add(new wxsButton(this, ID_SIDE_HIDE_PRODUCTS, _("&Hide products...")), 0,
@@ -81,13 +92,15 @@ FiltersPanel::FiltersPanel(wxWindow* parent, std::function<void(const wxString&)
 // ---- TotalsPanel ----
 
 TotalsPanel::TotalsPanel(wxWindow* parent) : wxExpandablePanel(parent, wxVERTICAL) {
-    OpenAtFirst("Totals");
+    OpenAtFirst(this, "Totals");
     SetSettings(k_Section, "Totals");
     SetLabels(_("Totals"), _("Totals"));
     CreateInfrastructure(_("Show or hide the jobs by status"), true);
     m_Counts = new wxsListCtrl(this, wxID_ANY);
-    m_Counts->AddColumn(0, wxToString(_("Status")), FromDIP(120));
+    m_Counts->AddColumn(0, wxToString(_("Status")),
+                        std::max(FromDIP(120), StatusColumnWidth(m_Counts)));
     m_Counts->AddColumn(1, wxToString(_("Jobs")), FromDIP(80));
+    m_Counts->SetTooltipsOnlyWhenShortened(true);
     for (int s = k_JobWaiting; s <= k_JobArchived + 1; ++s) {
         m_Counts->InsertItem(s - k_JobWaiting, s <= k_JobArchived
                                                    ? wxToString(wxGetTranslation(JobStatusName(s)))

@@ -24,13 +24,14 @@ public:
 
 private:
     wxsStaticText* m_State;
+    wxsStaticText* m_Master;
     wxsButton* m_Link;
 };
 
 class FiltersPanel : public wxExpandablePanel {
 public:
-    // `find` is asked to show the first job whose name holds the text.
-    FiltersPanel(wxWindow* parent, std::function<void(const wxString&)> find);
+    // `filter` is told the text as it is typed: the jobs whose name holds it are shown.
+    FiltersPanel(wxWindow* parent, std::function<void(const wxString&)> filter);
 
 private:
     wxsTextCtrl* m_Find;

@@ -75,6 +75,8 @@ TypeTreeView::TypeTreeView(wxWindow* parent, JobFinder find)
     : wxDBTreeListCtrl(parent, wxID_ANY), m_Find(std::move(find)) {
     for (const auto& c : k_Columns)
         AddColumn(0, wxToString(wxGetTranslation(c.label)), FromDIP(c.width));
+    SetColumnWidth(k_Status, std::max(GetColumnWidth(k_Status), StatusColumnWidth(this)));
+    SetTooltipsOnlyWhenShortened(true);
 }
 
 void TypeTreeView::OnFarmMessage(const Message& m) {

@@ -4,9 +4,9 @@
 // menu opens secondary windows that the Window menu lists, collects and closes; every window comes
 // back where it was left.
 //
-//   taviro-demo [farm options] [--screenshot FILE] [--exit-after SECONDS] [--scheme 1..5]
-//               [--page farm|jobs|bytype|colours|log] [--open-windows] [--open-dialog
-//               settings|rename|find|newjob]
+//   taviro-demo [farm options] [--screenshot FILE] [--screenshots PREFIX]
+//               [--exit-after SECONDS] [--scheme 1..5] [--page jobs|bytype|log|activity|colours]
+//               [--open-windows] [--open-dialog settings|rename|find|newjob|hide]
 //               [--log-refreshes]
 // Farm options are the farm core's (--jobs N, --seed N, --rate N, --modules DIR, ...).
 // --log-refreshes writes a line per refresh of the main window, and per update and sort of the
@@ -14,12 +14,17 @@
 //
 // Threads: the library's bridge turns the messenger's signals into events for the main window
 // and dispatches one farm message per event on the GUI thread.
+//
+// Sections: the side bar; the settings dialog; the main window; the application (its options
+// and the screenshot tour).
 #include "demo/ColorsView.h"
 #include "demo/JobDialogs.h"
 #include "demo/JobsView.h"
+#include "demo/LoadPane.h"
 #include "demo/LogView.h"
 #include "demo/SideBar.h"
 #include "demo/TypeTreeView.h"
+#include "demo/Windows.h"
 
 #include <wxTaviro/JobCommandMenu.h>
 #include <wxTaviro/wxBarHistoryCtrl.h>
@@ -30,17 +35,20 @@
 #include <wxTaviro/wxTaviroDlg.h>
 #include <wxTaviro/wxTaviroFrame.h>
 #include <wxTaviro/wxTaviroText.h>
+#include <wxTaviro/wxTextLineCtrl.h>
 
 #include <taviro/JobFactory.h>
 #include <taviro/Messenger.h>
 
 #include <wx/dcscreen.h>
+#include <wx/imagpng.h>
 #include <wx/filename.h>
 #include <wx/aui/framemanager.h>
 #include <wx/stdpaths.h>
 
 #include <algorithm>
 #include <deque>
+#include <dlfcn.h>
 
 namespace {
 
@@ -81,6 +89,50 @@ const char* const k_ShutdownKey = "OrderShutdown";
 int ShownScheme() {
     return g_Scheme >= 1 && g_Scheme <= 5 ? g_Scheme : 3;
 }
+
+// What the screen shows in `r`. Read through GDK itself (looked up at run time, so building
+// needs no GTK headers): the toolkit's screen DC keeps showing its first picture under GTK 3.
+wxBitmap GrabScreen(const wxRect& r) {
+#ifdef __WXGTK3__
+    using RootWindow = void* (*)();
+    using FromWindow = GdkPixbuf* (*)(void*, int, int, int, int);
+    static auto root = (RootWindow)dlsym(RTLD_DEFAULT, "gdk_get_default_root_window");
+    static auto grab = (FromWindow)dlsym(RTLD_DEFAULT, "gdk_pixbuf_get_from_window");
+    if (root && grab)
+        if (GdkPixbuf* pixbuf = grab(root(), r.x, r.y, r.width, r.height))
+            return wxBitmap(pixbuf); // the bitmap takes it over
+#endif
+    wxBitmap bmp(r.width, r.height, 24);
+    wxScreenDC screen;
+    wxMemoryDC mem(bmp);
+    mem.Blit(0, 0, r.width, r.height, &screen, r.x, r.y);
+    return bmp;
+}
+
+// ---- the side bar ----
+
+// Scrolls when the window is too short for its panels, rather than cutting the last one off.
+class _SideBar : public wxScrolledWindow, public wxsColorManaged {
+public:
+    explicit _SideBar(wxWindow* parent)
+        : wxScrolledWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+                           wxVSCROLL | wxTAB_TRAVERSAL | wxNO_BORDER) {
+        Manage(this);
+        SetScrollRate(0, FromDIP(10));
+    }
+    // A panel folded or unfolded: the scrolled extent follows (setting it lays out again).
+    bool Layout() override {
+        if (GetSizer() && !m_Fitting) {
+            m_Fitting = true;
+            SetVirtualSize(GetBestVirtualSize());
+            m_Fitting = false;
+        }
+        return wxScrolledWindow::Layout();
+    }
+
+private:
+    bool m_Fitting = false;
+};
 
 // ---- the settings dialog ----
 
@@ -152,84 +204,6 @@ private:
     wxsCheckBox* m_AskShutdown = nullptr;
 };
 
-// ---- secondary windows ----
-
-// A window that remembers its place under its own section and registers with the window menu.
-class _UserWindow : public wxFrame {
-public:
-    _UserWindow(wxWindow* parent, const wxString& title, const String& section, const String& group)
-        : wxFrame(parent, wxID_ANY, title, wxDefaultPosition, wxSize(460, 320)),
-          m_Section(section) {
-        static int s_Cascade = 0;
-        wxSetWindowPos(this, section, 20 * (s_Cascade++ % 8));
-        Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& e) {
-            wxSaveWindowPos(this, m_Section);
-            e.Skip();
-        });
-        wxOpenUserWindow(this, group);
-    }
-
-private:
-    String m_Section;
-};
-
-class _JobsWindow : public _UserWindow {
-public:
-    _JobsWindow(wxWindow* parent, TaviroApp* farm)
-        : _UserWindow(parent, _("Jobs"), "Jobs Window", wxToString(_("Jobs"))) {
-        // Filled row by row, as code written for a report list does; the row-store list takes
-        // a whole farm that way. A snapshot by name; each name is read once.
-        auto* list = new wxsListCtrl(this, wxID_ANY);
-        list->AddColumn(0, wxToString(_("Job")), FromDIP(200));
-        list->AddColumn(1, wxToString(_("Status")), FromDIP(100));
-        list->AddColumn(2, wxToString(_("Progress")), FromDIP(80));
-        std::vector<std::pair<String, JobPtr>> jobs;
-        for (JobPtr& j : farm->GetAllJobs())
-            jobs.emplace_back(j->Name(), std::move(j));
-        std::sort(jobs.begin(), jobs.end(), [](const auto& a, const auto& b) {
-            return NaturalCompare(a.first, b.first) < 0;
-        });
-        for (size_t i = 0; i < jobs.size(); ++i) {
-            const int row = list->InsertItem((int)i, jobs[i].first);
-            list->SetItem(row, 1, JobStatusName(jobs[i].second->GetStatus()));
-            list->SetItem(row, 2, jobs[i].second->GetParameter(p_Progress) + "%");
-        }
-        SendSizeEvent(); // placed before its contents existed
-    }
-};
-
-// Follows a growing list of lines (kept by the main window, which outlives it).
-class _TextWindow : public _UserWindow {
-public:
-    _TextWindow(wxWindow* parent, const wxString& title, const String& section, const String& group,
-                const std::deque<wxString>& lines, const size_t& total)
-        : _UserWindow(parent, title, section, group), m_Lines(lines), m_Total(total) {
-        m_Text = new wxTextCtrl(this, wxID_ANY, "", wxDefaultPosition, wxDefaultSize,
-                                wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP);
-        m_Seen = m_Total - std::min(m_Total, m_Lines.size());
-        Follow();
-        m_Timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Follow(); });
-        m_Timer.Start(500);
-        SendSizeEvent(); // placed before its contents existed
-    }
-
-private:
-    void Follow() {
-        if (m_Seen == m_Total) return;
-        const size_t first = m_Total - m_Lines.size(); // number of the oldest line still kept
-        wxString add;
-        for (size_t n = std::max(m_Seen, first); n < m_Total; ++n)
-            add << m_Lines[n - first] << "\n";
-        m_Seen = m_Total;
-        m_Text->AppendText(add);
-    }
-    const std::deque<wxString>& m_Lines;
-    const size_t& m_Total;
-    size_t m_Seen = 0;
-    wxTextCtrl* m_Text;
-    wxTimer m_Timer;
-};
-
 // ---- the main window ----
 
 class _MainFrame : public wxTaviroFrame {
@@ -262,25 +236,74 @@ public:
     // Applies one of the five colour schemes (1 to 5) here and in every running program.
     void SetScheme(int scheme) { wxTaviroFrame::SetColorScheme(scheme); }
 
+    // Each dialog is open once at most: asked again, the open one comes to the front.
     void OpenSettings() {
-        (new _SettingsDlg(this))->Show();
+        ShowDialogOnce("Settings", [this] { return new _SettingsDlg(this); });
         LogInfo("Opened the Settings dialog");
     }
     void OpenFindJob() {
-        (new FindJobDlg(this, [this](const UID& job) {
-            ShowPage("jobs");
-            m_Jobs->ShowJob(job);
-        }))->Show();
+        ShowDialogOnce("Find Job", [this] {
+            return new FindJobDlg(this, [this](const UID& job) {
+                ShowPage("jobs");
+                m_Jobs->ShowJob(job);
+            });
+        });
     }
     void OpenNewJob() {
-        (new NewJobDlg(this, [this](const UID& type, const UID& after) {
-            SubmitJob(type, after);
-        }))->Show();
+        ShowDialogOnce("New Job", [this] {
+            return new NewJobDlg(
+                this, [this](const UID& type, const UID& after) { SubmitJob(type, after); });
+        });
+    }
+    void OpenHideProducts() {
+        ShowDialogOnce("Hide Products", [this] { return new HideProductsDlg(this); });
+    }
+    // By its --open-dialog name.
+    void OpenDialog(const wxString& name) {
+        if (name == "settings") OpenSettings();
+        if (name == "find") OpenFindJob();
+        if (name == "newjob") OpenNewJob();
+        if (name == "hide") OpenHideProducts();
+        if (name == "rename")
+            GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, ID_RENAME_VIEW));
+    }
+    // Opens the Farm log page's search bar with `text` in it; with `search`, looks for it.
+    void ShowLogSearch(const wxString& text, bool search) {
+        ShowPage("log");
+        ::ShowLogSearch(m_Log, text, search);
     }
     // By the page's window name (its title is translated and can be renamed).
     void ShowPage(const wxString& name) {
         for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
             if (m_Book->GetPage(i)->GetName() == name.Lower()) m_Book->SetSelection(i);
+    }
+
+    // The secondary windows, each saving its own place.
+    void CloseWindows() {
+        wxCommandEvent closeAll(wxEVT_MENU, wxID_OPENWIN_CLOSEALL);
+        OpenWindows::_this->OnCommand(closeAll);
+    }
+
+    void OpenJobsWindow() {
+        auto* window = new JobsWindow([this](const UID& id) { return m_App->FindJob(id); },
+                                      m_App->GetAllJobs());
+        JobsView* view = window->GetView();
+        view->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this, view](wxListEvent& e) {
+            if (JobPtr job = view->GetJob((int)e.GetIndex())) ShowJobMenu(view, job);
+        });
+        window->Show();
+    }
+
+    // The log of the first script job on the Jobs page that has written some, as its menu
+    // would open it.
+    void ShowFirstScriptLog() {
+        for (int row = 0; row < m_Jobs->GetItemCount(); ++row)
+            if (JobPtr job = m_Jobs->GetJob(row))
+                if (job->Name().StartsWith("Script") &&
+                    !FindLogLines(m_Log, job->Name() + ": ").empty()) {
+                    OpenOutput(job, "log.txt");
+                    return;
+                }
     }
 
     // Called once the farm client has started (its handlers exist from then on).
@@ -349,24 +372,37 @@ private:
             wxEVT_MENU, [this](wxCommandEvent& e) { SetScheme(e.GetId() - ID_SCHEME_FIRST + 1); },
             ID_SCHEME_FIRST, ID_SCHEME_FIRST + 4);
         Bind(
-            wxEVT_MENU, [this](wxCommandEvent&) { (new _JobsWindow(this, m_App))->Show(); },
-            ID_OPEN_JOBS);
+            wxEVT_MENU, [this](wxCommandEvent&) { OpenJobsWindow(); }, ID_OPEN_JOBS);
         Bind(
             wxEVT_MENU,
             [this](wxCommandEvent&) {
-                (new _TextWindow(this, _("Farm log"), "Log Window", wxToString(_("Logs")), m_Lines,
-                                 m_LinesTotal))
-                    ->Show();
+                OpenFollowing(_("Farm log"), "Log Window", wxToString(_("Logs")), m_Lines,
+                              m_LinesTotal);
             },
             ID_OPEN_LOG);
         Bind(
             wxEVT_MENU,
             [this](wxCommandEvent&) {
-                (new _TextWindow(this, _("Engine load history"), "Load Window",
-                                 wxToString(_("Monitors")), m_LoadHistory, m_LoadTotal))
-                    ->Show();
+                OpenFollowing(_("Engine load history"), "Load Window", wxToString(_("Monitors")),
+                              m_LoadHistory, m_LoadTotal);
             },
             ID_OPEN_LOAD);
+    }
+
+    // A window that follows a growing list of lines (kept here: the main window outlives it).
+    void OpenFollowing(const wxString& title, const String& section, const String& group,
+                       const std::deque<wxString>& lines, const size_t& total) {
+        // Numbered from the first line ever added: the oldest ones may be gone meanwhile.
+        auto seen = std::make_shared<size_t>(total - std::min(total, lines.size()));
+        auto follow = [&lines, &total, seen] {
+            std::vector<String> add;
+            const size_t first = total - lines.size(); // number of the oldest line still kept
+            for (size_t n = std::max(*seen, first); n < total; ++n)
+                add.push_back(wxToString(lines[n - first]));
+            *seen = total;
+            return add;
+        };
+        (new TextWindow(title, section, group, follow(), follow))->Show();
     }
 
     // The frame's panes: the views in a themed notebook in the centre, the side bar of folding
@@ -385,19 +421,26 @@ private:
         m_ByType->Bind(wxEVT_LIST_ITEM_RIGHT_CLICK, [this](wxListEvent& e) {
             if (JobPtr job = m_ByType->GetJob((int)e.GetIndex())) ShowJobMenu(m_ByType, job);
         });
-        m_Book->AddPage(CreateLogView(m_Book), _("Farm log"));
-        m_List = new wxListBox(m_Book, wxID_ANY);
-        m_Book->AddPage(m_List, _("Activity"));
+        m_Book->AddPage(m_Log = CreateLogView(m_Book), _("Farm log"));
+        // The same viewer as the log: its lines keep their height however fast they come.
+        auto* activity = new wxsPanel(m_Book);
+        m_Activity = new wxTextLineCtrl(activity);
+        m_Activity->SetLineLimit(k_ActivityLines);
+        auto* activitySizer = new wxBoxSizer(wxVERTICAL);
+        activitySizer->Add(m_Activity, 1, wxEXPAND);
+        activitySizer->Add(m_Activity->GetSearchPanel(), 0, wxEXPAND | wxTOP | wxBOTTOM, 2);
+        activity->SetSizer(activitySizer);
+        m_Book->AddPage(activity, _("Activity"));
         m_Book->AddPage(CreateColorsView(m_Book), _("Colours"));
         const char* const names[] = {"jobs", "bytype", "log", "activity", "colours"};
         for (size_t i = 0; i < m_Book->GetPageCount(); ++i)
             m_Book->GetPage(i)->SetName(names[i]);
 
-        auto* side = new wxsPanel(this);
+        auto* side = new _SideBar(this);
         auto* bar = new wxBoxSizer(wxVERTICAL);
         m_Connection = new ConnectionPanel(side);
         bar->Add(m_Connection, 0, wxEXPAND | wxALL, FromDIP(4));
-        bar->Add(new FiltersPanel(side, [this](const wxString& text) { FindByName(text); }), 0,
+        bar->Add(new FiltersPanel(side, [this](const wxString& text) { FilterByName(text); }), 0,
                  wxEXPAND | wxALL, FromDIP(4));
         m_Totals = new TotalsPanel(side);
         bar->Add(m_Totals, 0, wxEXPAND | wxALL, FromDIP(4));
@@ -407,15 +450,9 @@ private:
         Bind(
             wxEVT_BUTTON, [this](wxCommandEvent&) { OrderShutdown(); }, ID_SIDE_SHUTDOWN);
         Bind(
-            wxEVT_BUTTON, [this](wxCommandEvent&) { (new HideProductsDlg(this))->Show(); },
-            ID_SIDE_HIDE_PRODUCTS);
+            wxEVT_BUTTON, [this](wxCommandEvent&) { OpenHideProducts(); }, ID_SIDE_HIDE_PRODUCTS);
 
-        m_LoadBars =
-            new wxBarHistoryCtrl(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(-1, 48)));
-        m_LoadBars->LimitHistory(2000, false); // more than any screen is wide
-        m_LoadBars->SetBounds(0, 100, false);
-        m_LoadBars->SetMidBound(75, false);
-        m_LoadBars->SetTooltipText(wxToString(_("Engine load (%)")), String());
+        m_LoadBars = new LoadPane(this);
 
         m_Aui.AddPane(m_Book, wxAuiPaneInfo().Name("views").CenterPane().PaneBorder(false));
         m_Aui.AddPane(side, wxAuiPaneInfo()
@@ -434,7 +471,9 @@ private:
                                       .CloseButton(false));
         m_DefaultLayout = m_Aui.SavePerspective();
         m_Aui.Update();
-        CreateStatusBar(2);
+        CreateStatusBar(1); // the load has its own pane
+        // Room for the side bar beside a usable job list, whatever size was saved or dragged.
+        SetMinSize(FromDIP(wxSize(720, 480)));
     }
 
     // The pane layout saved at the last close; the default one when there is none, or when it
@@ -461,21 +500,11 @@ private:
                                         wxToString(m_Aui.SavePerspective()));
     }
 
-    // Shows the first job (by name order) whose name holds the text, ignoring case.
-    void FindByName(const wxString& text) {
-        const String needle = wxToString(text);
-        JobPtr best;
-        for (const JobPtr& job : m_App->GetAllJobs()) {
-            const String name = job->Name();
-            if (name.FindNoCase(needle) == String::npos) continue;
-            if (!best || NaturalCompare(name, best->Name()) < 0) best = job;
-        }
-        if (!best) {
-            wxBell();
-            return;
-        }
-        ShowPage("jobs");
-        m_Jobs->ShowJob(best->GetID());
+    // The Jobs page shows only the jobs whose name holds the text (ignoring case).
+    void FilterByName(const wxString& text) {
+        m_Jobs->SetNameFilter(wxToString(text));
+        if (!text.empty()) ShowPage("jobs");
+        RefreshView();
     }
 
     void OrderShutdown() {
@@ -489,11 +518,12 @@ private:
     // The job's commands under the frame's own job items; a command picked runs on the job.
     void ShowJobMenu(wxWindow* where, const JobPtr& job) {
         if (!m_JobMenu) {
-            m_JobMenu.reset(new JobCommandMenu);
+            m_JobMenu.reset(new JobMenu(
+                [this](const JobPtr& owner, const String& file) { OpenOutput(owner, file); }));
             m_JobMenu->Append(ID_FIND_JOB, _("&Find job..."));
             m_JobMenu->Append(ID_NEW_JOB, _("&New job..."));
         }
-        m_JobMenu->Fill(job, ~0); // every command group
+        m_JobMenu->FillFor(job);
         const int id = where->GetPopupMenuSelectionFromUser(*m_JobMenu);
         if (id == wxID_NONE) return;
         if (!m_JobMenu->TryCommand(id)) {
@@ -502,18 +532,45 @@ private:
         }
     }
 
+    // An output of a job in a viewer window. The simulated farm writes no files: its log is
+    // what the farm log holds about the job, its report what the farm knows of it.
+    void OpenOutput(const JobPtr& job, const String& file) {
+        const String name = job->Name();
+        std::vector<String> lines;
+        if (file == "report.txt") {
+            lines.push_back(name);
+            for (const auto& p : job->GetParameters()) {
+                String value = p.second;
+                if (p.first == p_Type)
+                    value = JobFactory::s_JobFactory.GetTypeInfo(UID(value, false), false).name;
+                if (p.first == p_Status) value = JobStatusName(job->GetStatus());
+                lines.push_back("    " + p.first + " = " + value);
+            }
+        } else {
+            lines = FindLogLines(m_Log, name + ": ");
+            if (lines.empty())
+                lines.push_back(wxToString(_("The farm log holds no lines of this job yet.")));
+        }
+        (new TextWindow(wxString::Format(_("%s of %s"), wxFromString(file), wxFromString(name)),
+                        "Output Window", wxToString(_("Outputs")), lines))
+            ->Show();
+        LogInfo("Opened " + file + " of " + name);
+    }
+
     void SubmitJob(const UID& type, const UID& after) {
         Messenger* master = m_App->GetMessenger();
         String error = "There is no farm master to send it to";
         if (!master || !master->SubmitJob(type, &error)) {
-            wxTaviroMessageBox("Unable to submit the job:\n" + wxFromString(error), "SubmitFailed",
-                               this);
+            wxTaviroMessageBox(_("Unable to submit the job:") + "\n" + wxFromString(error),
+                               "SubmitFailed", this);
             return;
         }
         const JobPtr waitFor = after.IsNull() ? JobPtr() : m_App->FindJob(after);
-        AddLine("Submitted a " +
-                wxFromString(JobFactory::s_JobFactory.GetTypeInfo(type, false).name) + " job" +
-                (waitFor ? " to run after " + wxFromString(waitFor->Name()) : wxString()));
+        const wxString typeName =
+            wxFromString(JobFactory::s_JobFactory.GetTypeInfo(type, false).name);
+        AddLine(waitFor ? wxString::Format(_("Submitted a %s job to run after %s"), typeName,
+                                           wxFromString(waitFor->Name()))
+                        : wxString::Format(_("Submitted a %s job"), typeName));
     }
 
     void ToggleLink() {
@@ -537,20 +594,25 @@ private:
     void OnFarmMessage(const Message& m) {
         ++m_Messages;
         m_Jobs->OnFarmMessage(m);
+        JobsWindow::Forward(m);
         m_ByType->OnFarmMessage(m);
         switch (m.GetType()) {
         case k_MsgLogLine:
             AddLine(wxFromString(m.Get("Text")));
             break;
-        case k_MsgJobRemoved:
-            AddLine("Removed job " + wxFromString(m.GetJob().ToString()));
+        case k_MsgJobRemoved: {
+            // The farm has let it go already; the Jobs page still holds it until its next tick.
+            const JobPtr job = m_Jobs->FindJob(m.GetJob());
+            AddLine(wxString::Format(_("Removed %s"), job ? wxFromString(job->Name())
+                                                          : wxFromString(m.GetJob().ToString())));
             break;
+        }
         case k_MsgJobBatch:
-            AddLine(wxString::Format("Received %zu jobs", m.m_Batch.size()));
+            AddLine(wxString::Format(_("Received %zu jobs"), m.m_Batch.size()));
             break;
         case k_MsgEngineLoad:
             m_Load = wxFromString(m.Get("Load"));
-            m_LoadBars->PushValue((unsigned)std::max(0, m.Get("Load").ToInt(0)));
+            m_LoadBars->Push((unsigned)std::max(0, m.Get("Load").ToInt(0)));
             m_LoadHistory.push_back(wxDateTime::Now().FormatISOTime() + "  " + m_Load + "%");
             ++m_LoadTotal;
             if (m_LoadHistory.size() > 500) m_LoadHistory.pop_front();
@@ -558,8 +620,8 @@ private:
         case k_MsgJobChanged:
             if (m.m_Params.count(p_Status))
                 if (JobPtr job = m_App->FindJob(m.GetJob()))
-                    AddLine(wxFromString(job->Name()) + " is now " +
-                            JobStatusName(job->GetStatus()));
+                    AddLine(wxString::Format(_("%s is now %s"), wxFromString(job->Name()),
+                                             wxGetTranslation(JobStatusName(job->GetStatus()))));
             break;
         default:
             break;
@@ -580,23 +642,19 @@ private:
         m_Totals->SetCounts(m_App->CountByStatus());
         const size_t all = m_Totals->GetAll();
         if (m_NewLines > 0) {
-            m_List->Freeze();
-            const size_t add = std::min({m_NewLines, m_Lines.size(), k_ListLines});
-            if (add == k_ListLines) m_List->Clear(); // all replaced: no deletes one by one
-            wxArrayString lines;
+            const size_t add = std::min({m_NewLines, m_Lines.size(), k_ActivityLines});
             for (size_t i = m_Lines.size() - add; i < m_Lines.size(); ++i)
-                lines.Add(m_Lines[i]);
-            m_List->Append(lines);
-            while (m_List->GetCount() > k_ListLines)
-                m_List->Delete(0);
-            m_List->EnsureVisible(m_List->GetCount() - 1);
-            m_List->Thaw();
+                m_Activity->Append(wxToString(m_Lines[i]));
             m_NewLines = 0;
         }
-        SetStatusText(wxString::Format(_("%zu jobs, %llu messages handled, %zu open windows"), all,
-                                       m_Messages, OpenWindows::_this->GetEntries().size()),
+        const wxString jobs =
+            m_Jobs->GetNameFilter().empty()
+                ? wxString::Format(_("%zu jobs"), all)
+                : wxString::Format(_("%zu jobs, %d shown"), all, m_Jobs->GetItemCount());
+        SetStatusText(jobs + ", " +
+                          wxString::Format(_("%llu messages handled, %zu open windows"), m_Messages,
+                                           OpenWindows::_this->GetEntries().size()),
                       0);
-        SetStatusText(_("Engine load:") + " " + (m_Load.empty() ? wxString("-") : m_Load + "%"), 1);
         ++m_Refreshes;
         if (m_LogRefreshes)
             LogInfo(SFormat("Refresh %llu: %zu jobs, %llu messages handled, %zu queued",
@@ -607,9 +665,7 @@ private:
         SaveWindowPosition();
         m_Jobs->SaveLayout();
         wxTaviroDlg::CloseAll();
-        // The secondary windows close first, each saving its own place.
-        wxCommandEvent closeAll(wxEVT_MENU, wxID_OPENWIN_CLOSEALL);
-        OpenWindows::_this->OnCommand(closeAll);
+        CloseWindows(); // first
         // The registry owns the window menu; take it back from the menu bar before it goes.
         if (wxMenuBar* bar = GetMenuBar()) {
             // By the menu, not its (translated) title.
@@ -625,7 +681,7 @@ private:
         e.Skip();
     }
 
-    static constexpr size_t k_ListLines = 200;
+    static constexpr size_t k_ActivityLines = 1000;
     wxTaviroApp* m_App;
     const bool m_LogRefreshes;
     unsigned long long m_Refreshes = 0;
@@ -634,12 +690,13 @@ private:
     wxsNotebook* m_Book = nullptr;
     ConnectionPanel* m_Connection = nullptr;
     TotalsPanel* m_Totals = nullptr;
-    wxBarHistoryCtrl* m_LoadBars = nullptr;
+    LoadPane* m_LoadBars = nullptr;
     JobsView* m_Jobs = nullptr;
     TypeTreeView* m_ByType = nullptr;
-    wxListBox* m_List = nullptr;
+    wxTextLineCtrl* m_Activity = nullptr;
+    wxWindow* m_Log = nullptr;
     wxMenu* m_WindowMenu = nullptr;
-    std::unique_ptr<JobCommandMenu> m_JobMenu;
+    std::unique_ptr<JobMenu> m_JobMenu;
     std::deque<wxString> m_Lines, m_LoadHistory;
     size_t m_LinesTotal = 0, m_LoadTotal = 0;
     size_t m_NewLines = 0;
@@ -657,6 +714,8 @@ public:
     bool OnInit() override {
         TakeDemoOptions();
         AddTranslations("taviro-demo"); // and the library's, before the first window
+        // What message boxes are titled with, in the user's language.
+        SetDisplayName(wxToString(_("Taviro demo")));
         wxInitAllImageHandlers();
         // The main window must exist before the farm client starts: the bridge hands connection
         // changes and messages only to a top window.
@@ -678,18 +737,16 @@ public:
         if (!m_Page.empty()) m_Frame->ShowPage(m_Page);
         m_Frame->LoadWindowPosition();
         m_Frame->Show();
-        if (m_OpenDialog == "settings") m_Frame->OpenSettings();
-        if (m_OpenDialog == "find") m_Frame->OpenFindJob();
-        if (m_OpenDialog == "newjob") m_Frame->OpenNewJob();
-        if (m_OpenDialog == "hide") (new HideProductsDlg(m_Frame))->Show();
-        if (m_OpenDialog == "rename")
-            m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, ID_RENAME_VIEW));
+        m_Frame->OpenDialog(m_OpenDialog);
         if (m_OpenWindows) {
             for (int id : {ID_OPEN_JOBS, ID_OPEN_LOG})
                 m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, id));
         }
         if (!m_Screenshot.empty()) {
-            m_ShotTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { TakeShot(); });
+            m_ShotTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { TakeShot(m_Screenshot); });
+            m_ShotTimer.StartOnce(2500);
+        } else if (!m_Tour.empty()) {
+            m_ShotTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { TourStep(); });
             m_ShotTimer.StartOnce(2500);
         }
         return true;
@@ -713,6 +770,8 @@ private:
                     m_Scheme = wxAtoi(argv[++i]);
                 else
                     m_Page = argv[++i];
+            } else if (a == "--screenshots" && i + 1 < argc) {
+                m_Tour = argv[++i];
             } else if (a == "--open-dialog" && i + 1 < argc) {
                 m_OpenDialog = argv[++i];
             } else if (a == "--open-windows") {
@@ -731,7 +790,39 @@ private:
         SetArguments(args);
     }
 
-    void TakeShot() {
+    // One picture of each page, then of each dialog over the Jobs page, a step at a time so
+    // that every view has drawn what it shows; the program ends after the last.
+    void TourStep() {
+        static const char* const pages[] = {"jobs", "bytype", "log", "activity", "colours"};
+        static const char* const dialogs[] = {"settings", "newjob",     "hide",
+                                              "notfound", "jobswindow", "output"};
+        const int step = m_TourStep++;
+        const int shot = step / 2, pageCount = 5, dialogCount = 6;
+        if (shot >= pageCount + dialogCount) {
+            m_Frame->Close();
+            return;
+        }
+        const wxString name = shot < pageCount ? pages[shot] : dialogs[shot - pageCount];
+        if (step % 2 == 0) { // set the scene
+            wxTaviroDlg::CloseAll();
+            m_Frame->ShowPage(shot < pageCount ? name : wxString("jobs"));
+            if (name == "log") m_Frame->ShowLogSearch("node-07", false);
+            if (shot >= pageCount) m_Frame->OpenDialog(name);
+            // Modal: opened once this step is over, and ended by the next one.
+            if (name == "notfound")
+                m_Frame->CallAfter([this] { m_Frame->ShowLogSearch("no such line", true); });
+            if (name == "jobswindow") m_Frame->OpenJobsWindow();
+            if (name == "output") {
+                m_Frame->CloseWindows();
+                m_Frame->ShowFirstScriptLog();
+            }
+        } else {
+            TakeShot(m_Tour + "-" + name + ".png");
+        }
+        m_ShotTimer.StartOnce(step % 2 == 0 ? 900 : 100);
+    }
+
+    void TakeShot(const wxString& file) {
         // The main window and whatever is open over it.
         wxRect r = m_Frame->GetScreenRect();
         for (wxWindow* w : wxTopLevelWindows)
@@ -739,18 +830,17 @@ private:
                 w->Update();
                 r.Union(w->GetScreenRect());
             }
-        wxBitmap bmp(r.width, r.height, 24);
-        {
-            wxScreenDC screen;
-            wxMemoryDC mem(bmp);
-            mem.Blit(0, 0, r.width, r.height, &screen, r.x, r.y);
-        }
-        if (!bmp.SaveFile(m_Screenshot, wxBITMAP_TYPE_PNG))
-            wxLogError("Cannot save the screenshot to %s", m_Screenshot);
+        const wxBitmap bmp = GrabScreen(r);
+        wxImage image = bmp.IsOk() ? bmp.ConvertToImage() : wxImage();
+        image.SetOption(wxIMAGE_OPTION_PNG_COMPRESSION_LEVEL, 9); // small, for the README
+        if (!image.IsOk() || !image.SaveFile(file, wxBITMAP_TYPE_PNG))
+            wxLogError("Cannot save the screenshot to %s", file);
     }
 
     _MainFrame* m_Frame = nullptr;
     wxString m_Screenshot;
+    wxString m_Tour; // the path and name prefix of a series of screenshots
+    int m_TourStep = 0;
     int m_ExitAfter = 0;
     bool m_OpenWindows = false;
     bool m_LogRefreshes = false;
@@ -768,6 +858,7 @@ int main(int argc, char** argv) {
     const int code = wxTaviroApp::PreInit(
         argc, argv,
         "  --screenshot FILE    save a screenshot of the main window 2.5 s after start\n"
+        "  --screenshots PREFIX save PREFIX-<page>.png of every page and dialog, then quit\n"
         "  --exit-after SECONDS close the main window after that time\n"
         "  --scheme 1..5        the colour scheme\n"
         "  --page farm|jobs|bytype|colours|log  the page to show\n"

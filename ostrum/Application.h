@@ -33,6 +33,10 @@ public:
 
     const String& GetName() const { return m_Name; }
     void SetName(const String& name) { m_Name = name; }
+    // The name a person reads (window titles), in the user's language; the name itself until
+    // the program sets one.
+    const String& GetDisplayName() const { return m_DisplayName.empty() ? m_Name : m_DisplayName; }
+    void SetDisplayName(const String& name) { m_DisplayName = name; }
     OptionsFile* GetOptions() { return &m_Options; }
     const String& GetLogFolder() const { return m_LogFolder; }
     void SetLogFolder(const String& folder) { m_LogFolder = folder; }
@@ -80,6 +84,7 @@ private:
     void Answer(int fd, const String& request);
 
     String m_Name;
+    String m_DisplayName;
     String m_LogFolder;
     OptionsFile m_Options;
 

@@ -264,7 +264,10 @@ String FarmSchedule::MasterLogText(uint64_t seed, uint64_t n) {
         body = SFormat("job %d: %d frames waiting, %d running", frame, pct, tenth);
         break;
     case 4:
-        body = SFormat("WARNING node-%02d: frame %d took %d s", node, frame, pct);
+        // Now and then a warning is an error.
+        body = tenth == 0 ? SFormat("ERROR node-%02d: frame %d failed, exit code %d", node, frame,
+                                    1 + pct % 127)
+                          : SFormat("WARNING node-%02d: frame %d took %d s", node, frame, pct);
         break;
     default:
         body = SFormat("license server: %d of 40 seats in use", pct % 41);

@@ -211,6 +211,7 @@ void wxBarHistoryCtrl::Render() {
         return;
     }
     const Geometry g = GetGeometry(size);
+    const wxColour back = OffsetColor(wxsGetColor(color_WindowBGDarker), -32, -32, -32);
     m_Bitmap.reset(new wxBitmap(w, h));
     {
         wxMemoryDC dc(*m_Bitmap);
@@ -221,7 +222,7 @@ void wxBarHistoryCtrl::Render() {
             dc.SetBrush(_Brush(wxsGetColor(color_WindowBG), wxBRUSHSTYLE_CROSSDIAG_HATCH));
             dc.DrawRectangle(0, 0, w, h);
         } else {
-            dc.SetBrush(_Brush(OffsetColor(wxsGetColor(color_WindowBGDarker), -32, -32, -32)));
+            dc.SetBrush(_Brush(back));
             dc.DrawRectangle(0, 0, w, h);
         }
         // The area under the curve, then the curve itself; the newest sample only starts it.
@@ -237,15 +238,20 @@ void wxBarHistoryCtrl::Render() {
         // The level bar's segments are XORed onto what lies below. The cairo DC's XOR mode is
         // the alpha operator (it blacks out opaque pixels), so the raster operation is done
         // on the pixels here.
+        // On a light chart the XOR of green is purple: there the complement of the XOR
+        // (wxEQUIV) is taken, which shows the green and yellow on light as XOR does on dark.
         wxImage image = m_Bitmap->ConvertToImage();
         const wxColour& c = g.yellow ? color_DarkYellow : color_DarkGreen;
+        const bool light = back.IsOk() && back.Red() + back.Green() + back.Blue() >= 3 * 128;
+        const unsigned char flip = light ? 0xFF : 0;
+        const unsigned char r0 = c.Red() ^ flip, g0 = c.Green() ^ flip, b0 = c.Blue() ^ flip;
         const wxRect all(0, 0, w, h);
         for (const wxRect& s : g.segments) {
             const wxRect r = s.Intersect(all);
             for (int y = r.y; y < r.GetBottom() + 1; ++y)
                 for (int x = r.x; x < r.GetRight() + 1; ++x)
-                    image.SetRGB(x, y, image.GetRed(x, y) ^ c.Red(),
-                                 image.GetGreen(x, y) ^ c.Green(), image.GetBlue(x, y) ^ c.Blue());
+                    image.SetRGB(x, y, image.GetRed(x, y) ^ r0, image.GetGreen(x, y) ^ g0,
+                                 image.GetBlue(x, y) ^ b0);
         }
         *m_Bitmap = wxBitmap(image);
     }

@@ -10,10 +10,12 @@
 namespace {
 const char* const k_Section = "Confirm";
 
+// The title: the name a person reads, not the program's file name.
 wxString _AppName() {
     Application* app = Application::the_Application;
-    return app ? wxFromString(app->GetName()) : wxString();
+    return app ? wxFromString(app->GetDisplayName()) : wxString();
 }
+
 } // namespace
 
 wxConfirmDlg::wxConfirmDlg(wxWindow* parent, const wxString& message, const String& key,

@@ -7,7 +7,8 @@
 
 class wxConfirmDlg : public wxTaviroDlg {
 public:
-    // Modal and unnamed; titled with the application's name. A remembered key builds nothing.
+    // Modal and unnamed; titled with the application's display name, sized to its content and
+    // centred on the parent. A remembered key builds nothing.
     wxConfirmDlg(wxWindow* parent, const wxString& message, const String& key,
                  bool canCancel = true);
 

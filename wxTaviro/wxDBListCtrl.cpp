@@ -629,7 +629,10 @@ void wxDBListBody::DrawBitmap() {
     dc.SetBackground(wxBrush(Or(window, *wxWHITE)));
     dc.Clear();
     const auto& columns = m_list->m_columns;
-    if (columns.empty() || m_lineCount <= 0) return;
+    if (columns.empty() || m_lineCount <= 0) {
+        if (GetToolTip()) UnsetToolTip(); // no cell to tell of
+        return;
+    }
 
     const int64_t pos = GetScrollPixel(wxVERTICAL);
     const int64_t hpos = GetScrollPixel(wxHORIZONTAL);
@@ -693,6 +696,15 @@ void wxDBListBody::DrawBitmap() {
     }
     dc.SetPen(wxPen(Or(wxsGetColor(color_3DLight), *wxWHITE)));
     if (bottom < size.y) dc.DrawLine(0, bottom, int(std::min<int64_t>(tableRight, size.x)), bottom);
+    // A tooltip shown tells of the row under the pointer now, which a re-sort, a new row or a
+    // scroll may have changed.
+    if (GetToolTip() && m_lastMouseX != INT_MIN) {
+        const wxString tip = TooltipAt(m_lastMouseX, m_lastMouseY);
+        if (tip.empty())
+            UnsetToolTip();
+        else if (tip != GetToolTipText())
+            SetToolTip(tip);
+    }
 }
 
 void wxDBListBody::ClearTextCache() {
@@ -821,16 +833,38 @@ void wxDBListBody::OnLeave(wxMouseEvent&) {
 
 void wxDBListBody::OnTooltipTimer(wxTimerEvent&) {
     if (m_lastMouseX == INT_MIN) return;
-    const int row = RowAt(m_lastMouseY);
-    const int column = FindColumn(m_lastMouseX);
-    if (row < 0 || row >= m_lineCount || column < 0) return;
+    const wxString tip = TooltipAt(m_lastMouseX, m_lastMouseY);
+    if (!tip.empty()) SetToolTip(tip);
+}
+
+wxString wxDBListBody::TooltipAt(int x, int y) {
+    const int row = RowAt(y);
+    const int column = FindColumn(x);
+    if (row < 0 || row >= m_lineCount || column < 0) return wxString();
     try {
         // The full text of a cell that may be drawn shortened.
-        SetToolTip(wxFromString(m_list->GetDisplayText(row, column)));
+        if (m_list->m_tooltipsOnlyWhenShortened && IsCellShortened(row, column) == 0)
+            return wxString();
+        return wxFromString(m_list->GetDisplayText(row, column));
     } catch (Exception* e) {
         delete e;
     } catch (...) {
     }
+    return wxString();
+}
+
+int wxDBListBody::IsCellShortened(int row, int column) {
+    const wxSize cell(std::max(1, m_list->GetColumnWidth(column)), std::max(1, m_lineHeight));
+    wxBitmap aside(cell.x, cell.y);
+    wxMemoryDC dc(aside);
+    dc.SetFont(GetFont());
+    m_probe = _Probe{row, column, -1};
+    m_list->PrepareToDraw(row);
+    m_list->DrawCell(dc, row, column, wxRect(cell), m_list->IsRowSelected(row));
+    m_list->CleanupAfterDraw(row);
+    const int shortened = m_probe.shortened;
+    m_probe = _Probe();
+    return shortened;
 }
 
 // ---- wxDBListBody: keys ----
@@ -935,6 +969,12 @@ void wxDBListCtrl::CleanupAfterDraw(int) {}
 void wxDBListCtrl::DrawCell(wxDC& dc, int row, int column, wxRect cell, bool) {
     cell.Deflate(g_TableSettings.cellPadding);
     const String text = GetDisplayText(row, column);
+    if (m_body && m_body->m_probe.row == row && m_body->m_probe.column == column) {
+        // Drawn aside for a tooltip: only whether the text fits is wanted.
+        int width = cell.width;
+        m_body->m_probe.shortened = FormatDisplayString(text, width, dc) != text;
+        return;
+    }
     if (m_body && m_body->m_cache) {
         m_body->m_cache->Draw(dc, text, cell);
         return;

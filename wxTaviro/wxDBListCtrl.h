@@ -156,6 +156,12 @@ public:
     // would move it (a page from the top of the view without an anchor); false for other keys.
     bool JumpKey(const wxKeyEvent& event);
     void OnTooltipTimer(wxTimerEvent& event);
+    // The tooltip for client point (x, y): the full text of the cell there; empty outside the
+    // table, and for a cell drawn in full when the list shows tooltips only for shortened ones.
+    wxString TooltipAt(int x, int y);
+    // Whether the cell's text is drawn shortened, found by drawing the cell aside through the
+    // subclass's hooks: 1 or 0; -1 when its drawing does not tell (a DrawCell of its own).
+    int IsCellShortened(int row, int column);
 
     int GetLastSelect() const { return m_lastSelect; }
     void SetLastSelect(int row) { m_lastSelect = row; }
@@ -180,6 +186,10 @@ protected:
     int m_lastMouseX = INT_MIN;
     int m_lastMouseY = INT_MIN;
     wxFixedTimer m_tooltipTimer;
+    // The cell being drawn aside by IsCellShortened; the default DrawCell answers for it.
+    struct _Probe {
+        int row = -1, column = -1, shortened = -1;
+    } m_probe;
     bool m_singleSelection;
     wxCursor m_cursor;
     std::unique_ptr<_CellTextCache> m_cache;
@@ -282,6 +292,9 @@ public:
     wxDBListHeader* GetHeader() const { return m_header; }
     wxDBListBody* GetBody() const { return m_body; }
     bool IsSingleSelection() const { return m_singleSelection; }
+    // Tooltips only for cells whose text is drawn shortened (by default every cell under a
+    // resting pointer gets its full text as a tooltip).
+    void SetTooltipsOnlyWhenShortened(bool only) { m_tooltipsOnlyWhenShortened = only; }
 
 protected:
     friend class wxDBListHeader;
@@ -294,6 +307,7 @@ protected:
     wxDBListBody* m_body = nullptr;
     wxImageList* m_images = nullptr;
     bool m_singleSelection;
+    bool m_tooltipsOnlyWhenShortened = false;
 };
 
 // ---- wxsListCtrl ----

@@ -286,6 +286,37 @@ Path _SchemePath() {
     return path;
 }
 
+// Selected text in GTK's own fields (the text controls of dialogs, labels) takes the palette's
+// selection colours, as the views' selections do, instead of the theme's: one style provider
+// for the whole screen, refilled at every scheme change.
+void _SelectionFollowsPalette() {
+#ifdef __WXGTK3__
+    using NewProvider = void* (*)();
+    using LoadData = int (*)(void*, const char*, long, void**);
+    using DefaultScreen = void* (*)();
+    using AddProvider = void (*)(void*, void*, unsigned);
+    static auto newProvider = (NewProvider)dlsym(RTLD_DEFAULT, "gtk_css_provider_new");
+    static auto load = (LoadData)dlsym(RTLD_DEFAULT, "gtk_css_provider_load_from_data");
+    static auto screen = (DefaultScreen)dlsym(RTLD_DEFAULT, "gdk_screen_get_default");
+    static auto add = (AddProvider)dlsym(RTLD_DEFAULT, "gtk_style_context_add_provider_for_screen");
+    if (!newProvider || !load || !screen || !add || !screen()) return;
+    static void* provider = nullptr;
+    if (!provider) {
+        provider = newProvider();
+        const unsigned k_ApplicationPriority = 600; // GTK_STYLE_PROVIDER_PRIORITY_APPLICATION
+        add(screen(), provider, k_ApplicationPriority);
+    }
+    // The colours of the default button and of a selection in the log viewer.
+    const wxColour back = wxsGetColor(color_Selected);
+    const wxColour text = OffsetColor(wxsGetColor(color_3DDark), -20, -20, -20);
+    if (!back.IsOk() || !text.IsOk()) return;
+    const wxString css =
+        wxString::Format("selection { background-color: %s; color: %s; }",
+                         back.GetAsString(wxC2S_HTML_SYNTAX), text.GetAsString(wxC2S_HTML_SYNTAX));
+    load(provider, css.utf8_str(), -1, nullptr);
+#endif
+}
+
 // What the toolkit draws itself (the menu bar, the status bar, scroll bars, native dialogs)
 // follows the palette: GTK's dark variant of its theme while the window background is dark,
 // its light one otherwise. GTK is already in the process (wx runs on it); its two functions
@@ -303,6 +334,7 @@ void _FollowToolkitTheme() {
     const wxColour bg = wxsGetColor(color_WindowBG);
     const bool dark = bg.IsOk() && bg.Red() * 299 + bg.Green() * 587 + bg.Blue() * 114 < 128000;
     setProperty(settings, "gtk-application-prefer-dark-theme", (int)dark, nullptr);
+    _SelectionFollowsPalette();
 #endif
 }
 

@@ -107,9 +107,36 @@ wxBEGIN_EVENT_TABLE(wxTaviroDlg, wxDialog)
     EVT_CHAR_HOOK(wxTaviroDlg::OnKey)
 wxEND_EVENT_TABLE()
 
+namespace {
+// How long after showing a dialog keeps its content's size (and an unnamed one its place)
+// against the window manager.
+constexpr int k_SettleMs = 1000;
+} // namespace
+
 void wxTaviroDlg::_Register(const String& name, bool modal) {
     // A static member function cannot sit in the event table.
     Bind(wxEVT_ACTIVATE, &wxTaviroApp::ActivateEvent);
+    // A window manager frames and places a new window itself once it is shown: the frame's
+    // decorations may come out of the size given (cutting the buttons at the bottom in half)
+    // and the place may be a corner of the screen. Until that has settled, the dialog takes
+    // its size back. New fonts and colours (a scheme change) change the controls' sizes: the
+    // layout follows them.
+    Bind(wxEVT_SHOW, [this](wxShowEvent& e) {
+        e.Skip();
+        if (!e.IsShown()) return;
+        m_SettleUntil = wxGetLocalTimeMillis() + k_SettleMs;
+        CallAfter([this] { _Settle(); });
+    });
+    auto whileSettling = [this](wxEvent& e) {
+        e.Skip();
+        if (wxGetLocalTimeMillis() < m_SettleUntil) CallAfter([this] { _Settle(); });
+    };
+    Bind(wxEVT_SIZE, whileSettling);
+    Bind(wxEVT_MOVE, whileSettling);
+    Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& e) {
+        e.Skip();
+        CallAfter([this] { _Settle(); });
+    });
     std::lock_guard<std::recursive_mutex> l(s_DialogsMutex);
     s_Dialogs.insert(this);
     m_Name = name;
@@ -272,6 +299,22 @@ bool wxTaviroDlg::EmulateDefaultButton() {
 
 void wxTaviroDlg::_SavePosition() {
     if (!m_Name.empty()) wxSaveWindowPos(this, m_Name);
+}
+
+void wxTaviroDlg::_Settle() {
+    if (!GetSizer() || IsBeingDeleted() || !GetHandle()) return;
+    Layout();
+    const wxSize content = GetSizer()->GetMinSize(), client = GetClientSize();
+    if (!HasFlag(wxRESIZE_BORDER)) {
+        if (client != content) SetClientSize(content);
+    } else {
+        SetMinClientSize(content); // a resizable one is not dragged smaller than its content
+        if (client.x < content.x || client.y < content.y)
+            SetClientSize(wxSize(std::max(client.x, content.x), std::max(client.y, content.y)));
+    }
+    // Only while settling: later, a box the user moved stays where it was put.
+    if (m_Name.empty() && GetParent() && wxGetLocalTimeMillis() < m_SettleUntil)
+        CentreOnParent(wxBOTH);
 }
 
 void wxTaviroDlg::OnInit(wxInitDialogEvent& e) {

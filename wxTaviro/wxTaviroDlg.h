@@ -78,10 +78,14 @@ public:
 private:
     void _Register(const String& name, bool modal);
     void _SavePosition();
+    // The client area holds the content again (exactly, when the dialog cannot be resized);
+    // an unnamed dialog goes back over its parent.
+    void _Settle();
 
     String m_Name;
     int m_OpenIndex = 0;
     bool m_Modal = false;
+    wxLongLong m_SettleUntil = 0;
 
     wxDECLARE_EVENT_TABLE();
 };

@@ -758,7 +758,12 @@ void wxTextLineCtrl::Search(String text, bool forward, bool caseSensitive) {
     // A hit left behind by Erase may lie past the end: going up starts from the last line.
     if (!forward) from = std::min(from, m_Store.Count() - 1);
     size_t offset = 0;
-    const int hit = m_Store.Find(text, caseSensitive, from, forward, &offset);
+    int hit = m_Store.Find(text, caseSensitive, from, forward, &offset);
+    // Wrapping: the rest from the other end (the lines already passed are looked at again,
+    // so a text found only there is found, as an editor does).
+    if (hit < 0 && m_WrapSearch && m_Store.Count() > 0)
+        hit =
+            m_Store.Find(text, caseSensitive, forward ? 0 : m_Store.Count() - 1, forward, &offset);
     if (hit >= 0) {
         const std::string_view line = m_Store.Line(hit);
         m_SearchLine = hit;
@@ -782,6 +787,11 @@ void wxTextLineCtrl::Search(String text, bool forward, bool caseSensitive) {
     wxTaviroMessageBox(
         wxString::Format(wxGetTranslation("'%s' not found in that direction"), wxFromString(text)),
         "TextLineSearchNotFound", GetParent());
+}
+
+void wxTextLineCtrl::SetLineColour(LineColour colour) {
+    m_LineColour = std::move(colour);
+    RequestRedraw();
 }
 
 bool wxTextLineCtrl::GetSearchHit(int& line, int& column, int& length) const {
@@ -992,7 +1002,9 @@ void wxTextLineCtrl::DrawBitmap() {
                                         : sel;
         dc.SetBrush(wxBrush(fill));
         dc.DrawRectangle(0, y, client.x, m_lineHeight);
-        const wxColour ink = wxsReadableOn(selected ? selText : text, fill);
+        wxColour ink = selected ? selText : text;
+        if (!selected && m_LineColour) ink = Or(m_LineColour(m_Store.Line(int(i))), text);
+        ink = wxsReadableOn(ink, fill);
         dc.SetTextForeground(ink);
         dc.SetTextBackground(fill);
         const wxString part = Decode(m_Store.Line(int(i)), size_t(firstCol), m_pageUnits, true);
@@ -1109,7 +1121,9 @@ wxTextLineSearchPanel::wxTextLineSearchPanel(wxTextLineCtrl* lines, wxWindow* pa
             caseSensitive = app->GetOptions()->GetValue("Search", "CaseSensitive", true);
         m_Case->SetValue(caseSensitive);
     });
-    sizer->Add(m_Case, 0, wxEXPAND);
+    // Centred, not stretched to the bar's height: the box is a square of the control's height,
+    // so a taller control would push the end of its label out of sight.
+    sizer->Add(m_Case, 0, wxALIGN_CENTER_VERTICAL);
     sizer->AddSpacer(5);
     SetSizer(sizer);
     Layout();
@@ -1147,15 +1161,46 @@ void wxTextLineSearchPanel::OnSearch(wxCommandEvent& event) {
     m_Lines->Search(wxToString(text), event.GetId() != 1, m_Case->GetValue());
 }
 
-void wxTextLineSearchPanel::OnCheckCaseSensitive(wxCommandEvent&) {
+namespace {
+void _RememberSearchSetting(const char* key, bool on) {
     Application* app = Application::the_Application;
     if (!app) return;
     OptionsFile* options = app->GetOptions();
     try {
         RWLock::WriteGuard lock(*options->GetRWLock());
-        options->SetValue("Search", "CaseSensitive", m_Case->GetValue() ? "1" : "0");
+        options->SetValue("Search", key, on ? "1" : "0");
     } catch (Exception* e) {
-        LogInfo("Cannot remember the search case setting: " + e->Format());
+        LogInfo(SFormat("Cannot remember the search setting %s: ", key) + e->Format());
         delete e;
     }
+}
+} // namespace
+
+void wxTextLineSearchPanel::OnCheckCaseSensitive(wxCommandEvent& event) {
+    if (m_Wrap && event.GetEventObject() == m_Wrap) {
+        if (m_Lines) m_Lines->SetWrapSearch(m_Wrap->GetValue());
+        _RememberSearchSetting("Wrap", m_Wrap->GetValue());
+        return;
+    }
+    _RememberSearchSetting("CaseSensitive", m_Case->GetValue());
+}
+
+void wxTextLineSearchPanel::OfferWrap() {
+    CALL_ENTRY("wxTextLineSearchPanel::OfferWrap");
+    if (m_Wrap) return;
+    m_Wrap = new wxsCheckBox(this, wxID_ANY, wxGetTranslation("Wrap around"));
+    m_Wrap->Show(IsShown());
+    wxTaviroApp::WhenOptionsLoaded(this, [this] {
+        bool wrap = true; // as editors do, once offered
+        if (Application* app = Application::the_Application)
+            wrap = app->GetOptions()->GetValue("Search", "Wrap", true);
+        m_Wrap->SetValue(wrap);
+        if (m_Lines) m_Lines->SetWrapSearch(wrap);
+    });
+    // After "Match Case" and its gap, before the closing spacer.
+    wxSizer* sizer = GetSizer();
+    sizer->Insert(sizer->GetItemCount() - 1, 10, 0);
+    sizer->Insert(sizer->GetItemCount() - 1, m_Wrap, 0, wxALIGN_CENTER_VERTICAL);
+    Layout();
+    if (GetParent()) GetParent()->Layout();
 }

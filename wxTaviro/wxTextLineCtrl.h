@@ -17,6 +17,7 @@
 #include <wx/textctrl.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -116,9 +117,16 @@ public:
     void ToggleSearch();
     // Null once the panel was destroyed (a client that does not want the bar).
     wxTextLineSearchPanel* GetSearchPanel() const;
-    // Finds the next line holding `text` (no wrap-around), marks and shows the hit; on none,
-    // clears the hit, rings the bell and says so.
+    // Finds the next line holding `text`, marks and shows the hit; on none, clears the hit,
+    // rings the bell and says so. Past the last (first) line it goes on from the other end
+    // only when wrapping is on: off unless the client turns it on or the search bar offers it.
     void Search(String text, bool forward, bool caseSensitive);
+    void SetWrapSearch(bool wrap) { m_WrapSearch = wrap; }
+    bool GetWrapSearch() const { return m_WrapSearch; }
+    // The text colour of an unselected line, asked at paint time for each line drawn; an
+    // invalid colour (or no function) leaves the window's own.
+    using LineColour = std::function<wxColour(std::string_view line)>;
+    void SetLineColour(LineColour colour);
     void HandleContextMenu(wxMenu& menu, bool addStandardItems);
 
     void DrawBitmap() override;
@@ -184,6 +192,8 @@ private:
     mutable bool m_BarsStale = false;
     bool m_RedrawPending = false;
     size_t m_LineLimit = k_DefaultLineLimit;
+    bool m_WrapSearch = false;
+    LineColour m_LineColour;
     uint64_t m_Dropped = 0;
     mutable int64_t m_DroppedShift = 0; // pixels the view moves up at the next settling
     // Weak both ways: either may be destroyed alone (a client swapping its views).
@@ -220,6 +230,10 @@ public:
 
     _SearchTextCtrl* GetSearchField() const { return m_Text; }
     wxsCheckBox* GetCaseBox() const { return m_Case; }
+    // Adds a "Wrap around" box after "Match Case" (remembered like it) that turns the
+    // control's wrapping on and off. Without this call the bar has none.
+    void OfferWrap();
+    wxsCheckBox* GetWrapBox() const { return m_Wrap; }
 
     void OnExpand(wxCommandEvent& event);
     void OnSearch(wxCommandEvent& event);
@@ -229,6 +243,7 @@ private:
     wxWeakRef<wxTextLineCtrl> m_Lines;
     _SearchTextCtrl* m_Text = nullptr;
     wxsCheckBox* m_Case = nullptr;
+    wxsCheckBox* m_Wrap = nullptr;
     wxBitmap* m_CloseBitmap = nullptr;
 
     wxDECLARE_EVENT_TABLE();

@@ -237,3 +237,54 @@ TEST_F(AppTest, ColourChangeReachesFramesAndDialogs) {
 }
 
 } // namespace
+
+namespace {
+
+wxPoint Centre(const wxRect& r) {
+    return r.GetPosition() + r.GetSize() / 2;
+}
+
+// A message box is as big as its content, over its parent, titled with the program's display
+// name; shown, it takes size and place back from a window manager that takes the frame's
+// decorations out of it or puts it in a corner of the screen.
+TEST_F(AppTest, MessageBoxFitsItsContentOverItsParentUnderTheDisplayName) {
+    App().SetDisplayName("Farm Monitor");
+    std::unique_ptr<wxFrame> frame(
+        new wxFrame(nullptr, wxID_ANY, "parent", wxPoint(300, 250), wxSize(640, 420)));
+    auto* page = new wxPanel(frame.get()); // the viewer's page, say
+    frame->Show();
+    PumpEvents();
+    wxString title;
+    bool whole = false, over = false;
+    const SlotId id = wxTaviroDlg::s_ModalStarted.Connect([&] {
+        wxConfirmDlg* box = nullptr;
+        for (wxTaviroDlg* d : wxTaviroDlg::GetDialogs())
+            if (auto* c = dynamic_cast<wxConfirmDlg*>(d)) box = c;
+        box->CallAfter([&, box] {
+            title = box->GetTitle();
+            box->SetSize(box->GetSize() - wxSize(0, 25));
+            whole = WaitFor(
+                [box] {
+                    return box->GetClientSize() == box->GetSizer()->GetMinSize() &&
+                           box->GetClientRect().Contains(box->FindWindow(wxID_OK)->GetRect());
+                },
+                3000);
+            box->Move(0, 0);
+            over = WaitFor(
+                [&] {
+                    const wxPoint d = Centre(box->GetScreenRect()) - Centre(page->GetScreenRect());
+                    return std::abs(d.x) <= 2 && std::abs(d.y) <= 2;
+                },
+                3000);
+            box->EmulateWxsButtonClickIfPresent(wxID_OK);
+        });
+    });
+    EXPECT_TRUE(wxTaviroMessageBox("'needle' not found in that direction", "BoxTest", page));
+    wxTaviroDlg::s_ModalStarted.Disconnect(id);
+    App().SetDisplayName(String());
+    EXPECT_EQ(title, "Farm Monitor");
+    EXPECT_TRUE(whole);
+    EXPECT_TRUE(over);
+}
+
+} // namespace

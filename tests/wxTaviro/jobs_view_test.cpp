@@ -4,12 +4,15 @@
 
 #include "demo/JobsView.h"
 #include "demo/SideBar.h"
+#include "demo/Windows.h"
 
 #include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroColors.h>
 #include "demo/TypeTreeView.h"
 
 #include <taviro/JobFactory.h>
+
+#include <ostrum/Application.h>
 
 #include <wx/aui/framemanager.h>
 
@@ -73,6 +76,113 @@ TEST(JobsView, RowsStaySortedAndTheSelectionFollowsTheJobs) {
     EXPECT_EQ(names(view->GetSelection()), (std::vector<String>{"Job 10", "Job 2"}));
     for (int r = 0; r < view->GetItemCount(); ++r)
         EXPECT_EQ(view->IsRowSelected(r), r == 16 || r == 22) << r;
+}
+
+// A farm of named jobs for the demo's views, and what a view shows of them.
+struct _Farm {
+    std::map<UID, JobPtr> jobs;
+    JobPtr Add(const String& name) {
+        JobPtr job(new Job(UID(true)));
+        job->SetParameters({{p_Name, name}, {p_Status, String::FromInt(k_JobWaiting)}});
+        return jobs[job->GetID()] = job;
+    }
+    JobsView::JobFinder Finder() {
+        return [this](const UID& id) {
+            auto it = jobs.find(id);
+            return it == jobs.end() ? JobPtr() : it->second;
+        };
+    }
+    static std::vector<String> Shown(JobsView* view) {
+        std::vector<String> names;
+        for (int r = 0; r < view->GetItemCount(); ++r)
+            names.push_back(view->GetJob(r)->Name());
+        return names;
+    }
+};
+
+// The sort outlives the view (a restart); the name filter narrows and widens as the text is
+// typed and deleted, and follows renamed jobs in and out.
+TEST(JobsView, TheSortIsRememberedAndTheNameFilterFollowsTheTyping) {
+    Application app(LL_Debug, LL_Fatal);
+    _Farm farm;
+    for (const char* name : {"Render 2", "comp 10", "Render 11", "Comp 3", "Render 1"})
+        farm.Add(name);
+    auto fill = [&](JobsView* view) {
+        for (auto& j : farm.jobs)
+            view->OnFarmMessage(Message(k_MsgJobCreated, j.first));
+        view->Update(std::time(nullptr));
+    };
+    auto* before = new JobsView(TopWindow(), farm.Finder());
+    before->SortBy(k_JobsStatus, true);
+    before->SortBy(k_JobsName, false);
+    before->SaveLayout();
+    before->Destroy();
+    auto* view = new JobsView(TopWindow(), farm.Finder());
+    view->RestoreLayout();
+    fill(view);
+    using Names = std::vector<String>;
+    EXPECT_EQ(view->GetSortType(), k_JobsName);
+    EXPECT_EQ(_Farm::Shown(view),
+              (Names{"comp 10", "Render 11", "Render 2", "Render 1", "Comp 3"}));
+    view->GetBody()->SendListEvent(wxEVT_LIST_ITEM_SELECTED, {0, 0}, 2); // Render 2
+    view->SetNameFilter("COMP");
+    EXPECT_EQ(_Farm::Shown(view), (Names{"comp 10", "Comp 3"}));
+    EXPECT_EQ(view->GetSelectedCount(), 0u); // a job left out is no longer selected
+    view->SetNameFilter("comp 1");
+    EXPECT_EQ(_Farm::Shown(view), (Names{"comp 10"}));
+    view->SetNameFilter("r");
+    EXPECT_EQ(_Farm::Shown(view), (Names{"Render 11", "Render 2", "Render 1"}));
+    view->SetNameFilter("comp");
+    for (auto& j : farm.jobs) { // Render 2 comes in, comp 10 goes out
+        const String name = j.second->Name();
+        if (name != "Render 2" && name != "comp 10") continue;
+        Message renamed(k_MsgJobChanged, j.first);
+        renamed.m_Params[p_Name] = name == "comp 10" ? "Render 10" : "Comp 2";
+        j.second->SetParameter(p_Name, renamed.m_Params[p_Name]);
+        view->OnFarmMessage(renamed);
+    }
+    view->Update(std::time(nullptr));
+    EXPECT_EQ(_Farm::Shown(view), (Names{"Comp 3", "Comp 2"}));
+    view->SetNameFilter("");
+    EXPECT_EQ(_Farm::Shown(view),
+              (Names{"Render 11", "Render 10", "Render 1", "Comp 3", "Comp 2"}));
+}
+
+// A modeless dialog of a name is open once: asked again, the open one is shown. The separate
+// Jobs window holds the farm's jobs when it opens and follows the farm's messages from then on.
+TEST(DemoWindows, OneDialogOfANameAndALiveJobsWindow) {
+    Application app(LL_Debug, LL_Fatal);
+    int made = 0;
+    auto make = [&] {
+        ++made;
+        return new wxTaviroDlg(TopWindow(), "Once", "Once", false);
+    };
+    wxTaviroDlg* first = ShowDialogOnce("Once", make);
+    EXPECT_EQ(ShowDialogOnce("Once", make), first);
+    EXPECT_EQ(made, 1);
+    EXPECT_EQ(wxTaviroDlg::GetOpenCount("Once"), 1);
+    delete first;
+    ShowDialogOnce("Once", make)->Destroy();
+    EXPECT_EQ(made, 2);
+
+    _Farm farm;
+    std::vector<JobPtr> known = {farm.Add("Job 1"), farm.Add("Job 2")};
+    auto* window = new JobsWindow(farm.Finder(), known);
+    JobsView* view = window->GetView();
+    EXPECT_EQ(_Farm::Shown(view), (std::vector<String>{"Job 1", "Job 2"}));
+    const JobPtr third = farm.Add("Job 3");
+    JobsWindow::Forward(Message(k_MsgJobCreated, third->GetID()));
+    Message done(k_MsgJobChanged, known[0]->GetID());
+    done.m_Params[p_Status] = String::FromInt(k_JobDone);
+    known[0]->SetStatus(k_JobDone);
+    JobsWindow::Forward(done);
+    farm.jobs.erase(known[1]->GetID());
+    JobsWindow::Forward(Message(k_MsgJobRemoved, known[1]->GetID()));
+    view->Update(std::time(nullptr));
+    EXPECT_EQ(_Farm::Shown(view), (std::vector<String>{"Job 1", "Job 3"}));
+    EXPECT_EQ(view->GetDisplayText(0, view->FindColumnByType(k_JobsStatus)), "Done");
+    delete window;
+    JobsWindow::Forward(done); // none open: nobody to tell
 }
 
 // The "By type" tree: groups by type and status, jobs sorted by name within (many newcomers
