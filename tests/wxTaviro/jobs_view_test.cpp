@@ -170,7 +170,8 @@ TEST(JobsView, QuickSortsGiveTheComparedOrder) {
     for (int n = 0; n < 300; ++n) {
         JobPtr job = farm.Add(String(names[n * 5 % 7]) + (n % 5 ? "" : String::FromInt(n)));
         job->SetParameters({{p_Progress, String::FromInt(n * 37 % 101 / 10 * 10)},
-                            {p_Engine, engines[n * 3 % 4]}});
+                            {p_Engine, engines[n * 3 % 4]},
+                            {p_Frames, "1-" + String::FromInt(n * 997 % 3000 / 7 * 7)}});
         job->SetStatus(k_JobWaiting + n % 4);
         arrival.push_back(job);
         announce(job, k_MsgJobCreated);
@@ -180,10 +181,12 @@ TEST(JobsView, QuickSortsGiveTheComparedOrder) {
         if (type == k_JobsName) return {0, j->Name()};
         if (type == k_JobsEngine) return {0, j->GetParameter(p_Engine)};
         if (type == k_JobsStatus) return {j->GetStatus(), ""};
+        const String frames = j->GetParameter(p_Frames); // "1-N"
+        if (type == k_JobsFrames) return {frames.size() > 2 ? atoll(frames.c_str() + 2) : 0, ""};
         return {j->GetParameter(p_Progress).ToInt(), ""};
     };
     auto check = [&](const char* when) {
-        for (int type : {k_JobsName, k_JobsEngine, k_JobsStatus, k_JobsProgress})
+        for (int type : {k_JobsName, k_JobsEngine, k_JobsStatus, k_JobsProgress, k_JobsFrames})
             for (bool up : {true, false}) {
                 view->SortBy(type, up);
                 std::vector<JobPtr> expected;
@@ -201,6 +204,9 @@ TEST(JobsView, QuickSortsGiveTheComparedOrder) {
                 for (int r = 0; r < view->GetItemCount(); ++r)
                     ASSERT_EQ(view->GetJob(r), expected[r])
                         << when << ": column " << type << (up ? " up" : " down") << ", row " << r;
+                const int row = view->GetItemCount() / 3; // the jobs know their new rows
+                ASSERT_TRUE(view->ShowJob(expected[row]->GetID()));
+                EXPECT_TRUE(view->IsRowSelected(row)) << when << ": column " << type;
             }
     };
     check("at first");
