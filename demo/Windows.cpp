@@ -26,7 +26,8 @@ wxTaviroDlg* ShowDialogOnce(const String& name, const std::function<wxTaviroDlg*
 // ---- secondary windows ----
 
 UserWindow::UserWindow(const wxString& title, const String& section, const String& group)
-    : wxTaviroFrame(title, wxDefaultPosition, FromDIP(wxSize(460, 320))), m_Section(section) {
+    : wxTaviroFrame(title, wxDefaultPosition, wxWindow::FromDIP(wxSize(460, 320), nullptr)),
+      m_Section(section) {
     SetMinSize(FromDIP(wxSize(240, 160)));
     static int s_Cascade = 0;
     wxSetWindowPos(this, section, 20 * (s_Cascade++ % 8));
