@@ -1,5 +1,6 @@
-// Farm messages and the messenger's four process-wide signals, emitted on the messenger's own
-// thread.
+/// @file
+/// Farm messages and the messenger's four process-wide signals, emitted on the messenger's own
+/// thread.
 #pragma once
 
 #include <ostrum/Signal.h>
@@ -13,15 +14,15 @@
 #include <vector>
 
 enum MessageType {
-    k_MsgJobCreated = 1,    // a job appeared (all its parameters)
-    k_MsgJobChanged = 2,    // some parameters of a job changed
-    k_MsgJobRemoved = 3,    // a job is gone
-    k_MsgLogLine = 4,       // a line of a job's log (or the master's, with a null job)
-    k_MsgEngineLoad = 5,    // the farm's engine load in percent (parameter "Load")
-    k_MsgShutdown = 6,      // the master orders the clients to close
-    k_MsgJobBatch = 7,      // many k_MsgJobCreated at once (m_Batch), sent on connecting
-    k_MsgRequestFailed = 8, // the master reports that a request failed (parameter "Text")
-    k_MsgCustom = 100,      // anything else (tests, client programs)
+    k_MsgJobCreated = 1,    ///< a job appeared (all its parameters)
+    k_MsgJobChanged = 2,    ///< some parameters of a job changed
+    k_MsgJobRemoved = 3,    ///< a job is gone
+    k_MsgLogLine = 4,       ///< a line of a job's log (or the master's, with a null job)
+    k_MsgEngineLoad = 5,    ///< the farm's engine load in percent (parameter "Load")
+    k_MsgShutdown = 6,      ///< the master orders the clients to close
+    k_MsgJobBatch = 7,      ///< many k_MsgJobCreated at once (m_Batch), sent on connecting
+    k_MsgRequestFailed = 8, ///< the master reports that a request failed (parameter "Text")
+    k_MsgCustom = 100,      ///< anything else (tests, client programs)
 };
 
 class Message {
@@ -31,11 +32,11 @@ public:
 
     MessageType GetType() const { return m_Type; }
     const UID& GetJob() const { return m_Job; }
-    // Parameters carried by the message (job parameters, the log text, the load).
+    /// Parameters carried by the message (job parameters, the log text, the load).
     std::map<String, String> m_Params;
-    // For k_MsgJobBatch: the messages it stands for, in order.
+    /// For k_MsgJobBatch: the messages it stands for, in order.
     std::vector<boost::shared_ptr<Message>> m_Batch;
-    // The sender's running number and source, for ordering checks and logs.
+    /// The sender's running number and source, for ordering checks and logs.
     uint64_t m_Sequence = 0;
     int m_Source = 0;
 
@@ -50,21 +51,21 @@ private:
     UID m_Job;
 };
 
-// The master ordered a shutdown.
+/// The master ordered a shutdown.
 class ShutdownMsg : public Message {
 public:
     ShutdownMsg() : Message(k_MsgShutdown) {}
     static Signal1<const boost::shared_ptr<ShutdownMsg>&> s_Signal;
 };
 
-// A message arrived. A slot may take the message out (TakeMessage); a message that no slot
-// took goes into the client application's queue, which DispatchMessage drains.
+/// A message arrived. A slot may take the message out (TakeMessage); a message that no slot
+/// took goes into the client application's queue, which DispatchMessage drains.
 class MessageReceivedEvt {
 public:
     explicit MessageReceivedEvt(boost::shared_ptr<Message> message)
         : m_Message(std::move(message)) {}
     const boost::shared_ptr<Message>& GetMessage() const { return m_Message; }
-    // Moves the message out; the event is left holding none.
+    /// Moves the message out; the event is left holding none.
     boost::shared_ptr<Message> TakeMessage() {
         boost::shared_ptr<Message> m;
         m.swap(m_Message);

@@ -4,8 +4,8 @@
 // selection events).
 #include <wxTaviro/wxDBListCtrl.h>
 
-#include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroFrame.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <ostrum/Application.h>
 #include <ostrum/CallTrace.h>

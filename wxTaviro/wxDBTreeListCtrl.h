@@ -1,15 +1,16 @@
-// The tree list: a wxDBListCtrl whose rows are the visible items of a tree. An item may have
-// children, is expanded and collapsed with a small plus/minus box in the first column and is
-// indented by its depth; the list's row count is always the number of visible items.
-//
-// Rows are found from the tree on demand without walking it. Every item with children keeps
-// the rows its children occupy and a prefix sum of them, rebuilt lazily from the first child
-// that changed; a node whose children are all one row high needs no prefix at all (a child's
-// offset is its index). So expanding or collapsing costs one step per ancestor whatever the
-// number of children, the item of a row is a binary search per level, and the row of an item
-// a lookup per level.
-//
-// Sections: wxDBTreeListItem; wxDBTreeListCtrl.
+/// @file
+/// The tree list: a wxDBListCtrl whose rows are the visible items of a tree. An item may have
+/// children, is expanded and collapsed with a small plus/minus box in the first column and is
+/// indented by its depth; the list's row count is always the number of visible items.
+///
+/// Rows are found from the tree on demand without walking it. Every item with children keeps
+/// the rows its children occupy and a prefix sum of them, rebuilt lazily from the first child
+/// that changed; a node whose children are all one row high needs no prefix at all (a child's
+/// offset is its index). So expanding or collapsing costs one step per ancestor whatever the
+/// number of children, the item of a row is a binary search per level, and the row of an item
+/// a lookup per level.
+///
+/// Sections: wxDBTreeListItem; wxDBTreeListCtrl.
 #pragma once
 
 #include <wxTaviro/wxDBListCtrl.h>
@@ -24,10 +25,10 @@ class wxDBTreeListCtrl;
 
 // ---- wxDBTreeListItem ----
 
-// One node of the tree. Client programs derive from it to carry their data and serve each
-// column's text. An item owns its children; destroying it destroys them. Every change made
-// through an item that sits in a control's tree goes through the control (rows, selection and
-// caches follow), and deleting such an item takes it out of the control first.
+/// One node of the tree. Client programs derive from it to carry their data and serve each
+/// column's text. An item owns its children; destroying it destroys them. Every change made
+/// through an item that sits in a control's tree goes through the control (rows, selection and
+/// caches follow), and deleting such an item takes it out of the control first.
 class wxDBTreeListItem {
 public:
     wxDBTreeListItem() = default;
@@ -35,7 +36,7 @@ public:
     wxDBTreeListItem(const wxDBTreeListItem&) = delete;
     wxDBTreeListItem& operator=(const wxDBTreeListItem&) = delete;
 
-    // The text shown in a column; empty here.
+    /// The text shown in a column; empty here.
     virtual String GetText(int column) const;
 
     wxDBTreeListItem* GetParent() const { return m_parent; }
@@ -45,30 +46,30 @@ public:
     wxDBTreeListItem* GetChild(size_t index) const {
         return index < GetChildCount() ? m_kids->items[index] : nullptr;
     }
-    // Position among the parent's children.
+    /// Position among the parent's children.
     size_t GetIndex() const { return m_index; }
-    // Ancestors below the top of the tree: 0 for a top-level item.
+    /// Ancestors below the top of the tree: 0 for a top-level item.
     int GetDepth() const;
-    // The control whose tree holds this item; null when it is in none.
+    /// The control whose tree holds this item; null when it is in none.
     wxDBTreeListCtrl* GetOwner() const;
 
-    // Rows the item occupies: 1, plus its children's rows when it is expanded.
+    /// Rows the item occupies: 1, plus its children's rows when it is expanded.
     unsigned long GetVisibleLineCount() const {
         return 1 + (m_expanded && m_kids ? m_kids->rows : 0);
     }
-    // Every ancestor is expanded (an item without parent is visible).
+    /// Every ancestor is expanded (an item without parent is visible).
     bool IsVisible() const;
-    // The item shown `index` rows below this item's first child (0 = the first child); null
-    // past the end.
+    /// The item shown `index` rows below this item's first child (0 = the first child); null
+    /// past the end.
     wxDBTreeListItem* ItemAtIndex(unsigned long index) const;
-    // Rows before the direct child `child` among the rows below this item.
+    /// Rows before the direct child `child` among the rows below this item.
     unsigned long IndexOfItem(const wxDBTreeListItem* child) const;
 
-    // Adds a child before `position` (at the end when past it) and takes ownership.
+    /// Adds a child before `position` (at the end when past it) and takes ownership.
     void InsertChild(size_t position, wxDBTreeListItem* child);
     void AppendChild(wxDBTreeListItem* child);
     void SetExpanded(bool expanded);
-    // Deletes all children.
+    /// Deletes all children.
     void Clear();
 
 private:
@@ -112,58 +113,58 @@ public:
     wxDBTreeListCtrl(wxWindow* parent, int id);
     ~wxDBTreeListCtrl() override;
 
-    // The hidden root: its children are the top-level rows. It is always expanded.
+    /// The hidden root: its children are the top-level rows. It is always expanded.
     wxDBTreeListItem* GetRoot() { return &m_root; }
 
-    // Tree changes. Each keeps the row count, the selection, the anchor and the row cache right;
-    // a null parent means the root. The control takes ownership of inserted items.
+    /// Tree changes. Each keeps the row count, the selection, the anchor and the row cache right;
+    /// a null parent means the root. The control takes ownership of inserted items.
     wxDBTreeListItem* AppendItem(wxDBTreeListItem* parent, wxDBTreeListItem* item);
     wxDBTreeListItem* InsertItem(wxDBTreeListItem* parent, size_t position, wxDBTreeListItem* item);
-    // Deletes the item and its subtree; selected items in it leave the selection.
+    /// Deletes the item and its subtree; selected items in it leave the selection.
     void DeleteItem(wxDBTreeListItem* item);
     void DeleteChildren(wxDBTreeListItem* item);
     void DeleteAllItems();
-    // Takes the item and its subtree out of the tree and hands it to the caller.
+    /// Takes the item and its subtree out of the tree and hands it to the caller.
     wxDBTreeListItem* DetachItem(wxDBTreeListItem* item);
-    // Moves the item with its subtree before `position` of `parent`'s children (counted after it
-    // left its old place); selected items stay selected when they are still shown.
+    /// Moves the item with its subtree before `position` of `parent`'s children (counted after it
+    /// left its old place); selected items stay selected when they are still shown.
     void MoveItem(wxDBTreeListItem* item, wxDBTreeListItem* parent, size_t position);
-    // Reorders the children of `parent` (stable); selection follows the items.
+    /// Reorders the children of `parent` (stable); selection follows the items.
     void SortChildren(wxDBTreeListItem* parent, const Less& less);
 
     void Expand(wxDBTreeListItem* item);
     void Collapse(wxDBTreeListItem* item);
     void Toggle(wxDBTreeListItem* item);
-    // Redraws the item's row, when it is shown (its text changed).
+    /// Redraws the item's row, when it is shown (its text changed).
     void RefreshItem(const wxDBTreeListItem* item);
-    // Expands the item's ancestors and scrolls its row into view.
+    /// Expands the item's ancestors and scrolls its row into view.
     void EnsureVisible(wxDBTreeListItem* item);
     using wxDBListCtrl::EnsureVisible;
 
-    // Selection by item; only shown items can be selected. The set orders by address,
-    // GetSelectedItems by row.
+    /// Selection by item; only shown items can be selected. The set orders by address,
+    /// GetSelectedItems by row.
     const std::set<wxDBTreeListItem*>& GetSelectionSet() const { return m_selection; }
     std::vector<wxDBTreeListItem*> GetSelectedItems();
     bool IsSelected(const wxDBTreeListItem* item) const;
     void SelectItem(wxDBTreeListItem* item, bool select = true);
-    // The item last selected; null when none or after it was deleted.
+    /// The item last selected; null when none or after it was deleted.
     wxDBTreeListItem* GetCurrentItem() const { return m_currentItem; }
 
-    // Rows and items. ItemAtRow remembers its last answer; RowWithItem is -1 for null, the root,
-    // an item of another tree and an item that is not shown.
+    /// Rows and items. ItemAtRow remembers its last answer; RowWithItem is -1 for null, the root,
+    /// an item of another tree and an item that is not shown.
     wxDBTreeListItem* ItemAtRow(int row);
     int RowWithItem(const wxDBTreeListItem* item);
-    // The row of the nearest shown ancestor; -1 for null, the root and top-level items.
+    /// The row of the nearest shown ancestor; -1 for null, the root and top-level items.
     int FirstVisibleParent(const wxDBTreeListItem* item);
 
-    // First-column geometry, shared by paint and hit tests: the expander box of an item at
-    // `depth`, relative to its cell's top-left corner, and where its text cell begins.
+    /// First-column geometry, shared by paint and hit tests: the expander box of an item at
+    /// `depth`, relative to its cell's top-left corner, and where its text cell begins.
     static wxRect ExpanderRect(int depth, int rowHeight);
     static int TextIndent(int depth);
-    // Whether a body point (client coordinates) lies on the expander of an item with children.
+    /// Whether a body point (client coordinates) lies on the expander of an item with children.
     bool IsOnExpander(const wxPoint& point);
 
-    // List hooks.
+    /// List hooks.
     bool IsRowSelected(int row) override;
     std::vector<int> GetSelection() override;
     String GetDisplayText(int row, int column) override;
@@ -172,8 +173,8 @@ public:
     wxCursor CustomizeCursor(int row, int column, int x, int y) override;
     void DoClear() override;
 
-    // The body's selection events: selection, and toggling by the expander or a double click.
-    // Run from TryBefore, ahead of any handler a client binds.
+    /// The body's selection events: selection, and toggling by the expander or a double click.
+    /// Run from TryBefore, ahead of any handler a client binds.
     void OnItemSelected(wxListEvent& event);
     void OnItemDeselected(wxListEvent& event);
     bool TryBefore(wxEvent& event) override;
@@ -184,18 +185,18 @@ protected:
     void OnBodyLDown(wxMouseEvent& event);
     void OnBodyKey(wxKeyEvent& event);
 
-    // Named steps of the tree changes.
+    /// Named steps of the tree changes.
     bool _Holds(const wxDBTreeListItem* item) const;
     void _PutIn(wxDBTreeListItem* parent, size_t position, wxDBTreeListItem* item);
     void _TakeOut(wxDBTreeListItem* item);
-    // Drops the selected items of `item`'s subtree (itself too when `withItem`) from the
-    // selection, without events; returns them.
+    /// Drops the selected items of `item`'s subtree (itself too when `withItem`) from the
+    /// selection, without events; returns them.
     std::vector<wxDBTreeListItem*> _Forget(const wxDBTreeListItem* item, bool withItem);
     void _ForgetRows() {
         m_cacheRow = -1;
         m_cacheItem = nullptr;
     }
-    // Selects the item of `row` alone, as a plain click would, and shows it.
+    /// Selects the item of `row` alone, as a plain click would, and shows it.
     void _SelectRow(int row);
 
     wxDBTreeListItem m_root;
@@ -203,7 +204,7 @@ protected:
     int m_cacheRow = -1;
     wxDBTreeListItem* m_cacheItem = nullptr;
     std::set<wxDBTreeListItem*> m_selection;
-    // A left button press is being handled, at this point: its selection may toggle.
+    /// A left button press is being handled, at this point: its selection may toggle.
     bool m_pressing = false;
     wxPoint m_pressPoint;
 

@@ -1,14 +1,15 @@
-// A panel with a header (an expand/collapse button and a clickable label) and a content area
-// the user can fold away. Whether it is expanded is remembered in the application's options
-// file under a section and key that the derived panel chooses.
-//
-// A derived panel, in its constructor:
-//     SetSettings("Panels", "Details");            // where the state is remembered
-//     SetLabels(_("Show details"), _("Details"));  // header text collapsed / expanded
-//     CreateInfrastructure(_("Click to show or hide the details"), true);
-//     GetContentSizer()->Add(new wxsStaticText(this, wxID_ANY, "..."), 0, wxEXPAND);
-//     Expand(); // applies the remembered state to the content just added
-// The content's windows are children of the panel itself.
+/// @file
+/// A panel with a header (an expand/collapse button and a clickable label) and a content area
+/// the user can fold away. Whether it is expanded is remembered in the application's options
+/// file under a section and key that the derived panel chooses.
+///
+/// A derived panel, in its constructor:
+///     SetSettings("Panels", "Details");            // where the state is remembered
+///     SetLabels(_("Show details"), _("Details"));  // header text collapsed / expanded
+///     CreateInfrastructure(_("Click to show or hide the details"), true);
+///     GetContentSizer()->Add(new wxsStaticText(this, wxID_ANY, "..."), 0, wxEXPAND);
+///     Expand(); // applies the remembered state to the content just added
+/// The content's windows are children of the panel itself.
 #pragma once
 
 #include <wxTaviro/wxTaviroColors.h>
@@ -21,24 +22,24 @@ class _ClickStatic;
 
 class wxExpandablePanel : public wxsPanel {
 public:
-    // Fixed ids of the header: the expand button, and the label (whose click sends a button
-    // event with the button's id).
+    /// Fixed ids of the header: the expand button, and the label (whose click sends a button
+    /// event with the button's id).
     enum { k_ExpandId = 8313, k_LabelId = 8314 };
 
     wxExpandablePanel(wxWindow* parent, wxOrientation orientation);
 
-    // Builds the header and the content sizer; called once, after SetSettings and SetLabels.
-    // An expandable panel starts as remembered (collapsed when nothing is); one that is not
-    // is always expanded, has no button and a disabled label.
+    /// Builds the header and the content sizer; called once, after SetSettings and SetLabels.
+    /// An expandable panel starts as remembered (collapsed when nothing is); one that is not
+    /// is always expanded, has no button and a disabled label.
     void CreateInfrastructure(wxString tooltip, bool expandable);
-    // Applies the current state to the windows (content shown or hidden, button image, label
-    // text) and lays the parent out; does not toggle.
+    /// Applies the current state to the windows (content shown or hidden, button image, label
+    /// text) and lays the parent out; does not toggle.
     void Expand();
-    // The button (and the label's click): toggles, applies and remembers the state.
+    /// The button (and the label's click): toggles, applies and remembers the state.
     void OnExpand(wxCommandEvent& event);
 
     bool IsExpanded() const { return m_Expanded; }
-    // Where the derived panel puts its controls (valid after CreateInfrastructure).
+    /// Where the derived panel puts its controls (valid after CreateInfrastructure).
     wxBoxSizer* GetContentSizer() const { return m_Content; }
     wxsBitmapButton* GetExpandButton() const { return m_Button; }
     wxsStaticText* GetHeaderLabel() const;
@@ -53,7 +54,7 @@ protected:
     String m_Key;
     wxString m_CollapsedLabel;
     wxString m_ExpandedLabel;
-    wxsBitmapButton* m_Button = nullptr; // none when not expandable
+    wxsBitmapButton* m_Button = nullptr; ///< none when not expandable
     _ClickStatic* m_Label = nullptr;
     wxBoxSizer* m_Content = nullptr;
 

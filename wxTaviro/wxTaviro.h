@@ -1,5 +1,6 @@
-// The registry of a program's open secondary windows with its window menu, and the saving and
-// restoring of window placement in the options file.
+/// @file
+/// The registry of a program's open secondary windows with its window menu, and the saving and
+/// restoring of window placement in the options file.
 #pragma once
 
 #include <ostrum/String.h>
@@ -11,10 +12,10 @@
 
 // ---- open windows ----
 
-// Fixed menu ids of the window menu.
+/// Fixed menu ids of the window menu.
 enum {
     wxID_OPENWIN_MAIN = 24000,
-    wxID_OPENWIN_FIRST = 24001, // the registered windows, up to wxID_OPENWIN_LAST
+    wxID_OPENWIN_FIRST = 24001, ///< the registered windows, up to wxID_OPENWIN_LAST
     wxID_OPENWIN_LAST = 24100,
     wxID_OPENWIN_CLOSEALL = 24101,
     wxID_OPENWIN_COLLECTALL = 24102,
@@ -23,22 +24,22 @@ enum {
 class OpenWindows : public wxEvtHandler {
 public:
     struct Datum {
-        wxTopLevelWindow* window; // not owned
-        String label;             // "   " + group, or empty
+        wxTopLevelWindow* window; ///< not owned
+        String label;             ///< "   " + group, or empty
     };
 
-    // The one registry of the process.
+    /// The one registry of the process.
     static OpenWindows* const _this;
 
     void AddWindow(wxTopLevelWindow* window, const String& group);
-    // The window menu, refilled on every call; owned by the registry until a menu bar takes
-    // it. A menu destroyed with its menu bar is noticed and replaced by a new one. The
-    // commands go to the application's current top window.
+    /// The window menu, refilled on every call; owned by the registry until a menu bar takes
+    /// it. A menu destroyed with its menu bar is noticed and replaced by a new one. The
+    /// commands go to the application's current top window.
     wxMenu* GetMenu();
     void OnClose(wxCloseEvent& e);
     void OnCommand(wxCommandEvent& e);
-    // Grows the window to at least half the reference's size and centres it in the client
-    // area of the reference's display.
+    /// Grows the window to at least half the reference's size and centres it in the client
+    /// area of the reference's display.
     void CenterOnDisplay(wxWindow* reference, wxWindow* window);
     void Clear();
     const std::vector<Datum>& GetEntries() const { return m_Entries; }
@@ -56,10 +57,10 @@ wxMenu* wxGetOpenWindowMenu();
 
 // ---- window placement ----
 
-// Stores the window's rectangle as "x, y, width, height" under key "Window" of `section` in
-// the application's options file.
+/// Stores the window's rectangle as "x, y, width, height" under key "Window" of `section` in
+/// the application's options file.
 void wxSaveWindowPos(wxWindow* window, const String& section);
-// Restores it (moved by `offset` in both directions); a window with no usable rectangle, or
-// shown with no reachable part on any display (its title bar strip lies off every display's
-// client area), is centred on its parent. Always raises the window.
+/// Restores it (moved by `offset` in both directions); a window with no usable rectangle, or
+/// shown with no reachable part on any display (its title bar strip lies off every display's
+/// client area), is centred on its parent. Always raises the window.
 void wxSetWindowPos(wxWindow* window, const String& section, int offset);

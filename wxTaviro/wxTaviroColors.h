@@ -1,14 +1,15 @@
-// The colour palette, the five colour schemes and "Colors.ini", colour management of windows,
-// the palette renderer, the themed buttons and toggles, the check list box and the notebook
-// with its tab and dock art.
-//
-// Sections: palette; colour schemes; wxsColorManaged; drawing helpers; wxsRenderer; wxsButton;
-// wxsCheckBox and wxsRadioButton; thin themed wrappers; wxsCheckListBox; wxsNotebook, wxsTabArt
-// and wxsDockArt. The text field, choice, combo box, completer and text prompt live in
-// wxTaviroText.h.
-//
-// Everything here is for the GUI thread only. Windows store slot names, never colour values, and
-// read the palette when they paint or when a system-colour-changed event reaches them.
+/// @file
+/// The colour palette, the five colour schemes and "Colors.ini", colour management of windows,
+/// the palette renderer, the themed buttons and toggles, the check list box and the notebook
+/// with its tab and dock art.
+///
+/// Sections: palette; colour schemes; wxsColorManaged; drawing helpers; wxsRenderer; wxsButton;
+/// wxsCheckBox and wxsRadioButton; thin themed wrappers; wxsCheckListBox; wxsNotebook, wxsTabArt
+/// and wxsDockArt. The text field, choice, combo box, completer and text prompt live in
+/// wxTaviroText.h.
+///
+/// Everything here is for the GUI thread only. Windows store slot names, never colour values, and
+/// read the palette when they paint or when a system-colour-changed event reaches them.
 #pragma once
 
 #include <ostrum/String.h>
@@ -35,8 +36,8 @@ class IniFile;
 
 // ---- palette ----
 
-// The 27 slot names. Client code uses these, never literal text. (The grey text constant is
-// spelled "Grey" but holds the slot name "TextGray", which is also its key in "Colors.ini".)
+/// The 27 slot names. Client code uses these, never literal text. (The grey text constant is
+/// spelled "Grey" but holds the slot name "TextGray", which is also its key in "Colors.ini".)
 extern const String color_WindowBG;
 extern const String color_WindowBGLighter;
 extern const String color_WindowBGDarker;
@@ -65,36 +66,36 @@ extern const String color_ButtonText;
 extern const String color_Selected;
 extern const String color_Header;
 
-// The 27 slot constants in the table order (the order the fixed schemes fill them): the one
-// list for code that walks the whole palette.
+/// The 27 slot constants in the table order (the order the fixed schemes fill them): the one
+/// list for code that walks the whole palette.
 constexpr size_t color_SlotCount = 27;
 extern const String* const color_Slots[color_SlotCount];
 
-// The colour stored under the slot name. An unknown name is added with an unset (invalid)
-// colour, which is returned: callers test IsOk() where an unset slot matters.
+/// The colour stored under the slot name. An unknown name is added with an unset (invalid)
+/// colour, which is returned: callers test IsOk() where an unset slot matters.
 wxColour wxsGetColor(const String& name);
-// Stores the colour under the name (any name, any colour, invalid ones included).
+/// Stores the colour under the name (any name, any colour, invalid ones included).
 void wxsSetColor(const String& name, const wxColour& colour);
 
-// Colour arithmetic. Each returns a fresh opaque colour; an unset (invalid) colour stays unset.
-// Adds signed deltas per channel, each result clamped to 0..255.
+/// Colour arithmetic. Each returns a fresh opaque colour; an unset (invalid) colour stays unset.
+/// Adds signed deltas per channel, each result clamped to 0..255.
 wxColour OffsetColor(const wxColour& colour, int red, int green, int blue);
-// Adds the second colour's channels to the first's, each capped at 255.
+/// Adds the second colour's channels to the first's, each capped at 255.
 wxColour OffsetColor(const wxColour& colour, const wxColour& delta);
-// The shade of a disabled control: 70% of the colour and 30% of the stock light grey.
+/// The shade of a disabled control: 70% of the colour and 30% of the stock light grey.
 wxColour Disabled(const wxColour& colour);
-// The hover shade: 25 lighter per channel, capped at 255.
+/// The hover shade: 25 lighter per channel, capped at 255.
 wxColour Hilight(const wxColour& colour);
 
-// Legibility. The palette's values stay as they are; text is drawn in a shade that reads.
-// The contrast ratio of two colours, 1 to 21, as the accessibility guidelines measure it.
+/// Legibility. The palette's values stay as they are; text is drawn in a shade that reads.
+/// The contrast ratio of two colours, 1 to 21, as the accessibility guidelines measure it.
 double wxsContrast(const wxColour& a, const wxColour& b);
-// `text` itself when it reads on `background` with at least `minimum` contrast (4.5 for
-// text, 3 for disabled text); otherwise the shade of it nearest to it, mixed towards black or
-// white, that does. Unset colours come back as they are.
+/// `text` itself when it reads on `background` with at least `minimum` contrast (4.5 for
+/// text, 3 for disabled text); otherwise the shade of it nearest to it, mixed towards black or
+/// white, that does. Unset colours come back as they are.
 wxColour wxsReadableOn(const wxColour& text, const wxColour& background, double minimum = 4.5);
 
-// Store one fixed scheme's 27 colours into the palette; other slots are left alone.
+/// Store one fixed scheme's 27 colours into the palette; other slots are left alone.
 void Light();
 void Lighter();
 void Dark();
@@ -102,33 +103,33 @@ void Darker();
 
 // ---- colour schemes ----
 
-// The scheme in force: 1 Light, 2 Lighter, 3 Dark, 4 Darker, 5 Custom; any other number shows
-// Dark but is kept (and saved) as it is. -1 until the first LoadColorScheme. Library-internal:
-// the frame base sets it when the user picks a scheme.
+/// The scheme in force: 1 Light, 2 Lighter, 3 Dark, 4 Darker, 5 Custom; any other number shows
+/// Dark but is kept (and saved) as it is. -1 until the first LoadColorScheme. Library-internal:
+/// the frame base sets it when the user picks a scheme.
 extern int g_Scheme;
 
-// Applies a scheme number to the palette (Dark for unknown numbers). Leaves g_Scheme alone.
+/// Applies a scheme number to the palette (Dark for unknown numbers). Leaves g_Scheme alone.
 void SetColors(int scheme);
-// The Dark colours, then every colour key of "Colors.ini" over them.
+/// The Dark colours, then every colour key of "Colors.ini" over them.
 void CustomColors();
-// Reads one colour key of the file's unnamed section into the palette; an empty or missing
-// value leaves the slot alone, and so does a value that is no colour (with a log line).
+/// Reads one colour key of the file's unnamed section into the palette; an empty or missing
+/// value leaves the slot alone, and so does a value that is no colour (with a log line).
 void GetCustom(IniFile& file, const String& slot);
-// Reads "scheme" from "Colors.ini" into g_Scheme (0 when there was never one) and applies it.
+/// Reads "scheme" from "Colors.ini" into g_Scheme (0 when there was never one) and applies it.
 void LoadColorScheme();
-// Writes g_Scheme as "scheme" into "Colors.ini", keeping every other key of the file.
+/// Writes g_Scheme as "scheme" into "Colors.ini", keeping every other key of the file.
 void SaveColorScheme();
-// Why the last SaveColorScheme failed (it is also logged); empty when it worked.
+/// Why the last SaveColorScheme failed (it is also logged); empty when it worked.
 const String& GetColorSchemeSaveError();
 // None of the four scheme functions throws: a missing user folder or a bad file leaves the
 // palette filled (at worst with Dark) and the choice valid for this run only.
 
 // ---- wxsColorManaged ----
 
-// Carried by every themed window (as a second base): the palette slots of its foreground and
-// background, enabled and disabled, each with an offset added to every channel. Re-reads them
-// when a system-colour-changed event reaches the window. Not copyable: the window's event
-// binding points at this object.
+/// Carried by every themed window (as a second base): the palette slots of its foreground and
+/// background, enabled and disabled, each with an offset added to every channel. Re-reads them
+/// when a system-colour-changed event reaches the window. Not copyable: the window's event
+/// binding points at this object.
 class wxsColorManaged {
 public:
     wxsColorManaged();
@@ -137,16 +138,16 @@ public:
     wxsColorManaged(const wxsColorManaged&) = delete;
     wxsColorManaged& operator=(const wxsColorManaged&) = delete;
 
-    // Binds the window and applies its colours. The roles come from the parent when the
-    // parent is managed too (a dialog base carries one), otherwise the defaults: "Text" on
-    // "WindowBG", disabled "TextGray" on "WindowBGLighter" + 50.
+    /// Binds the window and applies its colours. The roles come from the parent when the
+    /// parent is managed too (a dialog base carries one), otherwise the defaults: "Text" on
+    /// "WindowBG", disabled "TextGray" on "WindowBGLighter" + 50.
     void Manage(wxWindow* window);
-    // Re-reads the palette and sets the window's foreground and background colours.
+    /// Re-reads the palette and sets the window's foreground and background colours.
     void RefreshColors() const;
-    // The bound system-colour-changed handler (skips the event so it reaches the children).
+    /// The bound system-colour-changed handler (skips the event so it reaches the children).
     void wxsHandleSysColorChanged(wxSysColourChangedEvent& event);
 
-    // Roles. Setting one does not recolour: call RefreshColors() after.
+    /// Roles. Setting one does not recolour: call RefreshColors() after.
     void SetForegroundSlot(const String& slot, int offset = 0);
     void SetBackgroundSlot(const String& slot, int offset = 0);
     void SetDisabledForegroundSlot(const String& slot, int offset = 0);
@@ -175,27 +176,27 @@ protected:
 
 // ---- drawing helpers ----
 
-// Fills rect with a shading from `second` at the graded edge(s) towards `first`: one row
-// shorter per step at the bottom (gradeBottom), the top (gradeTop) or both, h / 2 steps, the
-// colour curve shaped by `power` (1 linear; larger keeps the edge band narrow). With neither
-// flag the rectangle is filled flat in `first`.
+/// Fills rect with a shading from `second` at the graded edge(s) towards `first`: one row
+/// shorter per step at the bottom (gradeBottom), the top (gradeTop) or both, h / 2 steps, the
+/// colour curve shaped by `power` (1 linear; larger keeps the edge band narrow). With neither
+/// flag the rectangle is filled flat in `first`.
 void DrawGradedRectangle(wxDC& dc, const wxRect& rect, const wxColour& first,
                          const wxColour& second, float power, bool gradeBottom, bool gradeTop);
-// The keyboard focus mark of the themed controls: a dotted frame in the ink of the text it
-// surrounds, so that it shows in every scheme.
+/// The keyboard focus mark of the themed controls: a dotted frame in the ink of the text it
+/// surrounds, so that it shows in every scheme.
 void wxsDrawFocusMark(wxDC& dc, const wxRect& rect, const wxColour& ink);
-// A filled pie inscribed in rect with the current brush and pen, angles in degrees
-// counter-clockwise from three o'clock; 0 to 360 is a whole disc.
+/// A filled pie inscribed in rect with the current brush and pen, angles in degrees
+/// counter-clockwise from three o'clock; 0 to 360 is a whole disc.
 void DrawCircle(wxDC& dc, const wxRect& rect, double startAngle, double endAngle);
 
 // ---- wxsRenderer ----
 
-// The application's renderer: check boxes, radio buttons, combo drop buttons and splitter
-// sashes in palette colours; everything else goes to the delegate unchanged. Holds no state
-// and reads the palette on every call.
-//
-// Created by the application traits: `return new wxsRenderer(wxRendererNative::GetGeneric());`
-// (the generic renderer, so themed drawing looks alike on every platform); wx owns it then.
+/// The application's renderer: check boxes, radio buttons, combo drop buttons and splitter
+/// sashes in palette colours; everything else goes to the delegate unchanged. Holds no state
+/// and reads the palette on every call.
+///
+/// Created by the application traits: `return new wxsRenderer(wxRendererNative::GetGeneric());`
+/// (the generic renderer, so themed drawing looks alike on every platform); wx owns it then.
 class wxsRenderer : public wxDelegateRendererNative {
 public:
     explicit wxsRenderer(wxRendererNative& delegate = wxRendererNative::GetGeneric());
@@ -215,9 +216,9 @@ public:
 
 // ---- wxsButton ----
 
-// A push button painted in palette colours. Normal, default (the top-level window's default
-// item) or, while it has the focus, temporarily default; hovering lightens whichever look is
-// current. Space, Return and keypad Enter click it.
+/// A push button painted in palette colours. Normal, default (the top-level window's default
+/// item) or, while it has the focus, temporarily default; hovering lightens whichever look is
+/// current. Space, Return and keypad Enter click it.
 class wxsButton : public wxControl, public wxsColorManaged {
 public:
     wxsButton(wxWindow* parent, wxWindowID id, const wxString& label = wxEmptyString,
@@ -225,29 +226,29 @@ public:
               long style = 0, const wxValidator& validator = wxDefaultValidator,
               const wxString& name = wxASCII_STR(wxButtonNameStr));
 
-    // Makes this the top-level window's default item with the default look; returns the
-    // window that was default before (none without a top-level parent or default item).
+    /// Makes this the top-level window's default item with the default look; returns the
+    /// window that was default before (none without a top-level parent or default item).
     wxWindow* SetDefault();
-    // The normal look (the default item of the top-level window is not changed).
+    /// The normal look (the default item of the top-level window is not changed).
     void SetNormal();
     bool IsDefault() const;
-    // Applies or removes the hover shade (+25 on both enabled offsets); idempotent.
+    /// Applies or removes the hover shade (+25 on both enabled offsets); idempotent.
     void Hilight(bool on);
     bool IsHilighted() const;
-    // Sends the button event as if clicked (disabled meanwhile, so no second click arrives).
+    /// Sends the button event as if clicked (disabled meanwhile, so no second click arrives).
     void EmulateClick();
 
     bool Enable(bool enable = true) override;
-    // Also resizes: the minimum size follows the label, and the best size is invalidated so
-    // that a sizer grows the button on its next layout.
+    /// Also resizes: the minimum size follows the label, and the best size is invalidated so
+    /// that a sizer grows the button on its next layout.
     void SetLabel(const wxString& label) override;
 
-    // Paints the whole button into dc: the paint handler's body.
+    /// Paints the whole button into dc: the paint handler's body.
     void Draw(wxDC& dc);
-    // Where the label goes inside a client area of the given size (paint and tests share it).
+    /// Where the label goes inside a client area of the given size (paint and tests share it).
     wxRect GetLabelRect(const wxSize& clientSize) const;
 
-    // Event handlers.
+    /// Event handlers.
     void Focus(wxFocusEvent& event);
     void Mouse(wxMouseEvent& event);
     void Click(wxMouseEvent& event);
@@ -256,7 +257,7 @@ public:
     void Move(wxMoveEvent& event);
     void Size(wxSizeEvent& event);
 
-    // The fonts shared by all buttons (valid after the first button is made).
+    /// The fonts shared by all buttons (valid after the first button is made).
     static const wxFont& GetNormalFont();
     static const wxFont& GetDefaultFont();
 
@@ -286,9 +287,9 @@ private:
 
 // ---- wxsCheckBox and wxsRadioButton ----
 
-// A check box painted by the application renderer (a bevelled box, sunken and "Selected" when
-// checked) with the label at its right (in the disabled foreground while disabled). A click or the
-// space key toggles it and sends wxEVT_CHECKBOX.
+/// A check box painted by the application renderer (a bevelled box, sunken and "Selected" when
+/// checked) with the label at its right (in the disabled foreground while disabled). A click or the
+/// space key toggles it and sends wxEVT_CHECKBOX.
 class wxsCheckBox : public wxCheckBoxBase, public wxsColorManaged {
 public:
     wxsCheckBox(wxWindow* parent, wxWindowID id, const wxString& label = wxEmptyString,
@@ -297,31 +298,31 @@ public:
                 const wxString& name = wxASCII_STR(wxCheckBoxNameStr));
 
     bool GetValue() const override;
-    // Repaints when the value changes; sends no event (like the toolkit's).
+    /// Repaints when the value changes; sends no event (like the toolkit's).
     void SetValue(bool value) override;
     bool Enable(bool enable = true) override;
     void SetLabel(const wxString& label) override;
     bool HasTransparentBackground() override;
     bool IsHovered() const;
 
-    // Where the parts go in a client area of the given size; paint and hit-testing share it.
+    /// Where the parts go in a client area of the given size; paint and hit-testing share it.
     struct Geometry {
-        wxRect box;   // the square handed to DrawButton
-        wxRect label; // the label's area
-        wxRect focus; // the dotted focus mark around the label text
+        wxRect box;   ///< the square handed to DrawButton
+        wxRect label; ///< the label's area
+        wxRect focus; ///< the dotted focus mark around the label text
     };
     Geometry GetGeometry(const wxSize& clientSize) const;
-    // The renderer flags of the current state.
+    /// The renderer flags of the current state.
     int GetRenderFlags() const;
-    // Paints the whole control into dc: the paint handler's body.
+    /// Paints the whole control into dc: the paint handler's body.
     void Draw(wxDC& dc);
 
     virtual wxEventType ClickEventType() const;
-    // Changes the value as a click does (toggles it).
+    /// Changes the value as a click does (toggles it).
     virtual void HandleClick();
     virtual void DrawButton(wxDC& dc, const wxRect& rect, int flags);
 
-    // Event handlers.
+    /// Event handlers.
     void Paint(wxPaintEvent& event);
     void Click(wxMouseEvent& event);
     void Press(wxKeyEvent& event);
@@ -332,23 +333,23 @@ public:
 protected:
     wxSize DoGetBestClientSize() const override;
     void DoEnable(bool enable) override;
-    // Repaints on any change of IsEnabled() (a parent's included, see wxsButton); drops the
-    // hover.
+    /// Repaints on any change of IsEnabled() (a parent's included, see wxsButton); drops the
+    /// hover.
     void _FollowEnabledState();
     void DoSet3StateValue(wxCheckBoxState state) override;
     wxCheckBoxState DoGet3StateValue() const override;
-    // A click's whole effect: HandleClick, then the click event with the new value.
+    /// A click's whole effect: HandleClick, then the click event with the new value.
     void _Clicked();
 
     bool m_Value = false;
     bool m_Hovered = false;
-    bool m_LookEnabled = true; // the state the colours were last set for
+    bool m_LookEnabled = true; ///< the state the colours were last set for
 };
 
-// A radio button: a click sets it (never clears it) and still sends wxEVT_RADIOBUTTON when it
-// was set already. Setting one clears the others of its group: the radio button siblings from
-// the one with wxRB_GROUP up to the next one with wxRB_GROUP (wxRB_SINGLE stands alone). The
-// arrow keys move the selection within the group.
+/// A radio button: a click sets it (never clears it) and still sends wxEVT_RADIOBUTTON when it
+/// was set already. Setting one clears the others of its group: the radio button siblings from
+/// the one with wxRB_GROUP up to the next one with wxRB_GROUP (wxRB_SINGLE stands alone). The
+/// arrow keys move the selection within the group.
 class wxsRadioButton : public wxsCheckBox {
 public:
     wxsRadioButton(wxWindow* parent, wxWindowID id, const wxString& label = wxEmptyString,
@@ -361,7 +362,7 @@ public:
     void HandleClick() override;
     void DrawButton(wxDC& dc, const wxRect& rect, int flags) override;
 
-    // The group this button belongs to, in sibling order.
+    /// The group this button belongs to, in sibling order.
     std::vector<wxsRadioButton*> GetGroup() const;
     wxsRadioButton* GetPreviousInGroup() const;
     wxsRadioButton* GetNextInGroup() const;
@@ -395,20 +396,20 @@ public:
 
 // ---- wxsCheckListBox ----
 
-// A list of labelled check boxes drawn by the application renderer, one selected row, and a
-// context menu that ticks or clears every row. Filled and queried through the item-container
-// interface (Append, Insert, Delete, Clear, GetString, FindString, client data...).
-//
-// Input: a click on a row's box toggles it, a click anywhere on a row selects it; Space toggles
-// the selected row, + and - tick and clear it, the arrows, Home, End, Page Up and Page Down move
-// the selection. Each change of a tick sends wxEVT_CHECKLISTBOX with the new state (1 or 0) as
-// the event's integer and the row as its extra long; CheckAll and CheckNone send one more
-// with the integer -1 when they are done.
+/// A list of labelled check boxes drawn by the application renderer, one selected row, and a
+/// context menu that ticks or clears every row. Filled and queried through the item-container
+/// interface (Append, Insert, Delete, Clear, GetString, FindString, client data...).
+///
+/// Input: a click on a row's box toggles it, a click anywhere on a row selects it; Space toggles
+/// the selected row, + and - tick and clear it, the arrows, Home, End, Page Up and Page Down move
+/// the selection. Each change of a tick sends wxEVT_CHECKLISTBOX with the new state (1 or 0) as
+/// the event's integer and the row as its extra long; CheckAll and CheckNone send one more
+/// with the integer -1 when they are done.
 class wxsCheckListBox : public wxScrolled<wxWindow>,
                         public wxItemContainer,
                         public wxsColorManaged {
 public:
-    // The context menu's commands.
+    /// The context menu's commands.
     enum { ID_CheckAll = 9601, ID_CheckNone = 9602 };
 
     wxsCheckListBox();
@@ -418,7 +419,7 @@ public:
                     const wxString& name = wxASCII_STR(wxListBoxNameStr));
     ~wxsCheckListBox() override;
 
-    // Creation, for the default constructor. wxALWAYS_SHOW_SB keeps the scroll bar shown.
+    /// Creation, for the default constructor. wxALWAYS_SHOW_SB keeps the scroll bar shown.
     bool Init(wxWindow* parent, wxWindowID id, const wxPoint& pos = wxDefaultPosition,
               const wxSize& size = wxDefaultSize, long style = 0,
               const wxValidator& validator = wxDefaultValidator,
@@ -427,35 +428,35 @@ public:
     unsigned int GetCount() const override;
     wxString GetString(unsigned int index) const override;
     void SetString(unsigned int index, const wxString& text) override;
-    // Any index outside the rows (wxNOT_FOUND) means no selection. Repaints; sends nothing.
+    /// Any index outside the rows (wxNOT_FOUND) means no selection. Repaints; sends nothing.
     void SetSelection(int index) override;
     int GetSelection() const override;
 
-    // Sets the row's tick and sends one wxEVT_CHECKLISTBOX; does not repaint.
+    /// Sets the row's tick and sends one wxEVT_CHECKLISTBOX; does not repaint.
     void Check(unsigned int index, bool on = true);
     bool IsChecked(unsigned int index) const;
     void CheckAll();
     void CheckNone();
-    // Scrolls so that the row is in view.
+    /// Scrolls so that the row is in view.
     void EnsureVisible(int index);
 
-    // The height of every row: the renderer's check-box height + 4.
+    /// The height of every row: the renderer's check-box height + 4.
     int GetRowHeight() const;
-    // Where row `index` goes, in the window's virtual (scrolled) coordinates: paint and hit
-    // tests share it.
+    /// Where row `index` goes, in the window's virtual (scrolled) coordinates: paint and hit
+    /// tests share it.
     struct RowGeometry {
-        wxRect box;   // the renderer's check box
-        wxRect label; // the label area (filled in "Selected" on the selected row)
-        wxPoint text; // where the label text starts
+        wxRect box;   ///< the renderer's check box
+        wxRect label; ///< the label area (filled in "Selected" on the selected row)
+        wxPoint text; ///< where the label text starts
     };
     RowGeometry GetRowGeometry(int index) const;
-    // The row under a point of the client area (wxNOT_FOUND below the last row); *onBox tells
-    // whether the point is in the box column.
+    /// The row under a point of the client area (wxNOT_FOUND below the last row); *onBox tells
+    /// whether the point is in the box column.
     int HitTest(const wxPoint& clientPoint, bool* onBox = nullptr) const;
-    // The context menu of a right click (the caller owns it).
+    /// The context menu of a right click (the caller owns it).
     wxMenu* CreateContextMenu() const;
 
-    // Event handlers.
+    /// Event handlers.
     void OnLeftClick(wxMouseEvent& event);
     void OnKeyDown(wxKeyEvent& event);
     void OnRMouse(wxMouseEvent& event);
@@ -463,10 +464,10 @@ public:
     void OnNone(wxCommandEvent& event);
     void OnFocus(wxFocusEvent& event);
     void OnSysColorChange(wxSysColourChangedEvent& event);
-    // Paints the visible rows (the dc prepared for the scroll position).
+    /// Paints the visible rows (the dc prepared for the scroll position).
     void OnDraw(wxDC& dc) override;
 
-    // Both bases have these names: with an index they are the rows', without the window's.
+    /// Both bases have these names: with an index they are the rows', without the window's.
     void SetClientData(void* data) { wxWindow::SetClientData(data); }
     void* GetClientData() const { return wxWindow::GetClientData(); }
     void SetClientObject(wxClientData* data) { wxWindow::SetClientObject(data); }
@@ -509,9 +510,9 @@ private:
 
 // ---- wxsNotebook, wxsTabArt and wxsDockArt ----
 
-// Tabs in palette colours with graded shading: the strip lightens towards its top, the
-// active tab is "Selected", inactive ones "WindowBGLighter" shading into "WindowBG". The
-// colours are read from the palette whenever a tab is drawn.
+/// Tabs in palette colours with graded shading: the strip lightens towards its top, the
+/// active tab is "Selected", inactive ones "WindowBGLighter" shading into "WindowBG". The
+/// colours are read from the palette whenever a tab is drawn.
 class wxsTabArt : public wxAuiGenericTabArt {
 public:
     wxsTabArt();
@@ -520,17 +521,17 @@ public:
     void DrawTab(wxDC& dc, wxWindow* window, const wxAuiNotebookPage& page, const wxRect& inRect,
                  int closeButtonState, wxRect* outTabRect, wxRect* outButtonRect,
                  int* xExtent) override;
-    // The toolkit asks this on a colour change: the base colours come from the palette again.
+    /// The toolkit asks this on a colour change: the base colours come from the palette again.
     void UpdateColoursFromSystem() override;
 
-    // Where the parts of a tab go; DrawTab paints by it and reports its tab rectangle for the
-    // notebook's hit tests.
+    /// Where the parts of a tab go; DrawTab paints by it and reports its tab rectangle for the
+    /// notebook's hit tests.
     struct TabGeometry {
-        wxRect tab;               // the tab: its x and top, width, height
-        wxRect clip;              // what the tab may paint
-        wxRect fill;              // the graded fill (inactive or active)
-        wxPoint outline[6];       // the tab's outline
-        wxPoint joinFrom, joinTo; // the open edge, drawn over on the active tab
+        wxRect tab;               ///< the tab: its x and top, width, height
+        wxRect clip;              ///< what the tab may paint
+        wxRect fill;              ///< the graded fill (inactive or active)
+        wxPoint outline[6];       ///< the tab's outline
+        wxPoint joinFrom, joinTo; ///< the open edge, drawn over on the active tab
     };
     TabGeometry GetTabGeometry(const wxRect& inRect, int tabWidth, bool active) const;
 
@@ -538,30 +539,30 @@ private:
     void _FollowPalette();
 };
 
-// Pane borders and sashes in palette colours (the border a shade off "WindowBG", the sash
-// "ButtonFace"); the dock background "WindowBGDarker". Install it on a wxAuiManager with
-// SetArtProvider; the manager owns it then.
+/// Pane borders and sashes in palette colours (the border a shade off "WindowBG", the sash
+/// "ButtonFace"); the dock background "WindowBGDarker". Install it on a wxAuiManager with
+/// SetArtProvider; the manager owns it then.
 class wxsDockArt : public wxAuiDefaultDockArt {
 public:
     wxsDockArt();
     void DrawSash(wxDC& dc, wxWindow* window, int orientation, const wxRect& rect) override;
     void DrawBorder(wxDC& dc, wxWindow* window, const wxRect& rect, wxAuiPaneInfo& pane) override;
-    // The dock background, read from the palette at paint time so a scheme change shows.
+    /// The dock background, read from the palette at paint time so a scheme change shows.
     void DrawBackground(wxDC& dc, wxWindow* window, int orientation, const wxRect& rect) override;
     void UpdateColoursFromSystem() override;
 
-    // The pane border's colour: "WindowBG" 48 steps darker, or lighter when it is dark.
+    /// The pane border's colour: "WindowBG" 48 steps darker, or lighter when it is dark.
     static wxColour BorderColour();
 };
 
-// The tabbed page container: an AUI notebook (tabs on top, movable, splittable, scroll
-// buttons, no close buttons) with wxsTabArt and wxsDockArt. Pages are added with AddPage.
+/// The tabbed page container: an AUI notebook (tabs on top, movable, splittable, scroll
+/// buttons, no close buttons) with wxsTabArt and wxsDockArt. Pages are added with AddPage.
 class wxsNotebook : public wxAuiNotebook, public wxsColorManaged {
 public:
     wxsNotebook(wxWindow* parent, int id);
 
-    // Page changed: only skipped.
+    /// Page changed: only skipped.
     void SavePerspective(wxAuiNotebookEvent& event);
-    // Swallowed on purpose: focusing a control must not make its page the current one.
+    /// Swallowed on purpose: focusing a control must not make its page the current one.
     void ChildFocusEvent(wxChildFocusEvent& event);
 };

@@ -9,7 +9,7 @@
 #include <wxTaviro/wxTaviroText.h>
 #include <wxTaviro/wxTaviroAccessible.h>
 
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <ostrum/CallTrace.h>
 

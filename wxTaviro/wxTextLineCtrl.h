@@ -1,10 +1,11 @@
-// The read-only text line viewer (log and job output) and its search bar.
-//
-// Sections: line store; wxTextLineCtrl; wxTextLineSearchPanel.
-//
-// Lines live in a few big text blocks with a compact per-line record, so that millions of log
-// lines cost little more than their text, appending is a copy, and a search scans whole blocks
-// at memory speed instead of walking line by line.
+/// @file
+/// The read-only text line viewer (log and job output) and its search bar.
+///
+/// Sections: line store; wxTextLineCtrl; wxTextLineSearchPanel.
+///
+/// Lines live in a few big text blocks with a compact per-line record, so that millions of log
+/// lines cost little more than their text, appending is a copy, and a search scans whole blocks
+/// at memory speed instead of walking line by line.
 #pragma once
 
 #include <wxTaviro/wxDoubleBufferedWindow.h>
@@ -27,10 +28,10 @@ class wxTextLineSearchPanel;
 
 // ---- line store ----
 
-// Lines as byte strings, in order. Text is copied into blocks of growing size (up to 4 MB,
-// a longer line gets a block of its own); each line is followed by a newline byte there, so a
-// search text without one never matches across lines. Lines inserted in the middle or erased
-// leave the block text out of order or with holes; Search puts it back in order first.
+/// Lines as byte strings, in order. Text is copied into blocks of growing size (up to 4 MB,
+/// a longer line gets a block of its own); each line is followed by a newline byte there, so a
+/// search text without one never matches across lines. Lines inserted in the middle or erased
+/// leave the block text out of order or with holes; Search puts it back in order first.
 class _TextLineStore {
 public:
     int Count() const { return int(m_Lines.size() - m_First); }
@@ -38,19 +39,19 @@ public:
         const _Ref& r = Ref(index);
         return std::string_view(m_Blocks[r.block].data.get() + r.offset, r.length);
     }
-    // Stores the line with every tab turned into four spaces, at `index` (0..Count()).
+    /// Stores the line with every tab turned into four spaces, at `index` (0..Count()).
     void Insert(int index, const char* data, size_t length);
-    // The text as Insert stores it.
+    /// The text as Insert stores it.
     static std::string Expanded(std::string_view text);
     void Erase(int index);
-    // Drops the first `count` lines (the oldest, for a log), cheaply: a log at its line limit
-    // drops one line per line appended.
+    /// Drops the first `count` lines (the oldest, for a log), cheaply: a log at its line limit
+    /// drops one line per line appended.
     void DropFront(int count);
     void Clear();
-    // Index of the first line at or after `from` (backward: at or before) that contains the
-    // text, and the byte offset of its first occurrence there; -1 when none.
+    /// Index of the first line at or after `from` (backward: at or before) that contains the
+    /// text, and the byte offset of its first occurrence there; -1 when none.
     int Find(std::string_view text, bool caseSensitive, int from, bool forward, size_t* offset);
-    // Bytes held by the store (blocks and records).
+    /// Bytes held by the store (blocks and records).
     size_t MemoryUsed() const;
 
 private:
@@ -85,76 +86,76 @@ public:
     explicit wxTextLineCtrl(wxWindow* parent);
     ~wxTextLineCtrl() override;
 
-    // Adds a line (tabs become four spaces; a newline inside stays in the one line) at the end,
-    // or with `sorted` before the first line that is not less than it (bytewise); returns
-    // its index.
+    /// Adds a line (tabs become four spaces; a newline inside stays in the one line) at the end,
+    /// or with `sorted` before the first line that is not less than it (bytewise); returns
+    /// its index.
     int Append(const String& line, bool sorted = false);
-    // The caller guarantees 0 <= index < GetCount().
+    /// The caller guarantees 0 <= index < GetCount().
     void Erase(int index);
-    // Drops every line; the scroll extent is corrected by the next Append or Erase.
+    /// Drops every line; the scroll extent is corrected by the next Append or Erase.
     void Clear();
-    // At most this many lines are kept (0: no limit); past it, Append drops the first lines,
-    // keeping the selection, the search hit and the view on the lines that remain, and the
-    // view says how many were dropped. The default keeps a day of a busy log in a few hundred
-    // megabytes; a client that must keep everything lifts it.
+    /// At most this many lines are kept (0: no limit); past it, Append drops the first lines,
+    /// keeping the selection, the search hit and the view on the lines that remain, and the
+    /// view says how many were dropped. The default keeps a day of a busy log in a few hundred
+    /// megabytes; a client that must keep everything lifts it.
     static constexpr size_t k_DefaultLineLimit = 2000000;
     void SetLineLimit(size_t lines);
     size_t GetLineLimit() const { return m_LineLimit; }
-    // Lines dropped by the limit since the last Clear.
+    /// Lines dropped by the limit since the last Clear.
     uint64_t GetDroppedLines() const { return m_Dropped; }
     void SelectAll();
     void SelectNone();
     void StopSelecting();
     void SetHighlightLine(int line);
-    // Lines of the selection, each ended by k_NL; with none selected the clipboard is emptied.
+    /// Lines of the selection, each ended by k_NL; with none selected the clipboard is emptied.
     void CopySelectionToClipboard();
-    // Asks for a file and saves every line there; a failure is always reported in a box.
+    /// Asks for a file and saves every line there; a failure is always reported in a box.
     void SaveAs();
-    // The same to a file the caller chose; false (after the box) on failure.
+    /// The same to a file the caller chose; false (after the box) on failure.
     bool SaveAs(const String& path);
-    // Writes every line, each ended by the platform end of line. Throws Exception* on failure.
+    /// Writes every line, each ended by the platform end of line. Throws Exception* on failure.
     void SaveToFile(const String& path) const;
     void ToggleSearch();
-    // Null once the panel was destroyed (a client that does not want the bar).
+    /// Null once the panel was destroyed (a client that does not want the bar).
     wxTextLineSearchPanel* GetSearchPanel() const;
-    // Finds the next line holding `text`, marks and shows the hit; on none, clears the hit,
-    // rings the bell and says so. Past the last (first) line it goes on from the other end
-    // only when wrapping is on: off unless the client turns it on or the search bar offers it.
+    /// Finds the next line holding `text`, marks and shows the hit; on none, clears the hit,
+    /// rings the bell and says so. Past the last (first) line it goes on from the other end
+    /// only when wrapping is on: off unless the client turns it on or the search bar offers it.
     void Search(String text, bool forward, bool caseSensitive);
     void SetWrapSearch(bool wrap) { m_WrapSearch = wrap; }
     bool GetWrapSearch() const { return m_WrapSearch; }
-    // The text colour of an unselected line, asked at paint time for each line drawn; an
-    // invalid colour (or no function) leaves the window's own.
+    /// The text colour of an unselected line, asked at paint time for each line drawn; an
+    /// invalid colour (or no function) leaves the window's own.
     using LineColour = std::function<wxColour(std::string_view line)>;
     void SetLineColour(LineColour colour);
     void HandleContextMenu(wxMenu& menu, bool addStandardItems);
 
     void DrawBitmap() override;
 
-    // Read access.
+    /// Read access.
     int GetCount() const { return m_Store.Count(); }
     String GetLine(int index) const;
-    // The current hit in characters; false when there is none.
+    /// The current hit in characters; false when there is none.
     bool GetSearchHit(int& line, int& column, int& length) const;
     void GetSelection(int& anchor, int& end) const {
         anchor = m_SelAnchor;
         end = m_SelEnd;
     }
     int GetHighlightLine() const { return m_HighlightLine; }
-    // Counts the changes other than lines appended at the end (a sorted insertion, an erase,
-    // a clear), so that a reader of the lines can tell whether what it counted still holds.
+    /// Counts the changes other than lines appended at the end (a sorted insertion, an erase,
+    /// a clear), so that a reader of the lines can tell whether what it counted still holds.
     uint64_t GetEditCount() const { return m_Edits; }
-    // The store itself (benchmarks time its scan without the not-found message).
+    /// The store itself (benchmarks time its scan without the not-found message).
     _TextLineStore& GetStore() { return m_Store; }
 
-    // Scroll state is brought up to date before it is read (see m_BarsStale).
+    /// Scroll state is brought up to date before it is read (see m_BarsStale).
     int GetScrollPos(int orient) const override;
     int GetScrollRange(int orient) const override;
     int GetScrollThumb(int orient) const override;
     bool ScrollLines(int lines) override;
     bool ScrollPages(int pages) override;
 
-    // Event handlers.
+    /// Event handlers.
     void OnKey(wxKeyEvent& event);
     void OnMouseMove(wxMouseEvent& event);
     void OnMouseLeave(wxMouseEvent& event);
@@ -205,8 +206,8 @@ private:
 
 // ---- wxTextLineSearchPanel ----
 
-// The search field: always hinted "Search for"; Esc or Ctrl+F closes the bar.
-// (Built on the plain text control with palette colours.)
+/// The search field: always hinted "Search for"; Esc or Ctrl+F closes the bar.
+/// (Built on the plain text control with palette colours.)
 class _SearchTextCtrl : public wxsTextCtrl {
 public:
     _SearchTextCtrl(wxTextLineSearchPanel* panel, wxWindow* parent);
@@ -221,17 +222,17 @@ private:
 
 class wxTextLineSearchPanel : public wxsPanel {
 public:
-    // Placed by the owner next to the control; starts hidden.
+    /// Placed by the owner next to the control; starts hidden.
     wxTextLineSearchPanel(wxTextLineCtrl* lines, wxWindow* parent);
     ~wxTextLineSearchPanel() override;
 
-    // Shows the bar (focus to the field) or hides it.
+    /// Shows the bar (focus to the field) or hides it.
     void Expand();
 
     _SearchTextCtrl* GetSearchField() const { return m_Text; }
     wxsCheckBox* GetCaseBox() const { return m_Case; }
-    // Adds a "Wrap around" box after "Match Case" (remembered like it) that turns the
-    // control's wrapping on and off. Without this call the bar has none.
+    /// Adds a "Wrap around" box after "Match Case" (remembered like it) that turns the
+    /// control's wrapping on and off. Without this call the bar has none.
     void OfferWrap();
     wxsCheckBox* GetWrapBox() const { return m_Wrap; }
 

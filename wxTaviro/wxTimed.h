@@ -1,6 +1,7 @@
-// One process-wide 50 ms GUI timer that paces every periodic activity of a client program:
-// objects derived from wxTimed are called every 250 ms while they exist, and any slot holder
-// may connect to the 100 ms and 250 ms signals.
+/// @file
+/// One process-wide 50 ms GUI timer that paces every periodic activity of a client program:
+/// objects derived from wxTimed are called every 250 ms while they exist, and any slot holder
+/// may connect to the 100 ms and 250 ms signals.
 #pragma once
 
 #include <ostrum/LibStatic.h>
@@ -14,20 +15,20 @@
 
 class wxTimed {
 public:
-    // Registers with the master timer, creating and starting it when needed.
+    /// Registers with the master timer, creating and starting it when needed.
     wxTimed();
     virtual ~wxTimed();
     wxTimed(const wxTimed&) = delete;
     wxTimed& operator=(const wxTimed&) = delete;
 
-    // Every 250 ms on the GUI thread.
+    /// Every 250 ms on the GUI thread.
     virtual void OnTimer() = 0;
 
-    // Leaves the master timer: once it returns, OnTimer is neither running nor called again.
-    // A client calls it first thing in its own destructor, since the base destructor runs
-    // only after the derived part is gone (a tick in between, from a destructor that pumps
-    // events or one running on another thread, would call a half-destroyed object).
-    // Idempotent; the base destructor calls it too.
+    /// Leaves the master timer: once it returns, OnTimer is neither running nor called again.
+    /// A client calls it first thing in its own destructor, since the base destructor runs
+    /// only after the derived part is gone (a tick in between, from a destructor that pumps
+    /// events or one running on another thread, would call a half-destroyed object).
+    /// Idempotent; the base destructor calls it too.
     void StopTimer();
 
     static Signal0<ThreadPolicy::LocalThreaded> s_Timer0100;
@@ -42,25 +43,25 @@ public:
     wxMasterTimer();
     ~wxMasterTimer() override;
 
-    // Either may be called from any thread; the timer itself runs on the GUI thread.
+    /// Either may be called from any thread; the timer itself runs on the GUI thread.
     void Insert(wxTimed* client);
     void Erase(wxTimed* client);
 
-    // One 50 ms tick: the 100 ms signal on even ticks; on every fifth tick the 250 ms signal,
-    // then the clients in address order.
+    /// One 50 ms tick: the 100 ms signal on even ticks; on every fifth tick the 250 ms signal,
+    /// then the clients in address order.
     void Notify() override;
     void OnLibCleanup() override;
 
     uint32_t GetTick() const { return m_tick; }
     bool IsTicking() const { return IsRunning(); }
     size_t GetClientCount();
-    // Runs the timer exactly when there are clients; GUI thread only (other threads reach it
-    // through Insert/Erase, which hand it over).
+    /// Runs the timer exactly when there are clients; GUI thread only (other threads reach it
+    /// through Insert/Erase, which hand it over).
     void SyncState();
 
 private:
     uint32_t m_tick = 0;
 };
 
-// The one master timer; null until the first wxTimed and again after library clean-up.
+/// The one master timer; null until the first wxTimed and again after library clean-up.
 extern wxMasterTimer* g_MasterTimer;
