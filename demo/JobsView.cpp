@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <cctype>
 #include <chrono>
+#include <climits>
 
 namespace {
 
@@ -70,6 +71,35 @@ long long FrameCount(const String& list) {
 double MillisecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
         .count();
+}
+
+// A signed number as an unsigned one of the same order.
+uint32_t Ordered(int value) {
+    return uint32_t(value) ^ 0x80000000u;
+}
+
+// Sorts pairs by their key, keeping the order of equal keys: a byte at a time from the lowest,
+// skipping the bytes in which no two keys differ (a million keys of a small range take a few
+// passes over memory, where comparing them would take twenty).
+void RadixSort(std::vector<std::pair<uint64_t, void*>>& items) {
+    uint64_t allOnes = ~0ull, anyOnes = 0;
+    for (const auto& i : items) {
+        allOnes &= i.first;
+        anyOnes |= i.first;
+    }
+    const uint64_t varying = allOnes ^ anyOnes;
+    std::vector<std::pair<uint64_t, void*>> buffer(items.size());
+    for (int shift = 0; shift < 64; shift += 8) {
+        if (!((varying >> shift) & 0xff)) continue;
+        size_t start[257] = {};
+        for (const auto& i : items)
+            ++start[((i.first >> shift) & 0xff) + 1];
+        for (int b = 0; b < 256; ++b)
+            start[b + 1] += start[b];
+        for (const auto& i : items)
+            buffer[start[(i.first >> shift) & 0xff]++] = i;
+        items.swap(buffer);
+    }
 }
 
 String Duration(int seconds) {
@@ -221,13 +251,14 @@ void JobsView::Update(std::time_t now) {
     const int anchorRow = GetLastSelect();
     _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
 
-    std::vector<_Entry*> fresh, moving, touched, gone;
+    std::vector<_Entry*> fresh, moving, touched, gone, renamed;
     for (const _Note& n : notes)
-        ApplyNote(n, fresh, moving, touched, gone);
+        ApplyNote(n, fresh, moving, touched, gone, renamed);
     if (anchor && anchor->gone) anchor = nullptr;
     const bool rearranged = !fresh.empty() || !moving.empty() || !gone.empty();
     const size_t placed = fresh.size() + moving.size(), dropped = gone.size();
     if (!gone.empty() || !moving.empty()) DropRows(gone);
+    if (m_NameOrderBuilt) KeepNameOrder(fresh, gone, renamed);
     // A job moved and then removed in one tick is not placed again.
     moving.insert(moving.end(), fresh.begin(), fresh.end());
     moving.erase(std::remove_if(moving.begin(), moving.end(), [](_Entry* e) { return e->gone; }),
@@ -254,7 +285,7 @@ void JobsView::Update(std::time_t now) {
 
 void JobsView::ApplyNote(const _Note& note, std::vector<_Entry*>& fresh,
                          std::vector<_Entry*>& moving, std::vector<_Entry*>& touched,
-                         std::vector<_Entry*>& gone) {
+                         std::vector<_Entry*>& gone, std::vector<_Entry*>& renamed) {
     auto it = m_Entries.find(note.job);
     if (note.kind == k_MsgJobRemoved) {
         if (it != m_Entries.end() && !it->second.gone) {
@@ -273,11 +304,17 @@ void JobsView::ApplyNote(const _Note& note, std::vector<_Entry*>& fresh,
         e.submitted = note.when;
         e.status = (int8_t)e.job->GetStatus();
         if (e.status == k_JobRunning) e.started = note.when;
+        ReadKeys(e, ~0u);
         fresh.push_back(&e);
         return;
     }
     _Entry& e = it->second;
     e.gone = false; // removed and announced again in one tick: it stays
+    ReadKeys(e, note.mask);
+    if ((note.mask & (1u << k_JobsName)) && m_NameOrderBuilt && !e.renamed) {
+        e.renamed = true;
+        renamed.push_back(&e);
+    }
     if (note.status >= 0 && note.status != e.status) {
         if (note.status == k_JobRunning) {
             e.started = note.when;
@@ -368,11 +405,53 @@ void JobsView::Place(std::vector<_Entry*>& entries) {
 }
 
 void JobsView::FullSort() {
-    if (m_SortType < 0) {
-        std::sort(m_Rows.begin(), m_Rows.end(),
-                  [](const _Entry* a, const _Entry* b) { return a->seq < b->seq; });
+    if (m_SortType == k_JobsName) {
+        if (!SortFromNameOrder()) SortByComparing();
         return;
     }
+    // The column's value (or rank) above, turned for a descending sort; the arrival number
+    // below: ties keep their arrival order both ways, as Before() orders them.
+    std::vector<uint32_t> ranks;
+    if (m_SortType == k_JobsType) ranks = m_TypeTexts.Ranks();
+    if (m_SortType == k_JobsEngine) ranks = m_EngineTexts.Ranks();
+    std::vector<std::pair<uint64_t, void*>> keyed;
+    keyed.reserve(m_Rows.size());
+    for (_Entry* e : m_Rows) {
+        uint32_t value = 0;
+        switch (m_SortType) {
+        case k_JobsType:
+            value = ranks[e->type];
+            break;
+        case k_JobsEngine:
+            value = ranks[e->engine];
+            break;
+        case k_JobsStatus:
+            value = Ordered(e->status);
+            break;
+        case k_JobsProgress:
+            value = Ordered(e->progress);
+            break;
+        case k_JobsFrames:
+            value = Ordered(e->frames);
+            break;
+        case k_JobsSubmitted:
+            value = Ordered(e->submitted);
+            break;
+        case k_JobsElapsed:
+            value = Ordered(Elapsed(*e));
+            break;
+        default:
+            break;
+        }
+        if (!m_Ascending) value = ~value;
+        keyed.emplace_back(uint64_t(value) << 32 | e->seq, e);
+    }
+    RadixSort(keyed);
+    for (size_t i = 0; i < keyed.size(); ++i)
+        m_Rows[i] = static_cast<_Entry*>(keyed[i].second);
+}
+
+void JobsView::SortByComparing() {
     // Keys are read once each: reading a job's parameter takes its lock.
     std::vector<std::pair<_Key, _Entry*>> keyed;
     keyed.reserve(m_Rows.size());
@@ -382,6 +461,168 @@ void JobsView::FullSort() {
               [this](const auto& a, const auto& b) { return Before(a.first, b.first); });
     for (size_t i = 0; i < keyed.size(); ++i)
         m_Rows[i] = keyed[i].second;
+}
+
+// ---- the name order ----
+// Names are the one key too costly to compare a million times at a click. The order of every
+// entry by name (then arrival) is built once, when a sort by name first needs it, and from
+// then on kept by each tick: the jobs gone or renamed found by binary search and taken out,
+// the new and renamed ones placed by binary search, one pass over the pointers.
+
+bool JobsView::SortFromNameOrder() {
+    if (!m_NameOrderBuilt) BuildNameOrder();
+    // The shown entries in name order, and whether each has the name of the one before it
+    // (through any left out between them).
+    std::vector<_Entry*> rows;
+    std::vector<char> ties;
+    rows.reserve(m_Rows.size());
+    ties.reserve(m_Rows.size());
+    bool chain = false;
+    for (_Entry* e : m_ByName) {
+        chain = chain && e->tiesPrev;
+        if (e->hidden || e->gone) continue;
+        ties.push_back(chain);
+        rows.push_back(e);
+        chain = true;
+    }
+    if (rows.size() != m_Rows.size()) { // never expected: every shown job has a row
+        GlobalLog(LL_Warning, SFormat("Jobs: the name order holds %zu shown jobs and the list %zu rows; "
+                           "sorting by comparing instead",
+                           rows.size(), m_Rows.size()));
+        for (_Entry* e : m_ByName)
+            e->named = false;
+        m_ByName.clear();
+        m_NameOrderBuilt = false;
+        return false;
+    }
+    if (!m_Ascending) { // runs of one name from the end, each still in arrival order
+        std::vector<_Entry*> down;
+        down.reserve(rows.size());
+        for (size_t end = rows.size(); end > 0;) {
+            size_t begin = end - 1;
+            while (begin > 0 && ties[begin])
+                --begin;
+            down.insert(down.end(), rows.begin() + (long)begin, rows.begin() + (long)end);
+            end = begin;
+        }
+        rows.swap(down);
+    }
+    m_Rows.swap(rows);
+    return true;
+}
+
+namespace {
+// Name order: by name, then by arrival.
+bool NameBefore(const String& name, uint32_t seq, const String& otherName, uint32_t otherSeq) {
+    const int c = NaturalCompare(name, otherName);
+    return c ? c < 0 : seq < otherSeq;
+}
+} // namespace
+
+void JobsView::BuildNameOrder() {
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<std::pair<String, _Entry*>> named;
+    named.reserve(m_Entries.size());
+    for (auto& kv : m_Entries)
+        if (!kv.second.gone) named.emplace_back(kv.second.job->Name(), &kv.second);
+    std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) {
+        return NameBefore(a.first, a.second->seq, b.first, b.second->seq);
+    });
+    m_ByName.resize(named.size());
+    for (size_t i = 0; i < named.size(); ++i) {
+        _Entry* e = m_ByName[i] = named[i].second;
+        e->named = true;
+        e->renamed = false;
+        e->tiesPrev = i && NaturalCompare(named[i - 1].first, named[i].first) == 0;
+    }
+    m_NameOrderBuilt = true;
+    if (m_LogTicks)
+        LogInfo(SFormat("Jobs name order: %zu jobs, %.1f ms", m_ByName.size(),
+                        MillisecondsSince(start)));
+}
+
+void JobsView::KeepNameOrder(const std::vector<_Entry*>& fresh, const std::vector<_Entry*>& gone,
+                             const std::vector<_Entry*>& renamed) {
+    auto tiesAt = [this](size_t i) {
+        return i > 0 && i < m_ByName.size() &&
+               NaturalCompare(m_ByName[i - 1]->job->Name(), m_ByName[i]->job->Name()) == 0;
+    };
+    // Out: gone and renamed entries, found by binary search on the name (a renamed one, whose
+    // name is new, by a scan of the pointers).
+    std::vector<size_t> out;
+    for (const auto* list : {&gone, &renamed})
+        for (_Entry* e : *list) {
+            // A job gone and announced again in one tick stays; a renamed one gone is in both.
+            if (!e->named || (list == &gone ? !e->gone : e->gone)) continue;
+            const String name = e->job->Name();
+            size_t lo = 0, hi = m_ByName.size();
+            while (lo < hi) {
+                const size_t mid = lo + (hi - lo) / 2;
+                const _Entry* m = m_ByName[mid];
+                if (NameBefore(m->job->Name(), m->seq, name, e->seq))
+                    lo = mid + 1;
+                else
+                    hi = mid;
+            }
+            if (lo >= m_ByName.size() || m_ByName[lo] != e)
+                lo = size_t(std::find(m_ByName.begin(), m_ByName.end(), e) - m_ByName.begin());
+            if (lo < m_ByName.size()) out.push_back(lo);
+            e->named = false;
+        }
+    if (!out.empty()) {
+        std::sort(out.begin(), out.end());
+        out.erase(std::unique(out.begin(), out.end()), out.end());
+        std::vector<size_t> recheck; // where an entry now follows another than before
+        size_t to = out[0];
+        for (size_t k = 0; k < out.size(); ++k) {
+            const size_t end = k + 1 < out.size() ? out[k + 1] : m_ByName.size();
+            recheck.push_back(to);
+            std::copy(m_ByName.begin() + long(out[k] + 1), m_ByName.begin() + long(end),
+                      m_ByName.begin() + long(to));
+            to += end - out[k] - 1;
+        }
+        m_ByName.resize(to);
+        for (size_t i : recheck)
+            if (i < m_ByName.size()) m_ByName[i]->tiesPrev = tiesAt(i);
+    }
+    // In: the new and the renamed, in name order, each placed after the one before it.
+    std::vector<std::pair<String, _Entry*>> in;
+    for (const auto* list : {&fresh, &renamed})
+        for (_Entry* e : *list) {
+            e->renamed = false;
+            if (e->gone || e->named) continue;
+            e->named = true;
+            in.emplace_back(e->job->Name(), e);
+        }
+    if (in.empty()) return;
+    std::sort(in.begin(), in.end(), [](const auto& a, const auto& b) {
+        return NameBefore(a.first, a.second->seq, b.first, b.second->seq);
+    });
+    std::vector<_Entry*> merged;
+    merged.reserve(m_ByName.size() + in.size());
+    std::vector<size_t> placed;
+    size_t from = 0;
+    for (const auto& n : in) {
+        size_t lo = from, hi = m_ByName.size();
+        while (lo < hi) {
+            const size_t mid = lo + (hi - lo) / 2;
+            const _Entry* m = m_ByName[mid];
+            if (NameBefore(m->job->Name(), m->seq, n.first, n.second->seq))
+                lo = mid + 1;
+            else
+                hi = mid;
+        }
+        merged.insert(merged.end(), m_ByName.begin() + (long)from, m_ByName.begin() + (long)lo);
+        placed.push_back(merged.size());
+        merged.push_back(n.second);
+        from = lo;
+    }
+    merged.insert(merged.end(), m_ByName.begin() + (long)from, m_ByName.end());
+    m_ByName.swap(merged);
+    for (size_t i : placed) {
+        m_ByName[i]->tiesPrev = tiesAt(i);
+        if (i + 1 < m_ByName.size()) m_ByName[i + 1]->tiesPrev = tiesAt(i + 1);
+    }
 }
 
 void JobsView::Renumber() {
@@ -417,6 +658,36 @@ void JobsView::ShowSortInLabels() {
 
 // ---- sort keys ----
 
+void JobsView::ReadKeys(_Entry& e, unsigned mask) {
+    const Job& job = *e.job;
+    if (mask & (1u << k_JobsProgress)) e.progress = job.GetParameter(p_Progress).ToInt();
+    if (mask & (1u << k_JobsFrames))
+        e.frames = (int)std::min<long long>(FrameCount(job.GetParameter(p_Frames)), INT_MAX);
+    if (mask & (1u << k_JobsType)) e.type = m_TypeTexts.Id(TypeName(e.job));
+    if (mask & (1u << k_JobsEngine)) e.engine = m_EngineTexts.Id(job.GetParameter(p_Engine));
+}
+
+uint32_t JobsView::_Texts::Id(const String& text) {
+    auto it = ids.find(text);
+    if (it != ids.end()) return it->second;
+    values.push_back(text);
+    return ids[text] = uint32_t(values.size() - 1);
+}
+
+std::vector<uint32_t> JobsView::_Texts::Ranks() const {
+    std::vector<uint32_t> order(values.size()), ranks(values.size());
+    for (uint32_t i = 0; i < order.size(); ++i)
+        order[i] = i;
+    std::sort(order.begin(), order.end(), [this](uint32_t a, uint32_t b) {
+        return NaturalCompare(values[a], values[b]) < 0;
+    });
+    for (size_t i = 0, rank = 0; i < order.size(); ++i) {
+        if (i && NaturalCompare(values[order[i - 1]], values[order[i]]) != 0) ++rank;
+        ranks[order[i]] = uint32_t(rank);
+    }
+    return ranks;
+}
+
 JobsView::_Key JobsView::KeyOf(const _Entry& e) const {
     _Key k;
     k.seq = e.seq;
@@ -426,19 +697,19 @@ JobsView::_Key JobsView::KeyOf(const _Entry& e) const {
         k.text = job.Name();
         break;
     case k_JobsType:
-        k.text = const_cast<JobsView*>(this)->TypeName(e.job);
+        k.text = m_TypeTexts.values[e.type];
         break;
     case k_JobsStatus:
-        k.number = job.GetStatus();
+        k.number = e.status;
         break;
     case k_JobsProgress:
-        k.number = job.GetParameter(p_Progress).ToInt();
+        k.number = e.progress;
         break;
     case k_JobsFrames:
-        k.number = FrameCount(job.GetParameter(p_Frames));
+        k.number = e.frames;
         break;
     case k_JobsEngine:
-        k.text = job.GetParameter(p_Engine);
+        k.text = m_EngineTexts.values[e.engine];
         break;
     case k_JobsSubmitted:
         k.number = e.submitted;
@@ -504,7 +775,7 @@ String JobsView::GetDisplayText(int row, int column) {
     case k_JobsName:
         return job.Name();
     case k_JobsType:
-        return TypeName(e.job);
+        return m_TypeTexts.values[e.type];
     case k_JobsStatus:
         return wxToString(wxGetTranslation(JobStatusName(job.GetStatus())));
     case k_JobsProgress:

@@ -5,6 +5,11 @@
 // row). Farm messages only note what changed; a 250 ms tick applies the notes, moves the
 // jobs whose sort key changed (a binary search each, one pass over the rows) and schedules
 // redraws, so a busy farm of a million jobs costs a pass per tick, not a sort per message.
+//
+// A click on a header must not sort a million jobs by comparing them: every entry keeps its
+// sort keys (read when a message changes them, not under the job's lock at sort time), a
+// sort by a number is a radix sort of packed keys, and the order by name is kept up to date
+// as jobs come, go and are renamed, so that sorting by name is one pass over it.
 #pragma once
 
 #include <wxTaviro/wxDBListCtrl.h>
@@ -90,7 +95,23 @@ private:
         bool gone = false;
         bool hidden = false;    // known, but left out by the name filter
         bool nameCased = false; // lowerName holds the name (filled only while filtering)
+        bool named = false;     // in the name order
+        bool renamed = false;   // to be placed again in the name order
+        bool tiesPrev = false;  // its name compares equal to the one before it in name order
+        // Sort keys, kept as the messages change them.
+        int progress = 0;
+        int frames = 0;
+        uint32_t type = 0;   // in m_TypeTexts
+        uint32_t engine = 0; // in m_EngineTexts
         String lowerName;
+    };
+    // Texts that many jobs share (types, engines), stored once and ranked for a sort.
+    struct _Texts {
+        std::vector<String> values;
+        std::unordered_map<String, uint32_t> ids;
+        uint32_t Id(const String& text);
+        // Each value's place in natural order; values that compare equal share a place.
+        std::vector<uint32_t> Ranks() const;
     };
     // What one message said about one job.
     struct _Note {
@@ -108,12 +129,22 @@ private:
 
     void Note(const Message& m, int when);
     void ApplyNote(const _Note& note, std::vector<_Entry*>& fresh, std::vector<_Entry*>& moving,
-                   std::vector<_Entry*>& touched, std::vector<_Entry*>& gone);
+                   std::vector<_Entry*>& touched, std::vector<_Entry*>& gone,
+                   std::vector<_Entry*>& renamed);
+    // Reads the sort keys of the columns in `mask` from the job.
+    void ReadKeys(_Entry& e, unsigned mask);
     // Takes the gone rows out of the list and every gone or moving entry out of the rows.
     void DropRows(std::vector<_Entry*>& gone);
     // Places fresh and moving entries: binary insertion when few, a full sort otherwise.
     void Place(std::vector<_Entry*>& entries);
     void FullSort();
+    void SortByComparing();
+    // The sort by name from the kept name order; false when it cannot be used.
+    bool SortFromNameOrder();
+    // The name order: built on first use, then kept (jobs gone or renamed out, new in).
+    void BuildNameOrder();
+    void KeepNameOrder(const std::vector<_Entry*>& fresh, const std::vector<_Entry*>& gone,
+                       const std::vector<_Entry*>& renamed);
     void Renumber();
     _Key KeyOf(const _Entry& e) const;
     bool Before(const _Key& a, const _Key& b) const;
@@ -146,6 +177,9 @@ private:
     bool m_LogTicks = false;
     String m_Filter; // lower case
     std::unordered_map<String, String> m_TypeNames;
+    _Texts m_TypeTexts, m_EngineTexts;
+    std::vector<_Entry*> m_ByName; // every entry (left out or not) by name, then arrival
+    bool m_NameOrderBuilt = false;
 
     std::mutex m_NotesMutex;
     std::vector<_Note> m_Notes;

@@ -77,6 +77,7 @@ FiltersPanel::FiltersPanel(wxWindow* parent, std::function<void(const wxString&)
     CreateInfrastructure(_("Show or hide the filters"), true);
     const int gap = FromDIP(4);
     m_Find = new wxsTextCtrl(this, wxID_ANY);
+    m_Find->SetName("jobfilter");
     m_Find->SetHint(_("Filter the jobs by name"));
     m_Find->SetToolTip(_("Shows only the jobs whose name holds this text, as you type"));
     m_Find->Bind(wxEVT_TEXT, [this, filter](wxCommandEvent& e) {
@@ -114,6 +115,8 @@ TotalsPanel::TotalsPanel(wxWindow* parent) : wxExpandablePanel(parent, wxVERTICA
 }
 
 void TotalsPanel::SetCounts(const std::map<int, size_t>& counts) {
+    if (counts == m_Last) return; // a quiet farm: nothing to redraw
+    m_Last = counts;
     m_All = 0;
     for (int s = k_JobWaiting; s <= k_JobArchived; ++s) {
         auto it = counts.find(s);

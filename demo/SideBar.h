@@ -47,6 +47,7 @@ public:
 private:
     wxsListCtrl* m_Counts;
     size_t m_All = 0;
+    std::map<int, size_t> m_Last;
 };
 
 // Whether `layout` is a saved pane layout (wxAuiManager's perspective text) of exactly these

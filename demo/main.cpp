@@ -43,6 +43,7 @@
 #include <wx/dcscreen.h>
 #include <wx/imagpng.h>
 #include <wx/filename.h>
+#include <wx/aui/auibook.h>
 #include <wx/aui/framemanager.h>
 #include <wx/stdpaths.h>
 
@@ -304,6 +305,32 @@ public:
                     OpenOutput(job, "log.txt");
                     return;
                 }
+    }
+
+    // Where the parts a user works with are on the screen, a line each on standard output:
+    // for the latency benchmark, which drives the program through the X server.
+    void ReportLayout() {
+        auto line = [](const char* what, const wxRect& r) {
+            printf("LAYOUT %s %d %d %d %d\n", what, r.x, r.y, r.width, r.height);
+        };
+        line("header", m_Jobs->GetHeader()->GetScreenRect());
+        line("body", m_Jobs->GetBody()->GetScreenRect());
+        int x = m_Jobs->GetBody()->GetScreenPosition().x;
+        for (int i = 0; i < m_Jobs->GetColumnCount(); ++i) {
+            const int w = m_Jobs->GetColumnWidth(i);
+            printf("LAYOUT column %d %d %d\n", m_Jobs->GetColumn(i).type, x, w);
+            x += w;
+        }
+        for (wxWindow* child : m_Book->GetChildren())
+            if (auto* tabs = dynamic_cast<wxAuiTabCtrl*>(child))
+                for (size_t i = 0; i < tabs->GetPageCount(); ++i) {
+                    const wxAuiNotebookPage& page = tabs->GetPage(i);
+                    const wxRect r(tabs->ClientToScreen(page.rect.GetPosition()), page.rect.GetSize());
+                    line(("tab-" + page.window->GetName()).mb_str().data(), r);
+                }
+        if (wxWindow* filter = wxWindow::FindWindowByName("jobfilter", this))
+            line("filter", filter->GetScreenRect());
+        fflush(stdout);
     }
 
     // Called once the farm client has started (its handlers exist from then on).
@@ -651,10 +678,11 @@ private:
             m_Jobs->GetNameFilter().empty()
                 ? wxString::Format(_("%zu jobs"), all)
                 : wxString::Format(_("%zu jobs, %d shown"), all, m_Jobs->GetItemCount());
-        SetStatusText(jobs + ", " +
-                          wxString::Format(_("%llu messages handled, %zu open windows"), m_Messages,
-                                           OpenWindows::_this->GetEntries().size()),
-                      0);
+        const wxString status =
+            jobs + ", " +
+            wxString::Format(_("%llu messages handled, %zu open windows"), m_Messages,
+                             OpenWindows::_this->GetEntries().size());
+        if (status != GetStatusBar()->GetStatusText(0)) SetStatusText(status, 0);
         ++m_Refreshes;
         if (m_LogRefreshes)
             LogInfo(SFormat("Refresh %llu: %zu jobs, %llu messages handled, %zu queued",
@@ -742,6 +770,10 @@ public:
             for (int id : {ID_OPEN_JOBS, ID_OPEN_LOG})
                 m_Frame->GetEventHandler()->QueueEvent(new wxCommandEvent(wxEVT_MENU, id));
         }
+        if (m_ReportLayout) {
+            m_LayoutTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { m_Frame->ReportLayout(); });
+            m_LayoutTimer.StartOnce(1500);
+        }
         if (!m_Screenshot.empty()) {
             m_ShotTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { TakeShot(m_Screenshot); });
             m_ShotTimer.StartOnce(2500);
@@ -778,6 +810,8 @@ private:
                 m_OpenWindows = true;
             } else if (a == "--log-refreshes") {
                 m_LogRefreshes = true;
+            } else if (a == "--report-layout") {
+                m_ReportLayout = true;
             } else {
                 hasModules = hasModules || a.StartsWith("--modules");
                 args.push_back(String(a.utf8_str().data()));
@@ -844,6 +878,8 @@ private:
     int m_ExitAfter = 0;
     bool m_OpenWindows = false;
     bool m_LogRefreshes = false;
+    bool m_ReportLayout = false;
+    wxTimer m_LayoutTimer;
     wxString m_OpenDialog;
     int m_Scheme = 0;
     wxString m_Page;
@@ -866,6 +902,7 @@ int main(int argc, char** argv) {
         "  --open-dialog settings  open the Settings dialog\n"
         "  --open-dialog rename    ask for a new name of the current view\n"
         "  --open-dialog find|newjob|hide  open Find job, New job or Hide products\n"
-        "  --log-refreshes      log a line per refresh of the main window\n");
+        "  --log-refreshes      log a line per refresh of the main window\n"
+        "  --report-layout      print where the views are on the screen (for benchmarks)\n");
     return code >= 0 ? code : wxEntry(argc, argv);
 }

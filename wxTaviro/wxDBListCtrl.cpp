@@ -757,7 +757,16 @@ void wxDBListBody::ClickSelect(int row, const wxPoint& point, bool shift, bool c
 
 // ---- wxDBListBody: mouse ----
 
+namespace {
+// What a handler of the user's input asked to redraw shows in the next frame.
+struct _ForInput {
+    wxDoubleBufferedWindow* window;
+    ~_ForInput() { window->RedrawForInput(); }
+};
+} // namespace
+
 void wxDBListBody::OnLDown(wxMouseEvent& event) {
+    const _ForInput input{this};
     if (!HasCapture()) CaptureMouse();
     SetFocus();
     ClickSelect(RowAt(event.GetY()), event.GetPosition(), event.ShiftDown(), event.ControlDown());
@@ -768,6 +777,7 @@ void wxDBListBody::OnLUp(wxMouseEvent&) {
 }
 
 void wxDBListBody::OnRDown(wxMouseEvent& event) {
+    const _ForInput input{this};
     const int row = RowAt(event.GetY());
     const bool inside = row >= 0 && row < m_lineCount;
     if (!inside || !m_list->IsRowSelected(row))
@@ -783,6 +793,7 @@ void wxDBListBody::OnMotion(wxMouseEvent& event) {
     const wxPoint point = event.GetPosition();
     const int row = RowAt(point.y);
     if (HasCapture()) {
+        const _ForInput input{this};
         // A drag selects from the anchor to the row under the pointer.
         if (m_singleSelection) {
             // One row at a time: the selection follows the pointer.
@@ -870,6 +881,7 @@ int wxDBListBody::IsCellShortened(int row, int column) {
 // ---- wxDBListBody: keys ----
 
 void wxDBListBody::OnKey(wxKeyEvent& event) {
+    const _ForInput input{this};
     const int key = event.GetKeyCode();
     const int step = key == WXK_DOWN ? 1 : key == WXK_UP ? -1 : 0;
     if (step == 0) {

@@ -69,6 +69,16 @@ void wxDoubleBufferedWindow::Timeout(wxTimerEvent&) {
     m_dirtyRect = wxRect();
 }
 
+void wxDoubleBufferedWindow::RedrawForInput() {
+    // What the user just did shows in the next frame: the 75 ms merge is for bursts of data,
+    // and a scroll or a click that waited for it would feel sluggish. Invalidating is all it
+    // takes; the toolkit paints at most once a frame however often this runs.
+    if (!m_timer.IsRunning()) return;
+    m_timer.Stop();
+    wxTimerEvent now(m_timer);
+    Timeout(now);
+}
+
 void wxDoubleBufferedWindow::RedrawNow() {
     m_needsRedraw = true;
     Refresh(false);
@@ -243,6 +253,8 @@ void wxDoubleBufferedWindow::Scroll(wxScrollWinEvent& event) {
     else // the event's position is in native units when the bar is scaled
         target = int64_t(event.GetPosition()) * bar.scale;
     ApplyScroll(orient, target);
+    RedrawForInput();
+    if (m_partner) m_partner->RedrawForInput();
 }
 
 void wxDoubleBufferedWindow::ApplyScroll(int orient, int64_t target) {
@@ -280,4 +292,5 @@ void wxDoubleBufferedWindow::OnMouseWheel(wxMouseEvent& event) {
     const int64_t target =
         std::max<int64_t>(0, std::min(m_vBar.range, m_vBar.pos + int64_t(lines) * m_lineHeight));
     ApplyScroll(wxVERTICAL, target);
+    RedrawForInput();
 }

@@ -27,6 +27,9 @@ public:
     /// later ones only grow the rectangle (they never restart or prolong it).
     void Redraw(const wxRect& area);
     void Redraw();
+    /// The redraw asked for so far goes to the screen in the next frame instead of after the
+    /// merge delay: for what the user does (scrolls, clicks, keys).
+    void RedrawForInput();
     /// The deferred redraw carried out at once (benchmarks and tests): marks the bitmap stale
     /// and paints synchronously.
     void RedrawNow();

@@ -78,7 +78,7 @@ wxMenu* OpenWindows::GetMenu() {
 void OpenWindows::OnClose(wxCloseEvent& e) {
     CALL_ENTRY("OpenWindows::OnClose");
     e.Skip();
-    auto* window = wxDynamicCast(e.GetEventObject(), wxTopLevelWindow);
+    auto* window = dynamic_cast<wxTopLevelWindow*>(e.GetEventObject());
     for (size_t i = 0; i < m_Entries.size(); ++i) {
         if (m_Entries[i].window != window) continue;
         const Datum datum = m_Entries[i];

@@ -45,14 +45,14 @@ bool InModalLoop() {
     const wxEventLoopBase* main = wxTheApp ? wxTheApp->GetMainLoop() : nullptr;
     if (active && main && active != main) return true;
     for (wxWindow* w : wxTopLevelWindows)
-        if (auto* d = wxDynamicCast(w, wxDialog); d && d->IsModal()) return true;
+        if (auto* d = dynamic_cast<wxDialog*>(w); d && d->IsModal()) return true;
     return false;
 }
 
 // Ends every modal dialog's loop as a Cancel would (ours answer 0 to that).
 void EndModalLoops() {
     for (wxWindow* w : wxTopLevelWindows)
-        if (auto* d = wxDynamicCast(w, wxDialog); d && d->IsModal())
+        if (auto* d = dynamic_cast<wxDialog*>(w); d && d->IsModal())
             d->EndModal(dynamic_cast<wxTaviroDlg*>(d) ? 0 : wxID_CANCEL);
 }
 
@@ -581,7 +581,7 @@ void wxTaviroApp::KeyboardHook(wxKeyEvent& e) {
 void wxTaviroApp::ActivateEvent(wxActivateEvent& e) {
     CALL_ENTRY("wxTaviroApp::ActivateEvent");
     e.Skip();
-    wxWindow* w = wxDynamicCast(e.GetEventObject(), wxWindow);
+    wxWindow* w = dynamic_cast<wxWindow*>(e.GetEventObject());
     if (e.GetActive())
         g_ActiveWindow = w;
     else if (w && w == g_ActiveWindow.get())

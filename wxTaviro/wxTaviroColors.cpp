@@ -808,12 +808,12 @@ void wxsRenderer::DrawRadioBitmap(wxWindow*, wxDC& dc, const wxRect& rect, int f
     // the GTK 3 port); otherwise draw through one made from the window or memory dc.
 #if wxUSE_GRAPHICS_CONTEXT
     if (!dc.GetGraphicsContext()) {
-        if (wxWindowDC* windowDC = wxDynamicCast(&dc, wxWindowDC)) {
+        if (wxWindowDC* windowDC = dynamic_cast<wxWindowDC*>(&dc)) {
             wxGCDC gcdc(*windowDC);
             _DrawRadio(gcdc, rect, flags);
             return;
         }
-        if (wxMemoryDC* memoryDC = wxDynamicCast(&dc, wxMemoryDC)) {
+        if (wxMemoryDC* memoryDC = dynamic_cast<wxMemoryDC*>(&dc)) {
             wxGCDC gcdc(*memoryDC);
             _DrawRadio(gcdc, rect, flags);
             return;
@@ -840,7 +840,7 @@ wxFont wxsButton::s_DefaultFont;
 
 namespace {
 wxTopLevelWindow* _TopLevelOf(wxWindow* window) {
-    return wxDynamicCast(wxGetTopLevelParent(window), wxTopLevelWindow);
+    return dynamic_cast<wxTopLevelWindow*>(wxGetTopLevelParent(window));
 }
 } // namespace
 

@@ -383,7 +383,7 @@ namespace {
 // or a control that asks for every key.
 bool _WantsReturn(wxWindow* focus, wxWindow* dialog) {
     for (wxWindow* w = focus; w && w != dialog && !w->IsTopLevel(); w = w->GetParent()) {
-        if (auto* text = wxDynamicCast(w, wxTextCtrl))
+        if (auto* text = dynamic_cast<wxTextCtrl*>(w))
             if (text->IsMultiLine() || text->HasFlag(wxTE_PROCESS_ENTER)) return true;
         if (w->HasFlag(wxWANTS_CHARS)) return true;
     }

@@ -48,7 +48,7 @@ bool wxTaviroFrame::IsMenuOpen() {
 bool ParentIsActive(wxWindow* w) {
     CALL_ENTRY("ParentIsActive");
     wxWindow* top = w ? wxGetTopLevelParent(w) : nullptr;
-    auto* tlw = wxDynamicCast(top, wxTopLevelWindow);
+    auto* tlw = dynamic_cast<wxTopLevelWindow*>(top);
     if (tlw && !tlw->IsActive()) return false;
     return !s_MenuOpen;
 }

@@ -4,6 +4,7 @@
 #include <wx/app.h>
 #include <wx/thread.h>
 
+#include <algorithm>
 #include <vector>
 
 wxMasterTimer* g_MasterTimer = nullptr;
@@ -31,6 +32,13 @@ void wxTimed::StopTimer() {
 
 namespace {
 constexpr int k_TickMs = 50;
+constexpr int k_ClientMs = 250;
+
+// Without a slot on the 100 ms signal the 50 ms ticks in between have nothing to do: the timer
+// then wakes every 250 ms and takes five ticks at once, so a quiet program sleeps.
+int WantedInterval() {
+    return wxTimed::s_Timer0100.ConnectionCount() > 0 ? k_TickMs : k_ClientMs;
+}
 
 // wx timers may only be started and stopped on the GUI thread: other threads hand the change
 // over, and the handed-over call re-reads the set, so that it applies the latest state.
@@ -47,7 +55,7 @@ void wxMasterTimer::Insert(wxTimed* client) {
     Guard lock(*this);
     insert(client);
     if (wxThread::IsMain()) {
-        if (!IsRunning()) Start(k_TickMs, wxTIMER_CONTINUOUS);
+        if (!IsRunning()) Start(WantedInterval(), wxTIMER_CONTINUOUS);
     } else if (wxTheApp) {
         wxTheApp->CallAfter([this] { SyncTimerState(this); });
     }
@@ -73,7 +81,7 @@ void wxMasterTimer::SyncState() {
     if (empty())
         Stop();
     else if (!IsRunning())
-        Start(k_TickMs, wxTIMER_CONTINUOUS);
+        Start(WantedInterval(), wxTIMER_CONTINUOUS);
 }
 
 namespace {
@@ -84,6 +92,14 @@ void SyncTimerState(wxMasterTimer* timer) {
 } // namespace
 
 void wxMasterTimer::Notify() {
+    // As many 50 ms ticks as the timer's interval holds.
+    const int ticks = IsRunning() ? std::max(1, GetInterval() / k_TickMs) : 1;
+    for (int i = 0; i < ticks; ++i)
+        Tick();
+    if (IsRunning() && GetInterval() != WantedInterval()) Start(WantedInterval(), wxTIMER_CONTINUOUS);
+}
+
+void wxMasterTimer::Tick() {
     const uint32_t t = m_tick;
     if (t % 2 == 0) wxTimed::s_Timer0100.Emit();
     if (t % 5 != 0) {

@@ -50,6 +50,8 @@ public:
     /// One 50 ms tick: the 100 ms signal on even ticks; on every fifth tick the 250 ms signal,
     /// then the clients in address order.
     void Notify() override;
+    // One 50 ms tick (Notify takes five at once while nobody listens to the 100 ms signal).
+    void Tick();
     void OnLibCleanup() override;
 
     uint32_t GetTick() const { return m_tick; }

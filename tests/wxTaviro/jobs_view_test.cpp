@@ -148,6 +148,80 @@ TEST(JobsView, TheSortIsRememberedAndTheNameFilterFollowsTheTyping) {
               (Names{"Render 11", "Render 10", "Render 1", "Comp 3", "Comp 2"}));
 }
 
+// Sorting a click's worth of jobs takes no comparisons: numbers by their packed keys, names from
+// an order kept through the ticks. Both must give what comparing gives: by the column's value
+// (names that compare equal, "job 007" and "job 7", count as ties), ties in arrival order both
+// ways, also after jobs are renamed, go, come back and are left out by the filter.
+TEST(JobsView, QuickSortsGiveTheComparedOrder) {
+    Application app(LL_Debug, LL_Fatal);
+    _Farm farm;
+    std::vector<JobPtr> arrival;
+    auto* view = new JobsView(TopWindow(), farm.Finder());
+    auto announce = [&](const JobPtr& job, MessageType kind) {
+        Message m(kind, job->GetID());
+        if (kind != k_MsgJobRemoved) m.m_Params = job->GetParameters();
+        view->OnFarmMessage(m);
+    };
+    const char* const names[] = {"job 7", "job 007", "Job 10", "job 9", "Job 10", "a"};
+    const char* const engines[] = {"e9", "e09", "E2", "e10"};
+    for (int n = 0; n < 300; ++n) {
+        JobPtr job = farm.Add(String(names[n * 7 % 6]) + (n % 5 ? "" : String::FromInt(n)));
+        job->SetParameters({{p_Progress, String::FromInt(n * 37 % 101 / 10 * 10)},
+                            {p_Engine, engines[n * 3 % 4]}});
+        job->SetStatus(k_JobWaiting + n % 4);
+        arrival.push_back(job);
+        announce(job, k_MsgJobCreated);
+    }
+    view->Update(std::time(nullptr));
+    auto value = [](int type, const JobPtr& j) -> std::pair<long long, String> {
+        if (type == k_JobsName) return {0, j->Name()};
+        if (type == k_JobsEngine) return {0, j->GetParameter(p_Engine)};
+        if (type == k_JobsStatus) return {j->GetStatus(), ""};
+        return {j->GetParameter(p_Progress).ToInt(), ""};
+    };
+    auto check = [&](const char* when) {
+        for (int type : {k_JobsName, k_JobsEngine, k_JobsStatus, k_JobsProgress})
+            for (bool up : {true, false}) {
+                view->SortBy(type, up);
+                std::vector<JobPtr> expected;
+                for (const JobPtr& j : arrival)
+                    if (farm.jobs.count(j->GetID()) &&
+                        j->Name().Lower().find(view->GetNameFilter()) != String::npos)
+                        expected.push_back(j);
+                std::stable_sort(expected.begin(), expected.end(), [&](auto& a, auto& b) {
+                    auto va = value(type, a), vb = value(type, b);
+                    const int c = va.first != vb.first ? (va.first < vb.first ? -1 : 1)
+                                                       : NaturalCompare(va.second, vb.second);
+                    return up ? c < 0 : c > 0;
+                });
+                ASSERT_EQ(view->GetItemCount(), (int)expected.size()) << when;
+                for (int r = 0; r < view->GetItemCount(); ++r)
+                    ASSERT_EQ(view->GetJob(r), expected[r])
+                        << when << ": column " << type << (up ? " up" : " down") << ", row " << r;
+            }
+    };
+    check("at first");
+    // One tick with the name order kept: renames (onto a name others have), removals, one
+    // removed and announced again, newcomers; then a filter leaves some out.
+    for (int n = 0; n < 300; n += 11) {
+        arrival[n]->SetParameter(p_Name, names[n % 6]);
+        announce(arrival[n], k_MsgJobChanged);
+    }
+    for (int n = 5; n < 300; n += 13) {
+        if (n != 18) farm.jobs.erase(arrival[n]->GetID());
+        announce(arrival[n], k_MsgJobRemoved);
+    }
+    announce(arrival[18], k_MsgJobCreated);
+    for (int n = 0; n < 20; ++n) {
+        arrival.push_back(farm.Add(names[n % 6]));
+        announce(arrival.back(), k_MsgJobCreated);
+    }
+    view->Update(std::time(nullptr));
+    check("after a tick");
+    view->SetNameFilter("JOB 1");
+    check("filtered");
+}
+
 // A modeless dialog of a name is open once: asked again, the open one is shown. The separate
 // Jobs window holds the farm's jobs when it opens and follows the farm's messages from then on.
 TEST(DemoWindows, OneDialogOfANameAndALiveJobsWindow) {
