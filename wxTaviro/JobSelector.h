@@ -20,6 +20,11 @@
 #include <string>
 #include <vector>
 
+/// @addtogroup farm
+/// @{
+
+/// A themed drop-down of the farm's jobs by name, "None" first (see the file comment). GUI
+/// thread only; the list is a snapshot taken by Fill.
 class JobSelector : public wxsChoice {
 public:
     /// The identifier of one entry's job (UID::Null for "None").
@@ -31,6 +36,7 @@ public:
     /// Jobs the list holds at first, and adds each time the open list nears its end.
     static constexpr size_t k_Window = 500;
 
+    /// An empty selector; Fill puts the jobs in.
     JobSelector(wxWindow* parent, wxWindowID id, const wxPoint& pos = wxDefaultPosition,
                 const wxSize& size = wxDefaultSize);
 
@@ -82,3 +88,5 @@ private:
     wxLongLong m_TypedAt = 0;
     bool m_PopupBound = false;
 };
+
+/// @}

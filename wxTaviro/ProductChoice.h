@@ -10,6 +10,10 @@
 
 #include <wx/clntdata.h>
 
+/// @addtogroup farm
+/// @{
+
+/// A themed drop-down of the installed job types (see the file comment), filled when made.
 class ProductChoice : public wxsChoice {
 public:
     /// The job type of one entry.
@@ -18,6 +22,7 @@ public:
         explicit _ListUID(const UID& id) : UID(id) {}
     };
 
+    /// Lists the job factory's types, minus the hidden ones, and selects the first.
     ProductChoice(wxWindow* parent, int id);
 
     /// The type of entry `index`; UID::Null for an entry without one ("None Installed") or an
@@ -33,3 +38,5 @@ public:
 private:
     static bool s_NoModulesShown;
 };
+
+/// @}

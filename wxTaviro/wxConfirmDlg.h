@@ -6,6 +6,13 @@
 
 #include <wxTaviro/wxTaviroDlg.h>
 
+/// @addtogroup windows
+/// @{
+
+/// A question with OK and Cancel (or OK alone) and a "This is always OK" box: once ticked and
+/// confirmed, the question under that key is not asked again until ResetAll.
+///
+///     if (wxConfirmDlg(this, _("Delete the job?"), "DeleteJob").Confirm()) DeleteJob();
 class wxConfirmDlg : public wxTaviroDlg {
 public:
     /// Modal and unnamed; titled with the application's display name, sized to its content and
@@ -20,11 +27,14 @@ public:
 
     /// Forgets every remembered answer.
     static void ResetAll();
-    /// Relabel the OK and Cancel buttons.
+    /// Relabels the OK button.
     void SetOK(const String& label);
+    /// Relabels the Cancel button.
     void SetCancel(const String& label);
 
+    /// Whether the answer under the key was remembered (nothing was built then).
     bool IsRemembered() const { return m_Remembered; }
+    /// The "This is always OK" box; null when remembered.
     wxsCheckBox* GetCheckBox() const { return m_CheckBox; }
 
 private:
@@ -40,3 +50,5 @@ private:
 /// not the caption: the caption is the application's name). True when the user saw it and
 /// pressed OK, or when it is silenced.
 bool wxTaviroMessageBox(const wxString& message, const String& title, wxWindow* parent = nullptr);
+
+/// @}
