@@ -18,6 +18,9 @@
 #include <wx/textctrl.h>
 #include <wx/weakref.h>
 
+/// @addtogroup themed
+/// @{
+
 // ---- wxsTextCtrl ----
 
 /// A single-line text field in palette colours with a small clear button at its right end,
@@ -28,30 +31,46 @@
 /// ClearButtonId, follows the field when it moves and dies with it.
 class wxsTextCtrl : public wxTextCtrl, public wxsColorManaged {
 public:
+    /// The clear button's window id.
     static constexpr int ClearButtonId = 6607;
 
+    /// A field as wxTextCtrl takes it (single-line), with its clear button.
     wxsTextCtrl(wxWindow* parent, int id, const wxString& value = wxEmptyString,
                 const wxPoint& pos = wxDefaultPosition, const wxSize& size = wxDefaultSize,
                 long style = 0, const wxValidator& validator = wxDefaultValidator,
                 const wxString& name = wxASCII_STR(wxTextCtrlNameStr));
+    /// Destroys the clear button too (it is a sibling).
     ~wxsTextCtrl() override;
 
     /// The style the field is really created with (see the class comment).
     static long AdjustStyle(long style);
 
+    /// Enables or disables the field: recolours it and hides the clear button when disabled.
     bool Enable(bool enable = true) override;
+    /// The clear button; null once its parent destroyed it.
     wxsButton* GetClearButton() const { return m_ClearButton.get(); }
+    /// Whether the clear button is shown now.
     bool IsClearButtonShown() const;
 
     using wxTextCtrl::SetFocus;
 
-    /// Event handlers (each skips its event first).
+    /// @name Event handlers
+    /// Each skips its event first.
+    /// @{
+    /// Typing hides the clear button.
     void Key(wxKeyEvent& event);
+    /// Losing the focus (other than to the clear button) hides it.
     void KillFocus(wxFocusEvent& event);
+    /// The pointer over a field with text shows it; elsewhere hides it.
     void Mouse(wxMouseEvent& event);
+    /// Gaining the focus with text shows it.
     void SetFocus(wxFocusEvent& event);
+    /// The clear button empties the field (sending the text event, as typing would) and
+    /// gives the focus back.
     void OnClearButton(wxCommandEvent& event);
+    /// Takes the palette's colours: "Text" on "WindowBGDarker", read-only or disabled shades.
     void OnSysColorChange(wxSysColourChangedEvent& event);
+    /// @}
 
 private:
     void _ShowClearButton(bool show);
@@ -69,21 +88,30 @@ private:
 /// change the selection; Tab moves the focus and Alt+Down or F4 opens the list.
 class wxsChoice : public wxOwnerDrawnComboBox, public wxsColorManaged {
 public:
+    /// A choice as wxChoice takes it, with its entries.
     wxsChoice(wxWindow* parent, wxWindowID id, const wxPoint& pos = wxDefaultPosition,
               const wxSize& size = wxDefaultSize, const wxArrayString& choices = wxArrayString(),
               long style = 0, const wxValidator& validator = wxDefaultValidator,
               const wxString& name = wxASCII_STR(wxChoiceNameStr));
 
+    /// Room for one "M" and the padding.
     wxSize GetMinClientSize() const override;
+    /// The selected entry's text; empty when nothing is selected.
     wxString GetStringSelection() const override;
 
+    /// Letters never change the selection; Tab moves on; Alt+Down and F4 open the list.
     void OnKeyDown(wxKeyEvent& event);
+    /// The painted width follows the control's; repaints.
     void Size(wxSizeEvent& event);
 
 protected:
+    /// The widest entry and the padding.
     wxSize DoGetBestSize() const override;
+    /// An entry's text, in a shade that reads on whatever may be behind it.
     void OnDrawItem(wxDC& dc, const wxRect& rect, int item, int flags) const override;
+    /// Every entry is one text line high plus padding.
     wxCoord OnMeasureItem(size_t item) const override;
+    /// The graded face of the closed control, "Selected" under the open list's current entry.
     void OnDrawBackground(wxDC& dc, const wxRect& rect, int item, int flags) const override;
     /// The closed control: all of it through OnDrawBackground and OnDrawItem.
     void Paint(wxPaintEvent& event);
@@ -104,31 +132,41 @@ private:
 /// clients as events of the combo box.
 class wxsComboBox : public wxOwnerDrawnComboBox, public wxsColorManaged {
 public:
+    /// A combo box as wxComboBox takes it; its entry is replaced by a wxsTextCtrl at once.
     wxsComboBox(wxWindow* parent, wxWindowID id, const wxString& value = wxEmptyString,
                 const wxPoint& pos = wxDefaultPosition, const wxSize& size = wxDefaultSize,
                 const wxArrayString& choices = wxArrayString(), long style = 0,
                 const wxValidator& validator = wxDefaultValidator,
                 const wxString& name = wxASCII_STR(wxComboBoxNameStr));
 
+    /// Enables or disables the control and its entry.
     bool Enable(bool enable = true) override;
     /// Replaces the toolkit's entry by a wxsTextCtrl; nothing for read-only combo boxes.
     void CreateColoredTextCtrl();
     /// The coloured entry (null for read-only combo boxes).
     wxsTextCtrl* GetColoredTextCtrl() const;
 
+    /// Lays the entry out beside the drop button again.
     void Size(wxSizeEvent& event);
+    /// Takes the palette's colours again, the open list's too.
     void OnSysColorChange(wxSysColourChangedEvent& event);
+    /// Passes the entry's text events on as the combo box's own.
     void OnColoredTextCtrlEvent(wxCommandEvent& event);
 
     /// The width of the drop button.
     int GetDropButtonWidth() const { return FromDIP(18); }
 
 protected:
+    /// An entry of the open list, in a shade that reads on whatever may be behind it.
     void OnDrawItem(wxDC& dc, const wxRect& rect, int item, int flags) const override;
+    /// Every entry is one text line high plus padding.
     wxCoord OnMeasureItem(size_t item) const override;
+    /// The closed control (sunken entry area, graded drop button) or the open list's
+    /// background, "Selected" under its current entry.
     void OnDrawBackground(wxDC& dc, const wxRect& rect, int item, int flags) const override;
     /// The toolkit's width; the height of a text field.
     wxSize DoGetBestSize() const override;
+    /// The closed control through OnDrawBackground (the entry paints itself).
     void Paint(wxPaintEvent& event);
 
 private:
@@ -146,11 +184,14 @@ private:
 /// each completion.
 class wxsAutoCompleter : public wxTextCompleter {
 public:
+    /// Collects the completions of the text's last word; false when there are none.
     bool Start(const wxString& text) override;
+    /// The next completion (the whole text); empty after the last.
     wxString GetNext() override;
 
-    /// The shared word set.
+    /// Adds a word to the shared set.
     static void AddWord(const wxString& word);
+    /// Empties the shared set.
     static void ClearWords();
 
 private:
@@ -164,8 +205,10 @@ private:
 /// The prompt's dialog; only wxsGetTextFromUser makes one.
 class wxsTextDlg : public wxTaviroDlg {
 public:
+    /// The message, a field holding `defaultValue`, OK and Cancel; named "wxsTextDlg".
     wxsTextDlg(wxWindow* parent, const wxString& message, const wxString& caption,
                const wxString& defaultValue);
+    /// The field.
     wxsTextCtrl* GetTextCtrl() const { return m_Text; }
 
 private:
@@ -175,3 +218,5 @@ private:
 /// Asks for one line of text; the empty string when cancelled.
 String wxsGetTextFromUser(const wxString& message, const wxString& caption,
                           const wxString& defaultValue = wxEmptyString, wxWindow* parent = nullptr);
+
+/// @}
