@@ -15,12 +15,26 @@
 #include <memory>
 #include <vector>
 
+/// @addtogroup views
+/// @{
+
+/// The history chart of one value (see the file comment): set a history limit and bounds,
+/// then push a sample whenever the value is measured. GUI thread only.
+///
+///     load->LimitHistory(300, false);
+///     load->SetBounds(0, 100, false);
+///     load->SetMidBound(80, false);
+///     load->PushValue(percent);
 class wxBarHistoryCtrl : public wxControl {
 public:
+    /// Two-step creation: Create makes the window.
     wxBarHistoryCtrl();
+    /// An empty chart, made at once (Create).
     wxBarHistoryCtrl(wxWindow* parent, int id, const wxPoint& pos = wxDefaultPosition,
                      const wxSize& size = wxDefaultSize, unsigned int style = 0);
     ~wxBarHistoryCtrl() override;
+    /// Makes the window, borderless unless `style` asks for a border (the chart draws its own
+    /// sunken frame).
     bool Create(wxWindow* parent, int id, const wxPoint& pos = wxDefaultPosition,
                 const wxSize& size = wxDefaultSize, unsigned int style = 0);
 
@@ -47,30 +61,39 @@ public:
     /// Where everything goes in a client area of the given size; rendering and the tests share
     /// it. Empty (no trace, no bar) while no value is shown or when the area has no pixels.
     struct Geometry {
-        wxSize size;
+        wxSize size;                  ///< the client size it was computed for
         std::vector<wxPoint> trace;   ///< top of each drawn sample, newest (rightmost) first
         std::vector<wxRect> segments; ///< the level bar's dark segments, left to right
         wxRect tip;                   ///< its bright tip
         bool yellow = false;          ///< the newest value is at or above the mid bound
+        /// Whether a level bar is drawn.
         bool HasBar() const { return !tip.IsEmpty(); }
     };
+    /// The geometry for a client area of that size.
     Geometry GetGeometry(const wxSize& clientSize) const;
 
     /// Rebuilds the bitmap at the client size from the palette and the samples; a control
     /// without pixels has none afterwards.
     void Render();
+    /// The chart as last rendered; null when there is none.
     const wxBitmap* GetBitmap() const { return m_Bitmap.get(); }
 
+    /// The samples kept, newest first.
     const std::deque<uint32_t>& GetHistory() const { return m_History; }
+    /// The newest value pushed.
     unsigned int GetCurrent() const { return m_Current; }
+    /// The highest value pushed.
     unsigned int GetPeak() const { return m_Peak; }
     /// When the peak was reached (Time::CurrentTime(); 0 before the first peak).
     int64_t GetPeakTime() const { return m_PeakTime; }
     /// The running total behind the average.
     uint64_t GetSum() const { return m_Sum; }
 
+    /// Nothing: the paint covers every pixel.
     void OnEraseBackground(wxEraseEvent& event);
+    /// Renders when stale, then blits the bitmap.
     void OnPaint(wxPaintEvent& event);
+    /// Marks the bitmap stale.
     void OnSize(wxSizeEvent& event);
 
 private:
@@ -94,3 +117,5 @@ private:
 
     wxDECLARE_EVENT_TABLE();
 };
+
+/// @}

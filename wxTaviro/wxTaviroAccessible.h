@@ -20,4 +20,5 @@
 class wxWindow;
 
 /// Marks the window's widget as the library's. Cheap; call once the window exists.
+/// @ingroup a11y
 void wxsAccessibleRegister(wxWindow* window);
