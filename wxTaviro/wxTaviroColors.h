@@ -324,7 +324,7 @@ public:
     void Mouse(wxMouseEvent& event);
     /// A single click released over the button clicks it.
     void Click(wxMouseEvent& event);
-    /// Space, Return and keypad Enter click it.
+    /// The release of Space, Return or keypad Enter clicks it, when the key went down here.
     void Key(wxKeyEvent& event);
     /// Paints through Draw, double-buffered.
     void Paint(wxPaintEvent& event);
@@ -359,6 +359,10 @@ private:
     bool m_Hovered = false;
     unsigned m_EnableCalls = 0; // tells EmulateClick whether its handler changed the state
     bool m_LookEnabled = true;  // the state the colours were last set for
+    // A click key went down while this button had the focus. Only then does its release click:
+    // the release of a Return whose press opened this button's dialog (on the default button
+    // of another dialog) must not answer the new dialog at once.
+    bool m_KeyPressed = false;
 
     static wxFont s_NormalFont;
     static wxFont s_DefaultFont;
