@@ -12,7 +12,9 @@ function(taviro_add_library name)
     else()
         set(soversion ${PROJECT_VERSION_MAJOR})
     endif()
-    set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${soversion})
+    # Installed, each finds the others beside it, wherever the prefix is (or was moved to).
+    set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${soversion}
+                                             INSTALL_RPATH "$ORIGIN")
     target_include_directories(${name} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
