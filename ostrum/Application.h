@@ -22,6 +22,10 @@
 #include <mutex>
 #include <thread>
 
+/// The running program of the suite: its name, options file and log folder, named request
+/// handlers that the suite's other programs reach with SendRequest, and the main-thread
+/// executor that runs those handlers (`the_Application` is the one object).
+/// @ingroup ostrum
 class Application {
 public:
     Application(LogLevel fileLevel, LogLevel echoLevel);

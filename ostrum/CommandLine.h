@@ -8,6 +8,8 @@
 #include <map>
 #include <vector>
 
+/// A program's arguments split into options and positional arguments.
+/// @ingroup ostrum
 class CommandLine {
 public:
     CommandLine() = default;

@@ -19,6 +19,9 @@ enum : uint32_t {
     k_ErrReadOnly = 0x20000008,
 };
 
+/// The foundation's error: a code, a message and a detail text. Thrown as a pointer
+/// (`throw new Exception(...)`); whoever catches it reports it and deletes it.
+/// @ingroup ostrum
 class Exception {
 public:
     Exception(uint32_t code, const String& message, const String& detail = String());

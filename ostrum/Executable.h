@@ -11,6 +11,9 @@
 
 class Application;
 
+/// The process's "please end" requests (SIGINT, SIGTERM, SIGHUP, the desktop session, the farm
+/// master) as Signal(0), an orderly stop that the program waits for or is told of.
+/// @ingroup ostrum
 class Executable {
 public:
     explicit Executable(Application* app);

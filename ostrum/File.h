@@ -10,6 +10,8 @@
 /// short record, so log lines of different threads never mix); false on an error.
 bool WriteAllFd(int fd, const char* data, size_t size);
 
+/// A file system path as text: its folder (Branch), its last component (Leaf) and joining (/).
+/// @ingroup ostrum
 class Path {
 public:
     Path() = default;
@@ -52,6 +54,8 @@ enum : int {
     k_FileWriteNew = k_FileWrite | k_FileCreate | k_FileTruncate, ///< 22
 };
 
+/// A file by path and mode, and the user folder of the suite (GetUserDir).
+/// @ingroup ostrum
 class File {
 public:
     File() = default;
@@ -88,6 +92,8 @@ private:
     int m_Mode = k_FileRead;
 };
 
+/// Something that can be closed; the base of the output streams.
+/// @ingroup ostrum
 class Stream {
 public:
     virtual ~Stream() = default;
@@ -96,6 +102,8 @@ public:
 
 enum EOLType { k_EOLDefault = 0, k_EOLUnix = 1, k_EOLDos = 2 };
 
+/// Text output with the platform's or a chosen end of line; OutFile writes it to a file.
+/// @ingroup ostrum
 class OutStream : public Stream {
 public:
     virtual void Put(const char* data, size_t size) = 0;

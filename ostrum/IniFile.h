@@ -18,6 +18,9 @@
 #include <set>
 #include <vector>
 
+/// A file of `key = value` lines in sections, with typed reads, a current section for
+/// writes, an RWLock for threads, and atomic saving (a crash leaves the old or the new file whole).
+/// @ingroup ostrum
 class IniFile : public File {
 public:
     IniFile() = default;
@@ -123,6 +126,8 @@ public:
     /// reported as false; nothing is thrown (widgets write settings and must not fail).
     bool WriteOut();
 
+    /// Holds back the automatic writing while it lives (nested pauses count); the outermost
+    /// one writes the file on its end if anything changed.
     class Pause {
     public:
         explicit Pause(OptionsFile* file) : m_File(file) {

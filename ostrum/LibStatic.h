@@ -6,6 +6,8 @@
 
 #include <ostrum/String.h>
 
+/// A library-lifetime object: OnLibCleanup is called once when its library is cleaned up.
+/// @ingroup ostrum
 class LibStatic {
 public:
     explicit LibStatic(const String& name);

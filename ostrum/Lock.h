@@ -27,6 +27,7 @@ public:
     void unlock() { Unlock(); }
     bool try_lock() { return TryLock(); }
 
+    /// Holds the mutex for its lifetime.
     class Guard {
     public:
         explicit Guard(Mutex& m) : m_Mutex(m) { m_Mutex.Lock(); }
@@ -59,6 +60,7 @@ public:
     void WriteUnlock();
     bool IsWriteLockedByCurrentThread() const;
 
+    /// Holds a read lock for its lifetime.
     class ReadGuard {
     public:
         explicit ReadGuard(RWLock& l) : m_Lock(l) { m_Lock.ReadLock(); }
@@ -69,6 +71,7 @@ public:
     private:
         RWLock& m_Lock;
     };
+    /// Holds the write lock for its lifetime.
     class WriteGuard {
     public:
         explicit WriteGuard(RWLock& l) : m_Lock(l) { m_Lock.WriteLock(); }

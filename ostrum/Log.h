@@ -18,6 +18,9 @@ enum LogLevel {
     LL_Debug = 6,
 };
 
+/// The farm log file: one line per record (time, thread, level, text), written from any
+/// thread; records above the level threshold are dropped.
+/// @ingroup ostrum
 class Log {
 public:
     Log();

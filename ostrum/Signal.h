@@ -46,6 +46,9 @@ public:
     virtual void DisconnectOwner(HasSlots* owner) = 0;
 };
 
+/// The owner of slots: it remembers the signals it is connected to and disconnects from all
+/// of them when destroyed (or DisconnectAll), so that no slot runs on a dead object.
+/// @ingroup ostrum
 class HasSlots {
 public:
     HasSlots() = default;
@@ -231,6 +234,9 @@ protected:
     std::shared_ptr<_SignalCore<Args...>> m_Core;
 };
 
+/// A signal without arguments: Connect slots (functions or an owner's methods), Emit calls
+/// them all. Safe from any thread (see the file comment for the promises).
+/// @ingroup ostrum
 template <class Policy = ThreadPolicy::LocalThreaded>
 class Signal0 : public _Signal<> {
 public:
@@ -243,6 +249,8 @@ public:
     void operator()() { Emit(); }
 };
 
+/// A signal with one argument, passed to every slot: as Signal0 otherwise.
+/// @ingroup ostrum
 template <class Arg, class Policy = ThreadPolicy::LocalThreaded>
 class Signal1 : public _Signal<Arg> {
 public:

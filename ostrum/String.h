@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <string>
 
+/// The suite's byte string: a std::string with case-insensitive comparison and search and
+/// conversions to and from numbers.
+/// @ingroup ostrum
 class String : public std::string {
 public:
     String() = default;
@@ -85,6 +88,7 @@ extern const String k_No;
 extern const String k_NL;
 
 namespace std {
+/// Hashes a String as its std::string.
 template <>
 struct hash<String> {
     size_t operator()(const String& s) const noexcept { return hash<std::string>()(s); }

@@ -9,6 +9,8 @@
 
 #include <vector>
 
+/// Splits text into tokens (see the file comment for quotes, escapes and empty tokens).
+/// @ingroup ostrum
 class StringTokenizer {
 public:
     StringTokenizer(const String& text, const String& delimiters, bool skipEmpty = false,

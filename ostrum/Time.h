@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+/// The current time in microseconds and durations as short text.
+/// @ingroup ostrum
 class Time {
 public:
     /// Units for FormatDuration.

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <functional>
 
+/// A 128-bit identifier (of jobs, job types, commands) with its text form; UID::Null is none.
+/// @ingroup ostrum
 class UID {
 public:
     /// The null identifier.
@@ -39,6 +41,7 @@ private:
 };
 
 namespace std {
+/// Hashes a UID, for unordered containers.
 template <>
 struct hash<UID> {
     size_t operator()(const UID& u) const noexcept {

@@ -29,6 +29,9 @@
 
 class SimulatedMaster;
 
+/// An application that knows the farm's jobs: the job table kept in step with the farm's
+/// messages, readable from any thread.
+/// @ingroup taviro
 class TaviroApp : public Application {
 public:
     TaviroApp(LogLevel fileLevel, LogLevel echoLevel) : Application(fileLevel, echoLevel) {}
@@ -49,6 +52,9 @@ private:
     JobTable m_Jobs;
 };
 
+/// The farm client: start-up from the command line, the messenger, the message queue and
+/// the worker pool, the client program's message handlers (see the file comment for the flow).
+/// @ingroup taviro
 class TaviroClientApp : public TaviroApp, public HasSlots, public MessageSink {
 public:
     TaviroClientApp(LogLevel fileLevel, LogLevel echoLevel);

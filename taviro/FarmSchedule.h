@@ -10,6 +10,9 @@
 #include <random>
 #include <vector>
 
+/// The simulated farm's model: makes the messages of a farm of jobs moving through their
+/// states, as a pure function of its seed.
+/// @ingroup taviro
 class FarmSchedule {
 public:
     FarmSchedule(uint64_t seed, int jobCount, const std::vector<UID>& types);
@@ -65,6 +68,7 @@ private:
     int m_NextNumber = 1;
 };
 
+/// A copy of the farm's jobs at one moment, for a snapshot sent in parts.
 class FarmSchedule::Frozen {
     friend class FarmSchedule;
     std::vector<_Job> m_Jobs;

@@ -20,8 +20,11 @@
 #include <cstdint>
 #include <memory>
 
+/// The simulated farm served over the network (the program taviro-master).
+/// @ingroup taviro
 class FarmServer {
 public:
+    /// Where it listens, the farm's schedule and its pace.
     struct Options {
         String bind = "*"; // the address to listen on ("*": all)
         int port = 7420;   ///< requests; 0: any free port

@@ -56,6 +56,9 @@ public:
     static const String& Name(uint32_t number);
 };
 
+/// An object of the farm with an identifier and named text parameters (the p_ names), each
+/// access locked.
+/// @ingroup taviro
 class TaviroObject {
 public:
     explicit TaviroObject(const UID& id) : m_ID(id) {}
@@ -86,6 +89,8 @@ private:
     std::string m_Params;
 };
 
+/// A job of the farm: its parameters, its status, and its commands run through the master.
+/// @ingroup taviro
 class Job : public TaviroObject {
 public:
     explicit Job(const UID& id) : TaviroObject(id) {}

@@ -30,6 +30,8 @@
 
 class Job;
 
+/// One command of a job type: its name, flags, help text and sub-items.
+/// @ingroup taviro
 class CommandInfo {
 public:
     String name;
@@ -45,6 +47,8 @@ public:
     String Itemize(const Job& job) const;
 };
 
+/// A job type read from a module file: its name, identifiers and commands.
+/// @ingroup taviro
 class JobTypeInfo {
 public:
     String name;
@@ -56,6 +60,8 @@ public:
     const CommandInfo* FindCommand(const String& command) const;
 };
 
+/// The installed job types, read from the module folder (`s_JobFactory`).
+/// @ingroup taviro
 class JobFactory {
 public:
     /// Reads every "*.tjm" file of the folder, in file-name order, replacing what was known.

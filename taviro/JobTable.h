@@ -12,6 +12,9 @@
 #include <unordered_map>
 #include <vector>
 
+/// The jobs a client knows, by identifier, with the number of jobs per status (see the file
+/// comment); every call is safe from any thread.
+/// @ingroup taviro
 class JobTable {
 public:
     JobTable();

@@ -25,6 +25,8 @@ enum MessageType {
     k_MsgCustom = 100,      ///< anything else (tests, client programs)
 };
 
+/// One farm message: its type, its job, and its parameters (or a batch of messages).
+/// @ingroup taviro
 class Message {
 public:
     Message(MessageType type, const UID& job = UID::Null) : m_Type(type), m_Job(job) {}
@@ -77,6 +79,8 @@ private:
     boost::shared_ptr<Message> m_Message;
 };
 
+/// The messenger connected to a master (emitted on the messenger's thread).
+/// @ingroup taviro
 class MessengerConnectedEvt {
 public:
     explicit MessengerConnectedEvt(const String& master) : m_Master(master) {}
@@ -87,6 +91,8 @@ private:
     String m_Master;
 };
 
+/// The messenger lost or dropped the link, with the reason (emitted on the messenger's thread).
+/// @ingroup taviro
 class MessengerDisconnectedEvt {
 public:
     explicit MessengerDisconnectedEvt(const String& reason) : m_Reason(reason) {}

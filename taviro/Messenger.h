@@ -28,6 +28,9 @@ public:
     virtual std::vector<UID> KnownJobs() const = 0;
 };
 
+/// The link to the farm master (see the file comment): the embedded SimulatedMaster or the
+/// NetMessenger to a taviro-master.
+/// @ingroup taviro
 class Messenger {
 public:
     virtual ~Messenger() = default;

@@ -20,6 +20,8 @@
 
 #include <memory>
 
+/// The link to a taviro-master process over the network (see the file comment).
+/// @ingroup taviro
 class NetMessenger : public Messenger {
 public:
     NetMessenger(MessageSink* sink, const String& host, int port);

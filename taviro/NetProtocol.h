@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+/// One frame of the master's protocol, encoded and decoded (see the file comment).
+/// @ingroup taviro
 class NetFrame {
 public:
     enum Kind : uint8_t {

@@ -22,6 +22,8 @@
 #include <thread>
 #include <vector>
 
+/// The embedded simulated farm master (see the file comment).
+/// @ingroup taviro
 class SimulatedMaster : public Messenger {
 public:
     SimulatedMaster(MessageSink* sink, uint64_t seed, int jobCount, double rate,

@@ -5,6 +5,8 @@
 
 #include <functional>
 
+/// The worker pool of the farm core (see the file comment).
+/// @ingroup taviro
 class ThreadPool {
 public:
     /// Starts the pool with this many threads (at least 1). False if it runs already.
