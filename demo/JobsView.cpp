@@ -4,12 +4,11 @@
 // drop, place, sort); sort keys; list hooks; selection and header events; name filter.
 #include "demo/JobsView.h"
 
+#include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroColors.h>
-#include <wxTaviro/wxTaviroString.h>
 
 #include <taviro/JobFactory.h>
 
-#include <ostrum/Application.h>
 #include <ostrum/StringTokenizer.h>
 
 #include <wx/datetime.h>

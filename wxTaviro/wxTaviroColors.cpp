@@ -384,8 +384,9 @@ void GetCustom(IniFile& file, const String& slot) {
     const wxString wide(text.c_str(), wxConvLibc);
     const wxColour colour(wide);
     if (wide.empty() || !colour.IsOk()) {
-        GlobalLog(LL_Warning, SFormat("Colors.ini: %s = '%s' is not a colour; the scheme's colour is kept",
-                           slot.c_str(), text.substr(0, 60).c_str()));
+        GlobalLog(LL_Warning,
+                  SFormat("Colors.ini: %s = '%s' is not a colour; the scheme's colour is kept",
+                          slot.c_str(), text.substr(0, 60).c_str()));
         return;
     }
     wxsSetColor(slot, colour);
