@@ -77,28 +77,33 @@ uint32_t Ordered(int value) {
     return uint32_t(value) ^ 0x80000000u;
 }
 
-// Sorts pairs by their key, keeping the order of equal keys: a byte at a time from the lowest,
-// skipping the bytes in which no two keys differ (a million keys of a small range take a few
-// passes over memory, where comparing them would take twenty).
-void RadixSort(std::vector<std::pair<uint64_t, void*>>& items) {
-    uint64_t allOnes = ~0ull, anyOnes = 0;
-    for (const auto& i : items) {
-        allOnes &= i.first;
-        anyOnes |= i.first;
+// The positions of `values` in ascending order of value, equal values in the order given: a
+// byte at a time from the lowest, skipping the bytes in which no two values differ (a million
+// values of a small range take a pass or two over memory, where comparing would take twenty).
+std::vector<uint32_t> StableOrder(const std::vector<uint32_t>& values) {
+    std::vector<uint64_t> items(values.size()), buffer(values.size());
+    uint32_t allOnes = ~0u, anyOnes = 0;
+    for (size_t i = 0; i < values.size(); ++i) {
+        items[i] = uint64_t(values[i]) << 32 | i;
+        allOnes &= values[i];
+        anyOnes |= values[i];
     }
-    const uint64_t varying = allOnes ^ anyOnes;
-    std::vector<std::pair<uint64_t, void*>> buffer(items.size());
-    for (int shift = 0; shift < 64; shift += 8) {
+    const uint32_t varying = allOnes ^ anyOnes;
+    for (int shift = 0; shift < 32; shift += 8) {
         if (!((varying >> shift) & 0xff)) continue;
         size_t start[257] = {};
-        for (const auto& i : items)
-            ++start[((i.first >> shift) & 0xff) + 1];
+        for (const uint64_t i : items)
+            ++start[((i >> (32 + shift)) & 0xff) + 1];
         for (int b = 0; b < 256; ++b)
             start[b + 1] += start[b];
-        for (const auto& i : items)
-            buffer[start[(i.first >> shift) & 0xff]++] = i;
+        for (const uint64_t i : items)
+            buffer[start[(i >> (32 + shift)) & 0xff]++] = i;
         items.swap(buffer);
     }
+    std::vector<uint32_t> order(items.size());
+    for (size_t i = 0; i < items.size(); ++i)
+        order[i] = uint32_t(items[i]);
+    return order;
 }
 
 String Duration(int seconds) {
@@ -257,6 +262,7 @@ void JobsView::Update(std::time_t now) {
     const bool rearranged = !fresh.empty() || !moving.empty() || !gone.empty();
     const size_t placed = fresh.size() + moving.size(), dropped = gone.size();
     if (!gone.empty() || !moving.empty()) DropRows(gone);
+    KeepArrivalOrder(fresh, gone);
     if (m_NameOrderBuilt) KeepNameOrder(fresh, gone, renamed);
     // A job moved and then removed in one tick is not placed again.
     moving.insert(moving.end(), fresh.begin(), fresh.end());
@@ -408,46 +414,64 @@ void JobsView::FullSort() {
         if (!SortFromNameOrder()) SortByComparing();
         return;
     }
-    // The column's value (or rank) above, turned for a descending sort; the arrival number
-    // below: ties keep their arrival order both ways, as Before() orders them.
+    // The shown entries in arrival order: a stable sort of them by the column's value alone
+    // leaves ties in arrival order both ways, as Before() orders them.
+    std::vector<_Entry*> shown;
+    shown.reserve(m_Rows.size());
+    for (_Entry* e : m_BySeq)
+        if (!e->hidden && !e->gone) shown.push_back(e);
+    if (shown.size() != m_Rows.size()) { // never expected: every shown job has a row
+        GlobalLog(LL_Warning, SFormat("Jobs: %zu shown jobs in arrival order and %zu rows; "
+                                      "sorting by comparing instead",
+                                      shown.size(), m_Rows.size()));
+        SortByComparing();
+        return;
+    }
     std::vector<uint32_t> ranks;
     if (m_SortType == k_JobsType) ranks = m_TypeTexts.Ranks();
     if (m_SortType == k_JobsEngine) ranks = m_EngineTexts.Ranks();
-    std::vector<std::pair<uint64_t, void*>> keyed;
-    keyed.reserve(m_Rows.size());
-    for (_Entry* e : m_Rows) {
+    std::vector<uint32_t> values(shown.size());
+    for (size_t i = 0; i < shown.size() && m_SortType >= 0; ++i) {
+        const _Entry& e = *shown[i];
         uint32_t value = 0;
         switch (m_SortType) {
         case k_JobsType:
-            value = ranks[e->type];
+            value = ranks[e.type];
             break;
         case k_JobsEngine:
-            value = ranks[e->engine];
+            value = ranks[e.engine];
             break;
         case k_JobsStatus:
-            value = Ordered(e->status);
+            value = Ordered(e.status);
             break;
         case k_JobsProgress:
-            value = Ordered(e->progress);
+            value = Ordered(e.progress);
             break;
         case k_JobsFrames:
-            value = Ordered(e->frames);
+            value = Ordered(e.frames);
             break;
         case k_JobsSubmitted:
-            value = Ordered(e->submitted);
+            value = Ordered(e.submitted);
             break;
         case k_JobsElapsed:
-            value = Ordered(Elapsed(*e));
+            value = Ordered(Elapsed(e));
             break;
         default:
             break;
         }
-        if (!m_Ascending) value = ~value;
-        keyed.emplace_back(uint64_t(value) << 32 | e->seq, e);
+        values[i] = m_Ascending ? value : ~value;
     }
-    RadixSort(keyed);
-    for (size_t i = 0; i < keyed.size(); ++i)
-        m_Rows[i] = static_cast<_Entry*>(keyed[i].second);
+    const std::vector<uint32_t> order = StableOrder(values);
+    // Rows numbered in arrival order, which is about the order of the entries in memory: a
+    // million writes in row order would each land somewhere else.
+    std::vector<uint32_t> rowOf(order.size());
+    for (size_t i = 0; i < order.size(); ++i) {
+        m_Rows[i] = shown[order[i]];
+        rowOf[order[i]] = uint32_t(i);
+    }
+    for (size_t i = 0; i < shown.size(); ++i)
+        shown[i]->row = int(rowOf[i]);
+    m_Numbered = true;
 }
 
 void JobsView::SortByComparing() {
@@ -460,6 +484,37 @@ void JobsView::SortByComparing() {
               [this](const auto& a, const auto& b) { return Before(a.first, b.first); });
     for (size_t i = 0; i < keyed.size(); ++i)
         m_Rows[i] = keyed[i].second;
+}
+
+// ---- the arrival order ----
+// Every entry by arrival, kept through the ticks: the input of the sorts by value. Newcomers
+// come with rising arrival numbers; the gone are found by binary search on theirs.
+
+void JobsView::KeepArrivalOrder(const std::vector<_Entry*>& fresh, const std::vector<_Entry*>& gone) {
+    std::vector<size_t> out;
+    for (_Entry* e : gone) {
+        if (!e->gone || !e->arrived) continue;
+        e->arrived = false;
+        const auto at = std::lower_bound(m_BySeq.begin(), m_BySeq.end(), e->seq,
+                                         [](const _Entry* x, uint32_t seq) { return x->seq < seq; });
+        if (at != m_BySeq.end() && *at == e) out.push_back(size_t(at - m_BySeq.begin()));
+    }
+    if (!out.empty()) {
+        std::sort(out.begin(), out.end());
+        size_t to = out[0];
+        for (size_t k = 0; k < out.size(); ++k) {
+            const size_t end = k + 1 < out.size() ? out[k + 1] : m_BySeq.size();
+            std::copy(m_BySeq.begin() + long(out[k] + 1), m_BySeq.begin() + long(end),
+                      m_BySeq.begin() + long(to));
+            to += end - out[k] - 1;
+        }
+        m_BySeq.resize(to);
+    }
+    for (_Entry* e : fresh)
+        if (!e->gone && !e->arrived) {
+            e->arrived = true;
+            m_BySeq.push_back(e); // fresh entries are numbered in the order they came
+        }
 }
 
 // ---- the name order ----
@@ -625,6 +680,10 @@ void JobsView::KeepNameOrder(const std::vector<_Entry*>& fresh, const std::vecto
 }
 
 void JobsView::Renumber() {
+    if (m_Numbered) { // by the sort just made
+        m_Numbered = false;
+        return;
+    }
     for (size_t i = 0; i < m_Rows.size(); ++i)
         m_Rows[i]->row = (int)i;
 }

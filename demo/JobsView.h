@@ -96,6 +96,7 @@ private:
         bool hidden = false;    // known, but left out by the name filter
         bool nameCased = false; // lowerName holds the name (filled only while filtering)
         bool named = false;     // in the name order
+        bool arrived = false;   // in the arrival order
         bool renamed = false;   // to be placed again in the name order
         bool tiesPrev = false;  // its name compares equal to the one before it in name order
         // Sort keys, kept as the messages change them.
@@ -145,6 +146,7 @@ private:
     void BuildNameOrder();
     void KeepNameOrder(const std::vector<_Entry*>& fresh, const std::vector<_Entry*>& gone,
                        const std::vector<_Entry*>& renamed);
+    void KeepArrivalOrder(const std::vector<_Entry*>& fresh, const std::vector<_Entry*>& gone);
     void Renumber();
     _Key KeyOf(const _Entry& e) const;
     bool Before(const _Key& a, const _Key& b) const;
@@ -178,7 +180,9 @@ private:
     String m_Filter; // lower case
     std::unordered_map<String, String> m_TypeNames;
     _Texts m_TypeTexts, m_EngineTexts;
+    std::vector<_Entry*> m_BySeq;  // every entry (left out or not) by arrival
     std::vector<_Entry*> m_ByName; // every entry (left out or not) by name, then arrival
+    bool m_Numbered = false;       // the sort just made numbered the rows
     bool m_NameOrderBuilt = false;
 
     std::mutex m_NotesMutex;

@@ -81,6 +81,14 @@ LoadPane::LoadPane(wxWindow* parent) : wxsPanel(parent) {
 }
 
 void LoadPane::Push(unsigned percent) {
+    m_Latest = percent;
+    m_Fresh = true;
+}
+
+void LoadPane::OnTimer() {
+    if (!m_Fresh) return;
+    m_Fresh = false;
+    const unsigned percent = m_Latest;
     m_Chart->PushValue(percent);
     m_Now->SetLabel(wxString::Format(_("Load now: %u %%"), percent));
     // The palette's roles, so that a scheme change recolours it too.

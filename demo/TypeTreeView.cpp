@@ -20,8 +20,10 @@ const struct {
                  {wxTRANSLATE("Engine"), 90}};
 // More newcomers than this in one group and tick are appended and the group sorted once.
 const size_t k_SortOnce = 32;
-// Jobs already shown that move to another group, at most, per tick.
+// Jobs already shown that move to another group, at most, per tick; and notes of jobs already
+// shown looked at, at most, so that a backlog is not looked up again in full at every tick.
 const size_t k_MovesPerTick = 500;
+const size_t k_NotesPerTick = 4000;
 } // namespace
 
 // A type or a status row: its name and how many jobs it holds.
@@ -152,8 +154,13 @@ void TypeTreeView::Update() {
     std::unordered_map<_Group*, size_t> arriving;
     size_t moving = 0;
     std::vector<UID> later;
+    size_t looked = 0;
     for (const UID& id : notes) {
         auto known = m_Items.find(id);
+        if (known != m_Items.end() && ++looked > k_NotesPerTick) { // newcomers are cheap
+            later.push_back(id);
+            continue;
+        }
         const JobPtr job = m_Find(id);
         if (!job) {
             if (known != m_Items.end()) {

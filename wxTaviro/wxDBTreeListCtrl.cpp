@@ -192,9 +192,22 @@ wxDBTreeListItem* wxDBTreeListItem::ItemAtIndex(unsigned long index) const {
 
 unsigned long wxDBTreeListItem::IndexOfItem(const wxDBTreeListItem* child) const {
     if (!child || child->m_parent != this) return 0;
-    if (!m_kids->taller) return child->m_index;
-    _EnsurePrefix(child->m_index);
-    return m_kids->prefix[child->m_index];
+    const size_t at = child->_Position();
+    if (!m_kids->taller) return at;
+    _EnsurePrefix(at);
+    return m_kids->prefix[at];
+}
+
+size_t wxDBTreeListItem::_Position() const {
+    if (!m_parent) return 0;
+    const std::vector<wxDBTreeListItem*>& items = m_parent->m_kids->items;
+    const size_t hint = std::min<size_t>(m_index, items.size() - 1);
+    // Children linked or unlinked before this one moved it by as many places: look outward.
+    for (size_t d = 0; d <= hint || hint + d < items.size(); ++d) {
+        if (d <= hint && items[hint - d] == this) return m_index = uint32_t(hint - d);
+        if (hint + d < items.size() && items[hint + d] == this) return m_index = uint32_t(hint + d);
+    }
+    return 0; // not reached: a child is among its parent's items
 }
 
 void wxDBTreeListItem::_LinesChanged(unsigned long oldLines) {
@@ -207,7 +220,7 @@ void wxDBTreeListItem::_LinesChanged(unsigned long oldLines) {
         _Kids& k = *p->m_kids;
         k.rows += now - old;
         if ((now != 1) != (old != 1)) now != 1 ? ++k.taller : --k.taller;
-        k.prefixValid = std::min<size_t>(k.prefixValid, size_t(c->m_index) + 1);
+        k.prefixValid = std::min<size_t>(k.prefixValid, c->_Position() + 1);
         c = p;
         old = parentOld;
     }
@@ -222,8 +235,9 @@ void wxDBTreeListItem::_Link(size_t position, wxDBTreeListItem* child) {
     position = std::min(position, k.items.size());
     k.items.insert(k.items.begin() + position, child);
     child->m_parent = this;
-    for (size_t i = position; i < k.items.size(); ++i)
-        k.items[i]->m_index = uint32_t(i);
+    // The children after it keep their old index as a hint (see _Position): renumbering them
+    // would touch every one of a group of thousands at each move.
+    child->m_index = uint32_t(position);
     const unsigned long lines = child->GetVisibleLineCount();
     k.rows += lines;
     if (lines != 1) ++k.taller;
@@ -236,12 +250,11 @@ void wxDBTreeListItem::_Unlink() {
     _Kids& k = *parent->m_kids;
     const unsigned long old = parent->GetVisibleLineCount();
     const unsigned long lines = GetVisibleLineCount();
-    k.items.erase(k.items.begin() + m_index);
-    for (size_t i = m_index; i < k.items.size(); ++i)
-        k.items[i]->m_index = uint32_t(i);
+    const size_t at = _Position();
+    k.items.erase(k.items.begin() + (long)at);
     k.rows -= lines;
     if (lines != 1) --k.taller;
-    k.prefixValid = std::min<size_t>(k.prefixValid, size_t(m_index) + 1);
+    k.prefixValid = std::min<size_t>(k.prefixValid, at + 1);
     m_parent = nullptr;
     m_index = 0;
     parent->_LinesChanged(old);

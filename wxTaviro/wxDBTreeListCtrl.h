@@ -55,7 +55,7 @@ public:
         return index < GetChildCount() ? m_kids->items[index] : nullptr;
     }
     /// Position among the parent's children.
-    size_t GetIndex() const { return m_index; }
+    size_t GetIndex() const { return _Position(); }
     /// Ancestors below the top of the tree: 0 for a top-level item.
     int GetDepth() const;
     /// The control whose tree holds this item; null when it is in none.
@@ -103,13 +103,15 @@ private:
     // Plain tree surgery, without a control: link `child` at `position`, or unlink this item.
     void _Link(size_t position, wxDBTreeListItem* child);
     void _Unlink();
+    // Where this item is among its parent's children (m_index is where it was last seen).
+    size_t _Position() const;
     void _Expand(bool expanded);
     // Deletes the children without unlinking them one by one.
     void _DeleteChildren();
 
     wxDBTreeListItem* m_parent = nullptr;
     std::unique_ptr<_Kids> m_kids;
-    uint32_t m_index = 0;
+    mutable uint32_t m_index = 0;
     bool m_expanded = false;
     wxDBTreeListCtrl* m_owner = nullptr; // set on a control's root only
 };

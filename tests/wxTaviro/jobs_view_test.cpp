@@ -154,6 +154,8 @@ TEST(JobsView, TheSortIsRememberedAndTheNameFilterFollowsTheTyping) {
 // ways, also after jobs are renamed, go, come back and are left out by the filter.
 TEST(JobsView, QuickSortsGiveTheComparedOrder) {
     Application app(LL_Debug, LL_Fatal);
+    const String log = MakeTempDir() + "/jobs.log";
+    Log::s_GlobalLog->Open(log);
     _Farm farm;
     std::vector<JobPtr> arrival;
     auto* view = new JobsView(TopWindow(), farm.Finder());
@@ -162,12 +164,14 @@ TEST(JobsView, QuickSortsGiveTheComparedOrder) {
         if (kind != k_MsgJobRemoved) m.m_Params = job->GetParameters();
         view->OnFarmMessage(m);
     };
-    const char* const names[] = {"job 7", "job 007", "Job 10", "job 9", "Job 10", "a"};
+    // "job 010"s, then a newcomer "job 10": equal names that start with jobs the filter leaves out.
+    const char* const names[] = {"job 010", "job 007", "Job 2", "job 9", "job 7", "a", "job 1"};
     const char* const engines[] = {"e9", "e09", "E2", "e10"};
     for (int n = 0; n < 300; ++n) {
-        JobPtr job = farm.Add(String(names[n * 7 % 6]) + (n % 5 ? "" : String::FromInt(n)));
+        JobPtr job = farm.Add(String(names[n * 5 % 7]) + (n % 5 ? "" : String::FromInt(n)));
         job->SetParameters({{p_Progress, String::FromInt(n * 37 % 101 / 10 * 10)},
-                            {p_Engine, engines[n * 3 % 4]}});
+                            {p_Engine, engines[n * 3 % 4]},
+                            {p_Frames, "1-" + String::FromInt(n * 997 % 3000 / 7 * 7)}});
         job->SetStatus(k_JobWaiting + n % 4);
         arrival.push_back(job);
         announce(job, k_MsgJobCreated);
@@ -177,10 +181,12 @@ TEST(JobsView, QuickSortsGiveTheComparedOrder) {
         if (type == k_JobsName) return {0, j->Name()};
         if (type == k_JobsEngine) return {0, j->GetParameter(p_Engine)};
         if (type == k_JobsStatus) return {j->GetStatus(), ""};
+        const String frames = j->GetParameter(p_Frames); // "1-N"
+        if (type == k_JobsFrames) return {frames.size() > 2 ? atoll(frames.c_str() + 2) : 0, ""};
         return {j->GetParameter(p_Progress).ToInt(), ""};
     };
     auto check = [&](const char* when) {
-        for (int type : {k_JobsName, k_JobsEngine, k_JobsStatus, k_JobsProgress})
+        for (int type : {k_JobsName, k_JobsEngine, k_JobsStatus, k_JobsProgress, k_JobsFrames})
             for (bool up : {true, false}) {
                 view->SortBy(type, up);
                 std::vector<JobPtr> expected;
@@ -198,28 +204,34 @@ TEST(JobsView, QuickSortsGiveTheComparedOrder) {
                 for (int r = 0; r < view->GetItemCount(); ++r)
                     ASSERT_EQ(view->GetJob(r), expected[r])
                         << when << ": column " << type << (up ? " up" : " down") << ", row " << r;
+                const int row = view->GetItemCount() / 3; // the jobs know their new rows
+                ASSERT_TRUE(view->ShowJob(expected[row]->GetID()));
+                EXPECT_TRUE(view->IsRowSelected(row)) << when << ": column " << type;
             }
     };
     check("at first");
-    // One tick with the name order kept: renames (onto a name others have), removals, one
-    // removed and announced again, newcomers; then a filter leaves some out.
-    for (int n = 0; n < 300; n += 11) {
-        arrival[n]->SetParameter(p_Name, names[n % 6]);
+    // One tick with the name order kept: renames (onto a name others have), removals (job 3
+    // is the first "job 7", no newcomer lands before it), one removed and announced again,
+    // newcomers; then a filter leaves some out. The order is kept, never given up for comparing.
+    for (int n = 1; n < 300; n += n == 1 ? 21 : 11) { // job 1 before the first "job 9"
+        arrival[n]->SetParameter(p_Name, n == 1 ? "job 9" : names[n % 7]);
         announce(arrival[n], k_MsgJobChanged);
     }
-    for (int n = 5; n < 300; n += 13) {
-        if (n != 18) farm.jobs.erase(arrival[n]->GetID());
+    for (int n = 3; n < 300; n += 13) {
+        if (n != 16) farm.jobs.erase(arrival[n]->GetID());
         announce(arrival[n], k_MsgJobRemoved);
     }
-    announce(arrival[18], k_MsgJobCreated);
+    view->OnFarmMessage(Message(k_MsgJobCreated, arrival[16]->GetID())); // as it was
     for (int n = 0; n < 20; ++n) {
-        arrival.push_back(farm.Add(names[n % 6]));
+        arrival.push_back(farm.Add(n ? names[n % 4] : "job 10"));
         announce(arrival.back(), k_MsgJobCreated);
     }
     view->Update(std::time(nullptr));
     check("after a tick");
     view->SetNameFilter("JOB 1");
     check("filtered");
+    EXPECT_EQ(File::ReadAll(log).find("sorting by comparing"), String::npos);
+    Log::s_GlobalLog->Close();
 }
 
 // A modeless dialog of a name is open once: asked again, the open one is shown. The separate
