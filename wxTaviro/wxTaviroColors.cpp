@@ -1102,6 +1102,7 @@ void wxsButton::Key(wxKeyEvent& event) {
     case WXK_RETURN:
         if (event.GetEventType() == wxEVT_KEY_DOWN) {
             m_KeyPressed = true;
+            event.Skip(); // noted only: the key goes on as it did
         } else if (m_KeyPressed) {
             m_KeyPressed = false;
             EmulateClick();
