@@ -34,11 +34,14 @@ class SimulatedMaster;
 /// @ingroup taviro
 class TaviroApp : public Application {
 public:
+    /// With the farm log's levels for the file and the console.
     TaviroApp(LogLevel fileLevel, LogLevel echoLevel) : Application(fileLevel, echoLevel) {}
 
     /// A snapshot of every known job (in no particular order).
     std::vector<JobPtr> GetAllJobs() const;
+    /// The job of that identifier; empty when the farm has none (any thread).
     JobPtr FindJob(const UID& id) const;
+    /// The number of known jobs.
     size_t JobCount() const;
     /// Number of jobs per status value (kept up to date as jobs change, so cheap to ask).
     std::map<int, size_t> CountByStatus() const;
@@ -46,6 +49,7 @@ public:
 protected:
     /// Keeps the job table in step with a message (created, changed, removed, batch).
     void ApplyToJobs(const Message& message);
+    /// Forgets every job (a fresh snapshot follows).
     void ClearJobs();
 
 private:
@@ -57,6 +61,7 @@ private:
 /// @ingroup taviro
 class TaviroClientApp : public TaviroApp, public HasSlots, public MessageSink {
 public:
+    /// Not started yet: Startup reads the command line and connects.
     TaviroClientApp(LogLevel fileLevel, LogLevel echoLevel);
     ~TaviroClientApp() override;
 
@@ -72,6 +77,7 @@ public:
     virtual bool Startup(CommandLine& commandLine);
     /// The farm options, a line each, for a usage text.
     static String Usage();
+    /// Whether Startup answered --help (and so returned false).
     bool IsHelpShown() const { return m_HelpShown; }
     /// A console program's main routine: handles queued messages until a stop is requested.
     virtual int Execute();
@@ -98,14 +104,19 @@ public:
     /// The client program's message handlers (run on the pool or the dispatching thread).
     SlotId AddMessageHandler(std::function<void(const Message&)> handler,
                              HasSlots* owner = nullptr);
+    /// Removes a handler that AddMessageHandler returned; it does not run afterwards.
     void RemoveMessageHandler(SlotId id);
 
+    /// The link to the master; null with --master none or before Startup.
     Messenger* GetMessenger() const { return m_Messenger.get(); }
+    /// The embedded master when that is the link; null otherwise.
     SimulatedMaster* GetSimulatedMaster() const;
+    /// Why Startup failed; empty when it did not.
     const String& GetStartupError() const { return m_StartupError; }
     /// What start-up put up with but the user should know (an unusable options file); empty
     /// when nothing.
     const String& GetStartupWarning() const { return m_StartupWarning; }
+    /// Messages handed to the handlers so far (any thread).
     uint64_t HandledMessages() const { return m_Handled.load(); }
 
     Signal0<> StartupComplete;  ///< emitted by the program once its start-up is done

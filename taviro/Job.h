@@ -24,14 +24,14 @@
 class JobTable;
 class Messenger;
 
-extern const String p_Name;
-extern const String p_Status;
-extern const String p_Type;
-extern const String p_Progress;
-extern const String p_Owner;
-extern const String p_Priority;
-extern const String p_Frames;
-extern const String p_Engine;
+extern const String p_Name;     ///< the display name
+extern const String p_Status;   ///< the status, as the decimal text of a JobStatus
+extern const String p_Type;     ///< the job type's identifier (text form of a UID)
+extern const String p_Progress; ///< percent done, 0 to 100
+extern const String p_Owner;    ///< the user who submitted it
+extern const String p_Priority; ///< Low, Normal, High or another the farm knows
+extern const String p_Frames;   ///< the frame ranges, "1-10,20-30"
+extern const String p_Engine;   ///< the engine it runs on; empty when none
 
 /// Job states, as the decimal text of p_Status.
 enum JobStatus {
@@ -44,6 +44,7 @@ enum JobStatus {
     k_JobAborted = 6,
     k_JobArchived = 7, ///< kept for history; not offered in selectors
 };
+/// The English name of a status ("Running"); the GUI translates it.
 const char* JobStatusName(int status);
 
 /// The process-wide set of parameter names: each distinct name once, under a small number.
@@ -53,6 +54,7 @@ public:
     static uint32_t Intern(const String& name);
     /// The number of a name already known; false for a name never interned.
     static bool Find(const String& name, uint32_t* number);
+    /// The name under a number.
     static const String& Name(uint32_t number);
 };
 
@@ -61,15 +63,20 @@ public:
 /// @ingroup taviro
 class TaviroObject {
 public:
+    /// An object without parameters.
     explicit TaviroObject(const UID& id) : m_ID(id) {}
     virtual ~TaviroObject() = default;
 
+    /// The object's identifier.
     const UID& GetID() const { return m_ID; }
     /// A parameter's text. resolve: fall back to the type's defaults (none kept yet) instead of
     /// answering empty; kept for callers that ask for resolved values.
     virtual String GetParameter(const String& name, bool resolve = true) const;
+    /// Sets one parameter (any thread).
     virtual void SetParameter(const String& name, const String& value);
+    /// A copy of every parameter (any thread).
     virtual std::map<String, String> GetParameters() const;
+    /// Sets several parameters, one by one.
     void SetParameters(const std::map<String, String>& values);
     /// The display name: the p_Name parameter.
     String Name() const { return GetParameter(p_Name, true); }
@@ -93,14 +100,19 @@ private:
 /// @ingroup taviro
 class Job : public TaviroObject {
 public:
+    /// A job without parameters, status unknown.
     explicit Job(const UID& id) : TaviroObject(id) {}
 
     /// The status as a number; k_JobUnknown until one is set. p_Status reads and writes it as
     /// its decimal text (text that is no number sets k_JobUnknown).
     int GetStatus() const { return m_Status.load(std::memory_order_relaxed); }
+    /// Sets the status (and keeps the job table's counts right).
     void SetStatus(int status);
+    /// As TaviroObject's; p_Status reads the status.
     String GetParameter(const String& name, bool resolve = true) const override;
+    /// As TaviroObject's; p_Status sets the status.
     void SetParameter(const String& name, const String& value) override;
+    /// As TaviroObject's, with p_Status.
     std::map<String, String> GetParameters() const override;
     /// Whether selectors leave the job out for this status (archived and unknown jobs).
     virtual bool HideInSelectors(int status) const;
@@ -123,4 +135,5 @@ private:
     std::atomic<JobTable*> m_Table{nullptr};
 };
 
+/// A job as the farm core hands it out (shared: the table may drop it meanwhile).
 using JobPtr = boost::shared_ptr<Job>;

@@ -20,6 +20,7 @@ class Message;
 class MessageSink {
 public:
     virtual ~MessageSink() = default;
+    /// One arriving message, on the messenger's thread.
     virtual void ReceiveMessage(boost::shared_ptr<Message> message) = 0;
     /// Messages received and not yet handled: a snapshot goes no faster than the sink takes it.
     virtual size_t QueuedMessages() const = 0;
@@ -34,10 +35,13 @@ public:
 class Messenger {
 public:
     virtual ~Messenger() = default;
+    /// Starts the messenger's threads; it connects on its own.
     virtual void Start() = 0;
     /// Ends the link and joins the messenger's threads; no signal is emitted afterwards.
     virtual void Stop() = 0;
+    /// Whether the master is reachable now (any thread).
     virtual bool IsConnected() const = 0;
+    /// The master's name ("embedded" for the simulated one).
     virtual String GetMasterName() const = 0;
     /// Asks the master to run a job command; false with the reason on refusal, when not
     /// connected (at once) or when the master does not answer in time. Never waits long.
@@ -51,7 +55,8 @@ public:
     }
     /// Asks the master to order every client of the farm to close.
     virtual void OrderShutdown() {}
-    /// Drops the link at the user's wish, and takes it up again (with a fresh snapshot).
+    /// Drops the link at the user's wish (nothing by default).
     virtual void Disconnect() {}
+    /// Takes the link up again after Disconnect, with a fresh snapshot (nothing by default).
     virtual void Reconnect() {}
 };
