@@ -139,8 +139,8 @@ std::vector<uint8_t> Grab(const Rect& r) {
     for (int y = 0; y < r.h; ++y)
         for (int x = 0; x < r.w; ++x) {
             const unsigned long p = XGetPixel(image, x, y);
-            lum[size_t(y) * size_t(r.w) + size_t(x)] =
-                uint8_t((((p >> 16) & 255) * 299 + ((p >> 8) & 255) * 587 + (p & 255) * 114) / 1000);
+            lum[size_t(y) * size_t(r.w) + size_t(x)] = uint8_t(
+                (((p >> 16) & 255) * 299 + ((p >> 8) & 255) * 587 + (p & 255) * 114) / 1000);
         }
     XDestroyImage(image);
     return lum;
@@ -211,7 +211,8 @@ double Percentile(std::vector<double> v, double p) {
 
 // Sends the input and times until the region differs from before by more than `share` of its
 // ink (rows), or of its pixels (`ink` false: a page or a menu); 5 s when it never does.
-double TimeToPixels(const Rect& region, bool ink, double share, const std::function<void()>& input) {
+double TimeToPixels(const Rect& region, bool ink, double share,
+                    const std::function<void()>& input) {
     auto view = [&] {
         const std::vector<uint8_t> lum = Grab(region);
         return ink ? Ink(lum, region) : lum;
@@ -307,8 +308,7 @@ void Print(const Run& run, const std::string& name, const std::vector<double>& m
            const std::string& load) {
     printf("%-34s %-26s p50 %7.1f ms  p95 %7.1f ms  worst %7.1f ms  (n=%zu)  goal %s  [%s]\n",
            name.c_str(), run.label, Percentile(ms, 0.5), Percentile(ms, 0.95),
-           ms.empty() ? 0 : *std::max_element(ms.begin(), ms.end()), ms.size(), goal,
-           load.c_str());
+           ms.empty() ? 0 : *std::max_element(ms.begin(), ms.end()), ms.size(), goal, load.c_str());
     fflush(stdout);
 }
 
@@ -323,12 +323,18 @@ void Measure(const Run& run, int tries) {
         fclose(f);
     }
     std::unique_ptr<Process> master;
-    std::vector<std::string> args = {"--name",         "LatencyBench" + std::to_string(serial),
-                                     "--allow-second", "--options",
-                                     dir + "/options.ini", "--log-dir",
-                                     dir,              "--log-refreshes",
-                                     "--page",         "jobs",
-                                     "--report-layout", "--scheme",
+    std::vector<std::string> args = {"--name",
+                                     "LatencyBench" + std::to_string(serial),
+                                     "--allow-second",
+                                     "--options",
+                                     dir + "/options.ini",
+                                     "--log-dir",
+                                     dir,
+                                     "--log-refreshes",
+                                     "--page",
+                                     "jobs",
+                                     "--report-layout",
+                                     "--scheme",
                                      "3"};
     if (run.process) {
         master.reset(new Process(g_Bin + "/master/taviro-master",
@@ -347,8 +353,8 @@ void Measure(const Run& run, int tries) {
         }
         args.insert(args.end(), {"--master", "127.0.0.1:" + std::to_string(port)});
     } else {
-        args.insert(args.end(), {"--jobs", std::to_string(run.jobs), "--rate",
-                                 std::to_string(run.rate)});
+        args.insert(args.end(),
+                    {"--jobs", std::to_string(run.jobs), "--rate", std::to_string(run.rate)});
     }
     const std::string log = dir + "/LatencyBench" + std::to_string(serial) + ".log";
     Process demo(g_Bin + "/demo/taviro-demo", args);
@@ -364,7 +370,8 @@ void Measure(const Run& run, int tries) {
         if (FILE* f = fopen(log.c_str(), "r")) {
             char line[512];
             while (fgets(line, sizeof line, f))
-                if (const char* p = strstr(line, "INFO    Refresh ")) sscanf(strchr(p, ':') + 1, "%ld", &jobs);
+                if (const char* p = strstr(line, "INFO    Refresh "))
+                    sscanf(strchr(p, ':') + 1, "%ld", &jobs);
             fclose(f);
         }
         if (jobs >= run.jobs * 99 / 100 || NowMs() > waitEnd) break;
@@ -384,7 +391,8 @@ void Measure(const Run& run, int tries) {
     const int aside = layout.filter.x + 10, asideY = layout.filter.y - 40; // off the list
     std::vector<std::pair<std::string, std::vector<double>>> figures;
     auto tryEach = [&](const std::string& name, const Rect& region, bool ink, double share,
-                       const std::function<void(int)>& input, const std::function<void(int)>& after) {
+                       const std::function<void(int)>& input,
+                       const std::function<void(int)>& after) {
         std::vector<double> ms;
         for (int i = 0; i < tries; ++i) {
             SleepMs(250); // what the last input asked for is on screen by now
@@ -394,47 +402,72 @@ void Measure(const Run& run, int tries) {
         figures.emplace_back(name, ms);
     };
     // Sorting: each click turns the order, so each shows other rows.
-    for (const auto& [type, label] : std::vector<std::pair<int, const char*>>{
-             {0, "Name"}, {2, "Status"}, {3, "Progress"}}) {
+    for (const auto& [type, label] :
+         std::vector<std::pair<int, const char*>>{{0, "Name"}, {2, "Status"}, {3, "Progress"}}) {
         const auto c = layout.columns[type];
         Click(c.first + c.second / 2, headerY); // sorted by it: each timed click turns the order
         MoveTo(aside, asideY);
         SleepMs(1500);
-        tryEach(std::string("L1 sort by ") + label + ": click to rows", column(type), true, 0.15,
-                [&](int) { Click(c.first + c.second / 2, headerY); MoveTo(aside, asideY); }, nullptr);
+        tryEach(
+            std::string("L1 sort by ") + label + ": click to rows", column(type), true, 0.15,
+            [&](int) {
+                Click(c.first + c.second / 2, headerY);
+                MoveTo(aside, asideY);
+            },
+            nullptr);
     }
     const int bodyX = names.x + names.w / 2, bodyY = layout.body.y + layout.body.h / 3;
-    tryEach("L2 wheel notch: to new rows", names, true, 0.15,
-            [&](int i) { MoveTo(bodyX, bodyY); Click(bodyX, bodyY, i % 2 ? 4 : 5); }, nullptr);
+    tryEach(
+        "L2 wheel notch: to new rows", names, true, 0.15,
+        [&](int i) {
+            MoveTo(bodyX, bodyY);
+            Click(bodyX, bodyY, i % 2 ? 4 : 5);
+        },
+        nullptr);
     Click(bodyX, layout.body.y + 3 * 10); // a row selected: the keys go to the list
     MoveTo(aside, asideY);
     Key(XK_Page_Down); // the selection at the bottom of the view: each Page Down scrolls
-    tryEach("L3 Page Down: to new rows", names, true, 0.15, [&](int) { Key(XK_Page_Down); },
-            nullptr);
-    tryEach("L4 Home/End: to new rows", names, true, 0.15,
-            [&](int i) { Key(i % 2 ? XK_Home : XK_End); }, nullptr);
+    tryEach(
+        "L3 Page Down: to new rows", names, true, 0.15, [&](int) { Key(XK_Page_Down); }, nullptr);
+    tryEach(
+        "L4 Home/End: to new rows", names, true, 0.15,
+        [&](int i) { Key(i % 2 ? XK_Home : XK_End); }, nullptr);
     const Rect page{layout.body.x + 20, layout.body.y + 20, 300, 200};
-    tryEach("L5 tab switch: to the page", page, false, 0.2, [&](int i) {
-        const Rect& t = layout.tabs[i % 2 ? "jobs" : "bytype"];
-        Click(t.x + t.w / 2, t.y + t.h / 2);
-        MoveTo(aside, asideY);
-    }, nullptr);
+    tryEach(
+        "L5 tab switch: to the page", page, false, 0.2,
+        [&](int i) {
+            const Rect& t = layout.tabs[i % 2 ? "jobs" : "bytype"];
+            Click(t.x + t.w / 2, t.y + t.h / 2);
+            MoveTo(aside, asideY);
+        },
+        nullptr);
     if (figures.back().second.size() % 2) { // back on Jobs
         const Rect& t = layout.tabs["jobs"];
         Click(t.x + t.w / 2, t.y + t.h / 2);
     }
     const int rowY = layout.body.y + 40;
-    tryEach("L6 job menu: right click to menu", Rect{bodyX, rowY, 200, 150}, false, 0.2,
-            [&](int) { Click(bodyX, rowY, 3); },
-            [&](int) { SleepMs(150); Key(XK_Escape); MoveTo(aside, asideY); SleepMs(300); });
+    tryEach(
+        "L6 job menu: right click to menu", Rect{bodyX, rowY, 200, 150}, false, 0.2,
+        [&](int) { Click(bodyX, rowY, 3); },
+        [&](int) {
+            SleepMs(150);
+            Key(XK_Escape);
+            MoveTo(aside, asideY);
+            SleepMs(300);
+        });
     Click(layout.filter.x + layout.filter.w / 2, layout.filter.y + layout.filter.h / 2);
-    tryEach("L7 job filter keystroke: to rows", names, true, 0.15,
-            [&](int i) { Key(i % 2 ? XK_BackSpace : XK_7); }, nullptr);
+    tryEach(
+        "L7 job filter keystroke: to rows", names, true, 0.15,
+        [&](int i) { Key(i % 2 ? XK_BackSpace : XK_7); }, nullptr);
     const auto c0 = layout.columns[0];
-    const Rect across{c0.first + 1, layout.body.y + 2, c0.second + 100, std::min(layout.body.h - 4, 300)};
-    tryEach("L8 column width drag: to rows", across, true, 0.1,
-            [&](int i) { Drag(c0.first + c0.second - 1 + (i % 2 ? 40 : 0), headerY, i % 2 ? -40 : 40); },
-            nullptr);
+    const Rect across{c0.first + 1, layout.body.y + 2, c0.second + 100,
+                      std::min(layout.body.h - 4, 300)};
+    tryEach(
+        "L8 column width drag: to rows", across, true, 0.1,
+        [&](int i) {
+            Drag(c0.first + c0.second - 1 + (i % 2 ? 40 : 0), headerY, i % 2 ? -40 : 40);
+        },
+        nullptr);
 
     const double seconds = (NowMs() - t0) / 1000;
     char load[160];
@@ -460,13 +493,17 @@ void MeasureIdle(bool process) {
     const std::string dir = g_Scratch + "/idle" + std::to_string(process);
     mkdir(dir.c_str(), 0700);
     std::unique_ptr<Process> master;
-    std::vector<std::string> args = {"--name", "IdleBench" + std::to_string(process),
-                                     "--allow-second", "--options", dir + "/o.ini", "--log-dir",
+    std::vector<std::string> args = {"--name",
+                                     "IdleBench" + std::to_string(process),
+                                     "--allow-second",
+                                     "--options",
+                                     dir + "/o.ini",
+                                     "--log-dir",
                                      dir};
     if (process) {
         master.reset(new Process(g_Bin + "/master/taviro-master",
-                                 {"--port", "0", "--pub-port", "0", "--bind", "127.0.0.1",
-                                  "--jobs", "100000", "--rate", "0", "--log-dir", dir}));
+                                 {"--port", "0", "--pub-port", "0", "--bind", "127.0.0.1", "--jobs",
+                                  "100000", "--rate", "0", "--log-dir", dir}));
         int port = 0;
         for (std::string line = master->Line(30000); !line.empty() && !port;
              line = master->Line(30000)) {
@@ -517,7 +554,8 @@ int main(int argc, char** argv) {
     setenv("XDG_CONFIG_HOME", (g_Scratch + "/config").c_str(), 1);
 
     printf("Input to pixels through the X server (XTest), %d tries each; jobs and messages/s "
-           "of the farm beside each figure\n", tries);
+           "of the farm beside each figure\n",
+           tries);
     char label[4][64];
     snprintf(label[0], 64, "%ldk jobs %d/s, farm process", jobs / 1000, rate);
     snprintf(label[1], 64, "%ldk jobs %d/s, embedded", jobs / 1000, rate);

@@ -557,13 +557,12 @@ void FitLongText() {
         int width = 100;
         const auto start = std::chrono::steady_clock::now();
         const String shown = FormatDisplayString(text, width, dc);
-        ms.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() -
-                                                               start)
-                         .count());
+        ms.push_back(
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+                .count());
         if (shown.empty()) return;
     }
-    printf("P5 fit a 4000-character cell into 100 px: median %.3f ms (goal <= 1 ms)\n",
-           Median(ms));
+    printf("P5 fit a 4000-character cell into 100 px: median %.3f ms (goal <= 1 ms)\n", Median(ms));
 }
 
 int main(int argc, char** argv) {

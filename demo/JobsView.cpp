@@ -490,13 +490,15 @@ void JobsView::SortByComparing() {
 // Every entry by arrival, kept through the ticks: the input of the sorts by value. Newcomers
 // come with rising arrival numbers; the gone are found by binary search on theirs.
 
-void JobsView::KeepArrivalOrder(const std::vector<_Entry*>& fresh, const std::vector<_Entry*>& gone) {
+void JobsView::KeepArrivalOrder(const std::vector<_Entry*>& fresh,
+                                const std::vector<_Entry*>& gone) {
     std::vector<size_t> out;
     for (_Entry* e : gone) {
         if (!e->gone || !e->arrived) continue;
         e->arrived = false;
-        const auto at = std::lower_bound(m_BySeq.begin(), m_BySeq.end(), e->seq,
-                                         [](const _Entry* x, uint32_t seq) { return x->seq < seq; });
+        const auto at =
+            std::lower_bound(m_BySeq.begin(), m_BySeq.end(), e->seq,
+                             [](const _Entry* x, uint32_t seq) { return x->seq < seq; });
         if (at != m_BySeq.end() && *at == e) out.push_back(size_t(at - m_BySeq.begin()));
     }
     if (!out.empty()) {
@@ -540,9 +542,10 @@ bool JobsView::SortFromNameOrder() {
         chain = true;
     }
     if (rows.size() != m_Rows.size()) { // never expected: every shown job has a row
-        GlobalLog(LL_Warning, SFormat("Jobs: the name order holds %zu shown jobs and the list %zu rows; "
-                           "sorting by comparing instead",
-                           rows.size(), m_Rows.size()));
+        GlobalLog(LL_Warning,
+                  SFormat("Jobs: the name order holds %zu shown jobs and the list %zu rows; "
+                          "sorting by comparing instead",
+                          rows.size(), m_Rows.size()));
         for (_Entry* e : m_ByName)
             e->named = false;
         m_ByName.clear();
@@ -736,9 +739,8 @@ std::vector<uint32_t> JobsView::_Texts::Ranks() const {
     std::vector<uint32_t> order(values.size()), ranks(values.size());
     for (uint32_t i = 0; i < order.size(); ++i)
         order[i] = i;
-    std::sort(order.begin(), order.end(), [this](uint32_t a, uint32_t b) {
-        return NaturalCompare(values[a], values[b]) < 0;
-    });
+    std::sort(order.begin(), order.end(),
+              [this](uint32_t a, uint32_t b) { return NaturalCompare(values[a], values[b]) < 0; });
     for (size_t i = 0, rank = 0; i < order.size(); ++i) {
         if (i && NaturalCompare(values[order[i - 1]], values[order[i]]) != 0) ++rank;
         ranks[order[i]] = uint32_t(rank);
