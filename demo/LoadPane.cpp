@@ -1,7 +1,7 @@
 #include "demo/LoadPane.h"
 
 #include <wxTaviro/wxBarHistoryCtrl.h>
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <wx/dcbuffer.h>
 #include <wx/sizer.h>

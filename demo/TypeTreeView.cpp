@@ -2,7 +2,7 @@
 
 #include "demo/JobsView.h"
 
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <taviro/JobFactory.h>
 

@@ -1,7 +1,7 @@
 #include "demo/Windows.h"
 
 #include <wxTaviro/wxTaviro.h>
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 #include <wxTaviro/wxTextLineCtrl.h>
 
 #include <wx/sizer.h>

@@ -1,6 +1,7 @@
-// The call trace: every public method opens a _CallEntry; each thread keeps its own stack of
-// open entries in a fixed array, so an entry costs a few stores and never allocates. The crash
-// handler writes the crashing thread's stack into the global log.
+/// @file
+/// The call trace: every public method opens a _CallEntry; each thread keeps its own stack of
+/// open entries in a fixed array, so an entry costs a few stores and never allocates. The crash
+/// handler writes the crashing thread's stack into the global log.
 #pragma once
 
 #include <cstddef>
@@ -13,11 +14,11 @@ struct _CallStack {
         int line;
     };
     Frame frames[k_Capacity];
-    unsigned depth; // may exceed k_Capacity: deeper entries are counted, not stored
+    unsigned depth; ///< may exceed k_Capacity: deeper entries are counted, not stored
 };
 
-// initial-exec: the stack is reached with one offset from the thread pointer instead of a call
-// to __tls_get_addr. The library is linked, never dlopen'ed late, so this model is allowed.
+/// initial-exec: the stack is reached with one offset from the thread pointer instead of a call
+/// to __tls_get_addr. The library is linked, never dlopen'ed late, so this model is allowed.
 extern thread_local _CallStack t_CallStack __attribute__((tls_model("initial-exec")));
 
 class _CallEntry {
@@ -31,18 +32,18 @@ public:
     _CallEntry(const _CallEntry&) = delete;
     _CallEntry& operator=(const _CallEntry&) = delete;
 
-    // The current thread's open entries, innermost last.
+    /// The current thread's open entries, innermost last.
     static unsigned Depth() { return t_CallStack.depth; }
     static const _CallStack::Frame* At(unsigned index) {
         return index < t_CallStack.depth && index < _CallStack::k_Capacity
                    ? &t_CallStack.frames[index]
                    : nullptr;
     }
-    // Writes the current thread's trace to a file descriptor using only async-signal-safe
-    // calls (the crash handler runs this).
+    /// Writes the current thread's trace to a file descriptor using only async-signal-safe
+    /// calls (the crash handler runs this).
     static void WriteTrace(int fd) noexcept;
-    // Installs handlers for SIGSEGV, SIGABRT, SIGBUS and SIGFPE that write the crashing
-    // thread's trace into the global log, then let the process die by the same signal.
+    /// Installs handlers for SIGSEGV, SIGABRT, SIGBUS and SIGFPE that write the crashing
+    /// thread's trace into the global log, then let the process die by the same signal.
     static void InstallCrashHandler();
 };
 

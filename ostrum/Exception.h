@@ -1,12 +1,13 @@
-// The foundation's failure type. Thrown as a pointer: `throw new Exception(code, message,
-// detail)`; whoever catches it reports it and deletes it.
+/// @file
+/// The foundation's failure type. Thrown as a pointer: `throw new Exception(code, message,
+/// detail)`; whoever catches it reports it and deletes it.
 #pragma once
 
 #include <ostrum/String.h>
 
 #include <cstdint>
 
-// Error codes used by the foundation library itself.
+/// Error codes used by the foundation library itself.
 enum : uint32_t {
     k_ErrGeneral = 0x20000001,
     k_ErrIO = 0x20000002,
@@ -18,6 +19,9 @@ enum : uint32_t {
     k_ErrReadOnly = 0x20000008,
 };
 
+/// The foundation's error: a code, a message and a detail text. Thrown as a pointer
+/// (`throw new Exception(...)`); whoever catches it reports it and deletes it.
+/// @ingroup ostrum
 class Exception {
 public:
     Exception(uint32_t code, const String& message, const String& detail = String());
@@ -26,7 +30,7 @@ public:
     uint32_t GetCode() const { return m_Code; }
     const String& GetMessage() const { return m_Message; }
     const String& GetDetail() const { return m_Detail; }
-    // "message" or "message: detail", for logs and boxes.
+    /// "message" or "message: detail", for logs and boxes.
     String Format() const;
 
 private:

@@ -1,14 +1,17 @@
-// Paths, files and output streams.
+/// @file
+/// Paths, files and output streams.
 #pragma once
 
 #include <ostrum/String.h>
 
 #include <cstdint>
 
-// Writes all of data to fd, retrying partial and interrupted writes (one write call for a
-// short record, so log lines of different threads never mix); false on an error.
+/// Writes all of data to fd, retrying partial and interrupted writes (one write call for a
+/// short record, so log lines of different threads never mix); false on an error.
 bool WriteAllFd(int fd, const char* data, size_t size);
 
+/// A file system path as text: its folder (Branch), its last component (Leaf) and joining (/).
+/// @ingroup ostrum
 class Path {
 public:
     Path() = default;
@@ -20,14 +23,14 @@ public:
     bool IsEmpty() const { return m_Text.empty(); }
     bool IsAbsolute() const { return !m_Text.empty() && m_Text[0] == '/'; }
 
-    // The folder part. With isDirectory the path itself names a folder and is returned whole;
-    // otherwise its parent ("" for a bare name, "/" for a file in the root). With normalize,
-    // doubled separators and "." components are dropped and no trailing separator remains.
+    /// The folder part. With isDirectory the path itself names a folder and is returned whole;
+    /// otherwise its parent ("" for a bare name, "/" for a file in the root). With normalize,
+    /// doubled separators and "." components are dropped and no trailing separator remains.
     Path Branch(bool isDirectory = false, bool normalize = true) const;
-    // The last component ("" for the root or an empty path).
+    /// The last component ("" for the root or an empty path).
     String Leaf() const;
 
-    // Appends one or more components with a single separator between.
+    /// Appends one or more components with a single separator between.
     Path& operator/=(const String& name);
     Path operator/(const String& name) const {
         Path p(*this);
@@ -41,16 +44,18 @@ private:
     String m_Text;
 };
 
-// Open modes: bits that OutFile understands. The usual "create or truncate for writing" is 22.
+/// Open modes: bits that OutFile understands. The usual "create or truncate for writing" is 22.
 enum : int {
     k_FileRead = 1,
     k_FileWrite = 2,
     k_FileCreate = 4,
     k_FileAppend = 8,
     k_FileTruncate = 16,
-    k_FileWriteNew = k_FileWrite | k_FileCreate | k_FileTruncate, // 22
+    k_FileWriteNew = k_FileWrite | k_FileCreate | k_FileTruncate, ///< 22
 };
 
+/// A file by path and mode, and the user folder of the suite (GetUserDir).
+/// @ingroup ostrum
 class File {
 public:
     File() = default;
@@ -66,20 +71,20 @@ public:
 
     static bool Exists(const Path& path);
     static bool IsDirectory(const Path& path);
-    // Creates the folder and its parents; throws Exception* on failure.
+    /// Creates the folder and its parents; throws Exception* on failure.
     static void CreateDirectories(const Path& path);
-    // The per-user folder ($XDG_CONFIG_HOME/taviro, else $HOME/.config/taviro), created when
-    // missing. Throws Exception* "No User Folder available" (0x20000003) when there is none.
+    /// The per-user folder ($XDG_CONFIG_HOME/taviro, else $HOME/.config/taviro), created when
+    /// missing. Throws Exception* "No User Folder available" (0x20000003) when there is none.
     static String GetUserDir();
-    // The whole content; throws Exception* when the file cannot be read, is not a regular file
-    // (a FIFO or a device would block or never end) or is larger than maxSize bytes.
+    /// The whole content; throws Exception* when the file cannot be read, is not a regular file
+    /// (a FIFO or a device would block or never end) or is larger than maxSize bytes.
     static String ReadAll(const Path& path, uint64_t maxSize = UINT64_MAX);
-    // Replaces the file so that a crash at any moment leaves the old or the new content whole:
-    // a temporary file in the same folder, fsync, rename over the old one, fsync of the folder.
-    // Keeps the old file's permissions. Throws Exception* on failure; the old file is intact.
-    // A read-only file (no write bit) is not replaced: that throws k_ErrReadOnly. A symbolic
-    // link is written through: its final target is replaced and the link stays.
-    // Temporaries that earlier saves of the same file left when their process died are removed.
+    /// Replaces the file so that a crash at any moment leaves the old or the new content whole:
+    /// a temporary file in the same folder, fsync, rename over the old one, fsync of the folder.
+    /// Keeps the old file's permissions. Throws Exception* on failure; the old file is intact.
+    /// A read-only file (no write bit) is not replaced: that throws k_ErrReadOnly. A symbolic
+    /// link is written through: its final target is replaced and the link stays.
+    /// Temporaries that earlier saves of the same file left when their process died are removed.
     static void AtomicWrite(const Path& path, const String& content);
 
 private:
@@ -87,6 +92,8 @@ private:
     int m_Mode = k_FileRead;
 };
 
+/// Something that can be closed; the base of the output streams.
+/// @ingroup ostrum
 class Stream {
 public:
     virtual ~Stream() = default;
@@ -95,20 +102,22 @@ public:
 
 enum EOLType { k_EOLDefault = 0, k_EOLUnix = 1, k_EOLDos = 2 };
 
+/// Text output with the platform's or a chosen end of line; OutFile writes it to a file.
+/// @ingroup ostrum
 class OutStream : public Stream {
 public:
     virtual void Put(const char* data, size_t size) = 0;
     void Put(const String& text) { Put(text.data(), text.size()); }
     void Put(const char* text) { Put(String(text)); }
-    // The platform end of line unless another type is asked for.
+    /// The platform end of line unless another type is asked for.
     void PutEOL(EOLType type = k_EOLDefault);
 };
 
-// A buffered file writer. Errors throw Exception*.
+/// A buffered file writer. Errors throw Exception*.
 class OutFile : public OutStream {
 public:
-    // mode: k_File* bits (22 creates or truncates); append forces appending; syncOnClose
-    // fsyncs before closing; permissions -1 means 0666 less the umask.
+    /// mode: k_File* bits (22 creates or truncates); append forces appending; syncOnClose
+    /// fsyncs before closing; permissions -1 means 0666 less the umask.
     OutFile(const Path& path, int mode = k_FileWriteNew, bool append = false,
             bool syncOnClose = false, int permissions = -1);
     ~OutFile() override;

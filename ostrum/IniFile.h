@@ -1,11 +1,12 @@
-// Ini files: sections of "key=value" lines; the unnamed section (name "") comes first and has
-// no header. Section and key names compare without regard to case. Comments, blank lines and
-// lines the parser does not understand are kept in place and written back. A value with a line
-// break, surrounding blanks or a leading double quote is written quoted with C escapes.
-//
-// Thread safety: every call takes the file's RWLock (read or write). InsertSection and the
-// two-argument SetValue share a current section, so a caller doing both holds the write lock
-// across them (GetRWLock()); the writer may take the lock again.
+/// @file
+/// Ini files: sections of "key=value" lines; the unnamed section (name "") comes first and has
+/// no header. Section and key names compare without regard to case. Comments, blank lines and
+/// lines the parser does not understand are kept in place and written back. A value with a line
+/// break, surrounding blanks or a leading double quote is written quoted with C escapes.
+///
+/// Thread safety: every call takes the file's RWLock (read or write). InsertSection and the
+/// two-argument SetValue share a current section, so a caller doing both holds the write lock
+/// across them (GetRWLock()); the writer may take the lock again.
 #pragma once
 
 #include <ostrum/File.h>
@@ -17,22 +18,25 @@
 #include <set>
 #include <vector>
 
+/// A file of `key = value` lines in sections, with typed reads, a current section for
+/// writes, an RWLock for threads, and atomic saving (a crash leaves the old or the new file whole).
+/// @ingroup ostrum
 class IniFile : public File {
 public:
     IniFile() = default;
     explicit IniFile(const Path& name) : File(name, k_FileRead) {}
 
-    // Reads the file named by SetFilename/the constructor. mustExist: a missing file throws
-    // Exception* (k_ErrNotFound), otherwise it reads as empty. replace: forget the current
-    // content first, otherwise the file's keys are merged over it. Read errors throw.
+    /// Reads the file named by SetFilename/the constructor. mustExist: a missing file throws
+    /// Exception* (k_ErrNotFound), otherwise it reads as empty. replace: forget the current
+    /// content first, otherwise the file's keys are merged over it. Read errors throw.
     void Load(bool mustExist = true, bool replace = true);
-    // Parses text as file content (same rules as Load). Never throws: odd lines are kept raw.
+    /// Parses text as file content (same rules as Load). Never throws: odd lines are kept raw.
     void LoadFromString(const String& text, bool replace = true);
-    // Writes the whole content to the file name, crash-safely. Throws Exception* on failure.
+    /// Writes the whole content to the file name, crash-safely. Throws Exception* on failure.
     void Save();
     String ToString() const;
 
-    // Makes the section current, creating it at the end when missing.
+    /// Makes the section current, creating it at the end when missing.
     void InsertSection(const String& section);
     const String& GetCurrentSection() const { return m_Current; }
     bool HasSection(const String& section) const;
@@ -40,25 +44,25 @@ public:
     std::vector<String> GetSections() const;
     std::vector<String> GetKeys(const String& section) const;
 
-    // In the current section. Throws Exception* (k_ErrArgument) for a key that cannot be
-    // written back as a key (empty, with '=' or a line break, or starting with '[', ';', '#').
+    /// In the current section. Throws Exception* (k_ErrArgument) for a key that cannot be
+    /// written back as a key (empty, with '=' or a line break, or starting with '[', ';', '#').
     void SetValue(const String& key, const String& value);
     void SetValue(const String& key, int value) { SetValue(key, String::FromInt(value)); }
-    // In the named section, created when missing; the current section is left alone.
+    /// In the named section, created when missing; the current section is left alone.
     void SetValue(const String& section, const String& key, const String& value);
 
     String GetValue(const String& section, const String& key, const String& def) const;
     String GetValue(const String& section, const String& key, const char* def) const {
         return GetValue(section, key, String(def));
     }
-    // True for k_Yes, "1", "true" (any case); anything else is false; absent gives def.
+    /// True for k_Yes, "1", "true" (any case); anything else is false; absent gives def.
     bool GetValue(const String& section, const String& key, bool def) const;
-    // A value that is not a whole number gives def.
+    /// A value that is not a whole number gives def.
     int GetValue(const String& section, const String& key, int def) const;
     long GetValue(const String& section, const String& key, long def) const;
     double GetValue(const String& section, const String& key, double def) const;
 
-    // Removes every key of the section (comments stay); the section itself remains.
+    /// Removes every key of the section (comments stay); the section itself remains.
     void ClearSection(const String& section);
     bool RemoveKey(const String& section, const String& key);
     void RemoveSection(const String& section);
@@ -68,7 +72,7 @@ public:
     RWLock* GetRWLock() const { return &m_Lock; }
 
 protected:
-    // Called after every change, with the caller's locks (if any) still held.
+    /// Called after every change, with the caller's locks (if any) still held.
     virtual void OnChanged() {}
 
 private:
@@ -108,8 +112,8 @@ private:
     mutable std::set<String> m_Rejected;
 };
 
-// The application's options file: written through after each change unless a pause is
-// active. Pauses nest; the outermost end writes once if anything changed.
+/// The application's options file: written through after each change unless a pause is
+/// active. Pauses nest; the outermost end writes once if anything changed.
 class OptionsFile : public IniFile {
 public:
     OptionsFile() = default;
@@ -118,10 +122,12 @@ public:
 
     void PauseAutoWrite(bool pause);
     bool IsAutoWritePaused() const;
-    // Writes the file if it changed since the last load or save. A failure is logged and
-    // reported as false; nothing is thrown (widgets write settings and must not fail).
+    /// Writes the file if it changed since the last load or save. A failure is logged and
+    /// reported as false; nothing is thrown (widgets write settings and must not fail).
     bool WriteOut();
 
+    /// Holds back the automatic writing while it lives (nested pauses count); the outermost
+    /// one writes the file on its end if anything changed.
     class Pause {
     public:
         explicit Pause(OptionsFile* file) : m_File(file) {

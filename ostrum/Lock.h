@@ -1,5 +1,6 @@
-// Locks: a recursive mutex that knows its owner, and a reader/writer lock whose writer may
-// re-enter and also read.
+/// @file
+/// Locks: a recursive mutex that knows its owner, and a reader/writer lock whose writer may
+/// re-enter and also read.
 #pragma once
 
 #include <atomic>
@@ -7,8 +8,8 @@
 #include <mutex>
 #include <thread>
 
-// Recursive: the owning thread may enter again. Keeps the owner and the entry count so that
-// code can ask whether the current thread holds it.
+/// Recursive: the owning thread may enter again. Keeps the owner and the entry count so that
+/// code can ask whether the current thread holds it.
 class Mutex {
 public:
     Mutex() = default;
@@ -21,11 +22,12 @@ public:
     bool IsLockedByCurrentThread() const;
     unsigned EntryCount() const;
 
-    // std::lock_guard compatibility.
+    /// std::lock_guard compatibility.
     void lock() { Lock(); }
     void unlock() { Unlock(); }
     bool try_lock() { return TryLock(); }
 
+    /// Holds the mutex for its lifetime.
     class Guard {
     public:
         explicit Guard(Mutex& m) : m_Mutex(m) { m_Mutex.Lock(); }
@@ -43,9 +45,9 @@ private:
     unsigned m_Count = 0;
 };
 
-// Many readers or one writer. The writer may take the lock again (read or write); a reader may
-// take further read locks. A reader must not ask for the write lock (that would deadlock with
-// another such reader), and readers go first: writers wait until no one reads.
+/// Many readers or one writer. The writer may take the lock again (read or write); a reader may
+/// take further read locks. A reader must not ask for the write lock (that would deadlock with
+/// another such reader), and readers go first: writers wait until no one reads.
 class RWLock {
 public:
     RWLock() = default;
@@ -58,6 +60,7 @@ public:
     void WriteUnlock();
     bool IsWriteLockedByCurrentThread() const;
 
+    /// Holds a read lock for its lifetime.
     class ReadGuard {
     public:
         explicit ReadGuard(RWLock& l) : m_Lock(l) { m_Lock.ReadLock(); }
@@ -68,6 +71,7 @@ public:
     private:
         RWLock& m_Lock;
     };
+    /// Holds the write lock for its lifetime.
     class WriteGuard {
     public:
         explicit WriteGuard(RWLock& l) : m_Lock(l) { m_Lock.WriteLock(); }

@@ -1,5 +1,6 @@
-// The farm log: one file in the log folder, a line per record (time, thread, level, text),
-// safe to write from any thread.
+/// @file
+/// The farm log: one file in the log folder, a line per record (time, thread, level, text),
+/// safe to write from any thread.
 #pragma once
 
 #include <ostrum/String.h>
@@ -17,6 +18,9 @@ enum LogLevel {
     LL_Debug = 6,
 };
 
+/// The farm log file: one line per record (time, thread, level, text), written from any
+/// thread; records above the level threshold are dropped.
+/// @ingroup ostrum
 class Log {
 public:
     Log();
@@ -24,26 +28,26 @@ public:
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;
 
-    // Opens (appending) or creates the file; the folder is created when missing. Throws
-    // Exception* when the file cannot be opened; the previous file stays in use then.
+    /// Opens (appending) or creates the file; the folder is created when missing. Throws
+    /// Exception* when the file cannot be opened; the previous file stays in use then.
     void Open(const String& fileName);
     void Close();
     const String& GetFileName() const { return m_FileName; }
 
-    // Records at or below the threshold are written; the rest are dropped.
+    /// Records at or below the threshold are written; the rest are dropped.
     void SetLevel(LogLevel level) { m_Level = level; }
     LogLevel GetLevel() const { return (LogLevel)m_Level.load(); }
-    // Records at or below this level are also echoed to standard error (-1: none).
+    /// Records at or below this level are also echoed to standard error (-1: none).
     void SetEchoLevel(int level) { m_EchoLevel = level; }
 
     void Write(LogLevel level, const String& text);
 
-    // For the crash handler: the raw descriptor, or -1.
+    /// For the crash handler: the raw descriptor, or -1.
     int GetFd() const { return m_Fd; }
 
     static const char* LevelName(LogLevel level);
 
-    // The process's log. It lives as long as the process, so any thread may log at any time.
+    /// The process's log. It lives as long as the process, so any thread may log at any time.
     static Log* const s_GlobalLog;
 
 private:

@@ -1,4 +1,5 @@
-// Everything of the foundation library in one include.
+/// @file
+/// Everything of the foundation library in one include.
 #pragma once
 
 #include <ostrum/Application.h>

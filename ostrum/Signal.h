@@ -1,24 +1,25 @@
-// Signals and slots.
-//
-// Promises:
-//  - once Disconnect (of a connection, an owner or all) returns, no slot of what it removed is
-//    running on another thread or will run again; the same holds once a HasSlots owner has
-//    disconnected all (its destructor does it);
-//  - a slot may connect, disconnect, destroy its own owner or emit (the same or another signal)
-//    from inside an emission on the same thread without deadlock;
-//  - emitting allocates nothing.
-//
-// How: each signal keeps its connections in a shared core guarded by its own recursive mutex,
-// held for the whole emission (ThreadPolicy::LocalThreaded), so a disconnect from another thread
-// waits for a running emission to finish. A disconnect from inside an emission marks the
-// connection dead; the emission skips dead entries and the list is compacted when the outermost
-// emission ends. Owners remember the cores of the signals they are connected to weakly, and
-// never hold their own lock while taking a signal's, so there is a single lock order
-// (signal, then owner) and a dying signal cannot deadlock with a dying owner.
-//
-// A derived class whose slots use its own members, and whose signals may be emitted on other
-// threads, calls DisconnectAll() first thing in its destructor: the HasSlots destructor runs
-// after the derived members are gone.
+/// @file
+/// Signals and slots.
+///
+/// Promises:
+///  - once Disconnect (of a connection, an owner or all) returns, no slot of what it removed is
+///    running on another thread or will run again; the same holds once a HasSlots owner has
+///    disconnected all (its destructor does it);
+///  - a slot may connect, disconnect, destroy its own owner or emit (the same or another signal)
+///    from inside an emission on the same thread without deadlock;
+///  - emitting allocates nothing.
+///
+/// How: each signal keeps its connections in a shared core guarded by its own recursive mutex,
+/// held for the whole emission (ThreadPolicy::LocalThreaded), so a disconnect from another thread
+/// waits for a running emission to finish. A disconnect from inside an emission marks the
+/// connection dead; the emission skips dead entries and the list is compacted when the outermost
+/// emission ends. Owners remember the cores of the signals they are connected to weakly, and
+/// never hold their own lock while taking a signal's, so there is a single lock order
+/// (signal, then owner) and a dying signal cannot deadlock with a dying owner.
+///
+/// A derived class whose slots use its own members, and whose signals may be emitted on other
+/// threads, calls DisconnectAll() first thing in its destructor: the HasSlots destructor runs
+/// after the derived members are gone.
 #pragma once
 
 #include <ostrum/Lock.h>
@@ -30,32 +31,35 @@
 #include <vector>
 
 namespace ThreadPolicy {
-// Connection changes and emissions of one signal are serialised by that signal's own recursive
-// mutex.
+/// Connection changes and emissions of one signal are serialised by that signal's own recursive
+/// mutex.
 struct LocalThreaded {};
 } // namespace ThreadPolicy
 
 class HasSlots;
 
-// The part of a signal that outlives it while an owner may still be looking at it.
+/// The part of a signal that outlives it while an owner may still be looking at it.
 class _SignalCoreBase {
 public:
     virtual ~_SignalCoreBase() = default;
-    // Removes every connection whose owner is `owner`.
+    /// Removes every connection whose owner is `owner`.
     virtual void DisconnectOwner(HasSlots* owner) = 0;
 };
 
+/// The owner of slots: it remembers the signals it is connected to and disconnects from all
+/// of them when destroyed (or DisconnectAll), so that no slot runs on a dead object.
+/// @ingroup ostrum
 class HasSlots {
 public:
     HasSlots() = default;
-    // A copy starts with no connections of its own.
+    /// A copy starts with no connections of its own.
     HasSlots(const HasSlots&) : HasSlots() {}
     HasSlots& operator=(const HasSlots&) { return *this; }
     virtual ~HasSlots() { DisconnectAll(); }
 
-    // Records a signal this object is connected to (signals call this when connecting).
+    /// Records a signal this object is connected to (signals call this when connecting).
     void ConnectSignal(const std::shared_ptr<_SignalCoreBase>& signal);
-    // Drops every connection of every signal to this object; afterwards none of its slots runs.
+    /// Drops every connection of every signal to this object; afterwards none of its slots runs.
     void DisconnectAll();
     size_t ConnectedSignalCount();
     Mutex& GetSlotsLock() { return m_SlotsLock; }
@@ -75,13 +79,13 @@ public:
     virtual void Call(Args... args) = 0;
     HasSlots* Owner() const { return m_Owner; }
     SlotId m_Id = 0;
-    bool m_Alive = true; // guarded by the signal's mutex
+    bool m_Alive = true; ///< guarded by the signal's mutex
 
 private:
     HasSlots* m_Owner;
 };
 
-// A method of a HasSlots object taking no argument.
+/// A method of a HasSlots object taking no argument.
 template <class Obj, class Policy = ThreadPolicy::LocalThreaded>
 class Connection0 : public _Connection<> {
 public:
@@ -94,7 +98,7 @@ private:
     void (Obj::*m_Method)();
 };
 
-// A method of a HasSlots object taking one argument.
+/// A method of a HasSlots object taking one argument.
 template <class Obj, class Arg, class Policy = ThreadPolicy::LocalThreaded>
 class Connection1 : public _Connection<Arg> {
 public:
@@ -149,7 +153,7 @@ public:
                 if (--s->m_EmitDepth == 0 && s->m_Dead) s->Compact();
             }
         } depth(this);
-        // Slots connected during this emission are not called by it.
+        /// Slots connected during this emission are not called by it.
         const size_t n = m_Conns.size();
         for (size_t i = 0; i < n; ++i) {
             Conn* c = m_Conns[i].get(); // the vector may grow under us; the object stays
@@ -197,7 +201,7 @@ private:
     SlotId m_NextId = 0;
 };
 
-// The signal proper: owns its core and tells no one when it dies; owners find its core expired.
+/// The signal proper: owns its core and tells no one when it dies; owners find its core expired.
 template <class... Args>
 class _Signal {
 public:
@@ -206,7 +210,7 @@ public:
     _Signal(const _Signal&) = delete;
     _Signal& operator=(const _Signal&) = delete;
 
-    // Connects a ready-made connection (Connection0 / Connection1), shared-owned by the signal.
+    /// Connects a ready-made connection (Connection0 / Connection1), shared-owned by the signal.
     SlotId Connect(std::shared_ptr<_Connection<Args...>> connection) {
         HasSlots* owner = connection->Owner();
         Mutex::Guard g(m_Core->GetMutex());
@@ -214,7 +218,7 @@ public:
         if (owner) owner->ConnectSignal(m_Core);
         return id;
     }
-    // A function slot; with an owner it is dropped with the owner's other connections.
+    /// A function slot; with an owner it is dropped with the owner's other connections.
     SlotId Connect(std::function<void(Args...)> f, HasSlots* owner = nullptr) {
         return Connect(std::make_shared<_FunctionConnection<Args...>>(std::move(f), owner));
     }
@@ -223,13 +227,16 @@ public:
     void Disconnect(HasSlots* owner) { m_Core->DisconnectOwner(owner); }
     void DisconnectAll() { m_Core->RemoveAll(); }
     size_t ConnectionCount() const { return m_Core->Count(); }
-    // Held during every emission; hold it to make several changes atomic.
+    /// Held during every emission; hold it to make several changes atomic.
     Mutex& GetMutex() { return m_Core->GetMutex(); }
 
 protected:
     std::shared_ptr<_SignalCore<Args...>> m_Core;
 };
 
+/// A signal without arguments: Connect slots (functions or an owner's methods), Emit calls
+/// them all. Safe from any thread (see the file comment for the promises).
+/// @ingroup ostrum
 template <class Policy = ThreadPolicy::LocalThreaded>
 class Signal0 : public _Signal<> {
 public:
@@ -242,6 +249,8 @@ public:
     void operator()() { Emit(); }
 };
 
+/// A signal with one argument, passed to every slot: as Signal0 otherwise.
+/// @ingroup ostrum
 template <class Arg, class Policy = ThreadPolicy::LocalThreaded>
 class Signal1 : public _Signal<Arg> {
 public:

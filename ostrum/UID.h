@@ -1,4 +1,5 @@
-// 128-bit identifiers of farm objects, with the usual 8-4-4-4-12 hexadecimal text form.
+/// @file
+/// 128-bit identifiers of farm objects, with the usual 8-4-4-4-12 hexadecimal text form.
 #pragma once
 
 #include <ostrum/String.h>
@@ -8,14 +9,16 @@
 #include <cstring>
 #include <functional>
 
+/// A 128-bit identifier (of jobs, job types, commands) with its text form; UID::Null is none.
+/// @ingroup ostrum
 class UID {
 public:
-    // The null identifier.
+    /// The null identifier.
     UID() { m_Bytes.fill(0); }
-    // generate: a new random identifier; otherwise the null one.
+    /// generate: a new random identifier; otherwise the null one.
     explicit UID(bool generate);
-    // Parses the text form (braces and either case accepted). Bad text gives the null
-    // identifier, or throws Exception* (k_ErrFormat) when mustBeValid is set.
+    /// Parses the text form (braces and either case accepted). Bad text gives the null
+    /// identifier, or throws Exception* (k_ErrFormat) when mustBeValid is set.
     UID(const String& text, bool mustBeValid);
     static UID FromBytes(const uint8_t bytes[16]);
 
@@ -38,6 +41,7 @@ private:
 };
 
 namespace std {
+/// Hashes a UID, for unordered containers.
 template <>
 struct hash<UID> {
     size_t operator()(const UID& u) const noexcept {

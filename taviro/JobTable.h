@@ -1,6 +1,7 @@
-// The jobs a client knows, by identifier, kept in step with the master's messages, with the
-// number of jobs per status kept up to date as jobs change: asking for the counts costs the
-// same for ten jobs as for a million.
+/// @file
+/// The jobs a client knows, by identifier, kept in step with the master's messages, with the
+/// number of jobs per status kept up to date as jobs change: asking for the counts costs the
+/// same for ten jobs as for a million.
 #pragma once
 
 #include <taviro/Job.h>
@@ -11,6 +12,9 @@
 #include <unordered_map>
 #include <vector>
 
+/// The jobs a client knows, by identifier, with the number of jobs per status (see the file
+/// comment); every call is safe from any thread.
+/// @ingroup taviro
 class JobTable {
 public:
     JobTable();
@@ -18,13 +22,13 @@ public:
     JobTable(const JobTable&) = delete;
     JobTable& operator=(const JobTable&) = delete;
 
-    // A snapshot of every job (in no particular order).
+    /// A snapshot of every job (in no particular order).
     std::vector<JobPtr> GetAll() const;
     JobPtr Find(const UID& id) const;
     size_t Count() const;
-    // Number of jobs per status value (statuses without jobs are left out).
+    /// Number of jobs per status value (statuses without jobs are left out).
     std::map<int, size_t> CountByStatus() const;
-    // Applies a message: created, changed, removed, batch; other messages are ignored.
+    /// Applies a message: created, changed, removed, batch; other messages are ignored.
     void Apply(const Message& message);
     void Clear();
 

@@ -1,12 +1,13 @@
-// The embedded simulated farm master: a thread in the client's process that connects,
-// announces a farm of jobs of the installed types, moves them through their states with
-// progress, writes log lines and engine load, answers job commands, and can be told to
-// disconnect, reconnect and order a shutdown.
-//
-// The traffic is a pure function of the seed (FarmSchedule), so runs are repeatable; the thread
-// only paces it: rate messages per second; 0 sends only the snapshot and command answers,
-// a negative rate sends as fast as it can. Beside it, an optional stream of the master's own
-// log lines (k_MsgLogLine without a job) at logRate lines per second.
+/// @file
+/// The embedded simulated farm master: a thread in the client's process that connects,
+/// announces a farm of jobs of the installed types, moves them through their states with
+/// progress, writes log lines and engine load, answers job commands, and can be told to
+/// disconnect, reconnect and order a shutdown.
+///
+/// The traffic is a pure function of the seed (FarmSchedule), so runs are repeatable; the thread
+/// only paces it: rate messages per second; 0 sends only the snapshot and command answers,
+/// a negative rate sends as fast as it can. Beside it, an optional stream of the master's own
+/// log lines (k_MsgLogLine without a job) at logRate lines per second.
 #pragma once
 
 #include <taviro/FarmSchedule.h>
@@ -21,6 +22,8 @@
 #include <thread>
 #include <vector>
 
+/// The embedded simulated farm master (see the file comment).
+/// @ingroup taviro
 class SimulatedMaster : public Messenger {
 public:
     SimulatedMaster(MessageSink* sink, uint64_t seed, int jobCount, double rate,
@@ -33,17 +36,17 @@ public:
     String GetMasterName() const override { return "embedded"; }
     bool SendCommand(const UID& job, const String& command, const String& item,
                      String* error) override;
-    // Submits a new job of that type (see FarmSchedule::Submit).
+    /// Submits a new job of that type (see FarmSchedule::Submit).
     bool SubmitJob(const UID& type, String* error) override;
 
-    // Requests carried out on the master's thread, in order.
+    /// Requests carried out on the master's thread, in order.
     void Disconnect() override;
     void Reconnect() override;
     void OrderShutdown() override;
     void SetRate(double messagesPerSecond);
-    // The master's own log lines per second; 0 stops them.
+    /// The master's own log lines per second; 0 stops them.
     void SetLogRate(double linesPerSecond);
-    // Messages handed to the client so far (snapshot batches count as one).
+    /// Messages handed to the client so far (snapshot batches count as one).
     uint64_t Sent() const { return m_Sent.load(); }
 
 private:

@@ -1,6 +1,6 @@
 #include <wxTaviro/JobCommandMenu.h>
 
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <taviro/JobFactory.h>
 

@@ -1,6 +1,6 @@
 #include <wxTaviro/JobSelector.h>
 
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <taviro/ClientApp.h>
 
@@ -8,6 +8,7 @@
 
 #include <wx/odcombo.h>
 #include <wx/time.h>
+#include <wx/utils.h>
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,11 +1,13 @@
 #include <wxTaviro/ProductChoice.h>
 
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <taviro/JobFactory.h>
 
 #include <ostrum/Application.h>
 #include <ostrum/CallTrace.h>
+
+#include <wx/msgdlg.h>
 
 #include <map>
 

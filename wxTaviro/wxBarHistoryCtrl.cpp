@@ -1,8 +1,8 @@
 // The bar history chart: samples, scaling, geometry, rendering and the tooltip.
 #include <wxTaviro/wxBarHistoryCtrl.h>
 #include <wxTaviro/wxTaviroAccessible.h>
-#include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <ostrum/CallTrace.h>
 #include <ostrum/Time.h>

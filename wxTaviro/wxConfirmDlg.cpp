@@ -1,6 +1,6 @@
 // The confirmation dialog and the message box.
 #include <wxTaviro/wxConfirmDlg.h>
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <ostrum/Application.h>
 #include <ostrum/CallTrace.h>

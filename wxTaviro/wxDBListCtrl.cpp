@@ -4,8 +4,8 @@
 // selection events).
 #include <wxTaviro/wxDBListCtrl.h>
 
-#include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroFrame.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <ostrum/Application.h>
 #include <ostrum/CallTrace.h>
@@ -1250,15 +1250,15 @@ int ParseWidth(const String& token, int defaultWidth, const String& section, con
     const long v = strtol(token.c_str(), &end, 10);
     const bool overflow = errno == ERANGE;
     const String t = token.Trimmed();
-    const bool clean = !overflow && end && !t.empty() && String(end).Trimmed().empty() &&
-                       end != token.c_str();
+    const bool clean =
+        !overflow && end && !t.empty() && String(end).Trimmed().empty() && end != token.c_str();
     if (!clean || v < k_MinColumnWidth || v > k_MaxColumnWidth)
         GlobalLog(LL_Warning,
                   SFormat("Settings: [%s] %s: column width '%s' is not a width from %d to %d; %s",
                           section.c_str(), key.c_str(), t.substr(0, 40).c_str(), k_MinColumnWidth,
                           k_MaxColumnWidth,
                           v > k_MaxColumnWidth || overflow ? "the column's default width is used"
-                                                        : "the narrowest width is used"));
+                                                           : "the narrowest width is used"));
     if (v > k_MaxColumnWidth || overflow) return std::max(defaultWidth, k_MinColumnWidth);
     return int(std::max<long>(k_MinColumnWidth, v));
 }
@@ -1270,11 +1270,10 @@ void wxDBListCtrl::RestoreColumnSizes(const String& section, const String& key) 
     LogDebug("ListCtrl LOAD: [ " + section + " ] " + key + " = " + value);
     StringTokenizer tokens(value, ",", false, '"', '\\');
     for (size_t i = 0; i < m_columns.size() && tokens.HasMoreTokens(); ++i) {
-        const int width =
-            ParseWidth(tokens.NextToken(),
-                       m_columns[i].defaultWidth >= 0 ? m_columns[i].defaultWidth
-                                                      : m_columns[i].width,
-                       section, key);
+        const int width = ParseWidth(tokens.NextToken(),
+                                     m_columns[i].defaultWidth >= 0 ? m_columns[i].defaultWidth
+                                                                    : m_columns[i].width,
+                                     section, key);
         m_body->m_virtualWidth += width - m_columns[i].width;
         m_columns[i].width = width;
     }

@@ -16,8 +16,8 @@
 #include <wxTaviro/wxDBListCtrl.h>
 #include <wxTaviro/wxDBTreeListCtrl.h>
 #include <wxTaviro/wxExpandablePanel.h>
-#include <wxTaviro/wxTaviroApp.h>
 #include <wxTaviro/wxTaviroColors.h>
+#include <wxTaviro/wxTaviroString.h>
 #include <wxTaviro/wxTaviroText.h>
 #include <wxTaviro/wxTextLineCtrl.h>
 

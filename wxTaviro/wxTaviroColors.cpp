@@ -384,8 +384,9 @@ void GetCustom(IniFile& file, const String& slot) {
     const wxString wide(text.c_str(), wxConvLibc);
     const wxColour colour(wide);
     if (wide.empty() || !colour.IsOk()) {
-        GlobalLog(LL_Warning, SFormat("Colors.ini: %s = '%s' is not a colour; the scheme's colour is kept",
-                           slot.c_str(), text.substr(0, 60).c_str()));
+        GlobalLog(LL_Warning,
+                  SFormat("Colors.ini: %s = '%s' is not a colour; the scheme's colour is kept",
+                          slot.c_str(), text.substr(0, 60).c_str()));
         return;
     }
     wxsSetColor(slot, colour);
@@ -878,6 +879,7 @@ wxsButton::wxsButton(wxWindow* parent, wxWindowID id, const wxString& label, con
     Bind(wxEVT_LEAVE_WINDOW, &wxsButton::Mouse, this);
     Bind(wxEVT_LEFT_UP, &wxsButton::Click, this);
     Bind(wxEVT_KEY_UP, &wxsButton::Key, this);
+    Bind(wxEVT_KEY_DOWN, &wxsButton::Key, this);
     Bind(wxEVT_PAINT, &wxsButton::Paint, this);
     Bind(wxEVT_MOVE, &wxsButton::Move, this);
     Bind(wxEVT_SIZE, &wxsButton::Size, this);
@@ -1039,6 +1041,7 @@ void wxsButton::Draw(wxDC& dc) {
 }
 
 void wxsButton::_LoseFocus() {
+    m_KeyPressed = false; // its release goes elsewhere
     wxWindow* previous = m_PreviousDefault.get();
     if (previous && previous != this) {
         // The default goes back to where it was.
@@ -1097,7 +1100,13 @@ void wxsButton::Key(wxKeyEvent& event) {
     case WXK_SPACE:
     case WXK_NUMPAD_ENTER:
     case WXK_RETURN:
-        EmulateClick();
+        if (event.GetEventType() == wxEVT_KEY_DOWN) {
+            m_KeyPressed = true;
+            event.Skip(); // noted only: the key goes on as it did
+        } else if (m_KeyPressed) {
+            m_KeyPressed = false;
+            EmulateClick();
+        }
         break;
     default:
         event.Skip();

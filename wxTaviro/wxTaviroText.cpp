@@ -9,7 +9,7 @@
 #include <wxTaviro/wxTaviroText.h>
 #include <wxTaviro/wxTaviroAccessible.h>
 
-#include <wxTaviro/wxTaviroApp.h>
+#include <wxTaviro/wxTaviroString.h>
 
 #include <ostrum/CallTrace.h>
 
@@ -416,8 +416,7 @@ void wxsComboBox::_EntryKey(wxKeyEvent& event) {
     wxKeyEvent redirected(event);
     redirected.SetId(GetId());
     redirected.SetEventObject(this);
-    if (!GetEventHandler()->ProcessEvent(redirected) && event.GetKeyCode() != WXK_TAB)
-        event.Skip();
+    if (!GetEventHandler()->ProcessEvent(redirected) && event.GetKeyCode() != WXK_TAB) event.Skip();
 }
 
 void wxsComboBox::_EntryFocus(wxFocusEvent& event) {

@@ -477,8 +477,13 @@ TEST_F(ColorsControls, KeysAndReleasesClickTheButton) {
         sound += !b->IsEnabled() && e.GetId() == b->GetId() && e.GetEventObject() == b;
         e.Skip();
     });
-    for (int key : {+WXK_SPACE, +WXK_RETURN, +WXK_NUMPAD_ENTER, +'A', +WXK_ESCAPE})
+    for (int key : {+WXK_SPACE, +WXK_RETURN, +WXK_NUMPAD_ENTER, +'A', +WXK_ESCAPE}) {
+        Key(b, wxEVT_KEY_DOWN, key);
         Key(b, wxEVT_KEY_UP, key);
+    }
+    EXPECT_EQ(clicks, 3);
+    // The release of a Return pressed elsewhere (the one that opened this button's dialog).
+    Key(b, wxEVT_KEY_UP, WXK_RETURN);
     EXPECT_EQ(clicks, 3);
     Mouse(b, wxEVT_LEFT_UP, 3, 3);
     Mouse(b, wxEVT_LEFT_UP, -5, 3);   // released outside
