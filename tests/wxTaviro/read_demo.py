@@ -121,11 +121,19 @@ def read(demo):
         wait("lines", lambda: text.getText(0, -1).count("\n") > 150)
         x, y, width, height = log.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
         px, py = x + 20, y + 2  # on the first line shown, a few characters in
-        offset = text.getOffsetAtPoint(px, py, pyatspi.DESKTOP_COORDS)
-        line, start, end = text.getTextAtOffset(offset, pyatspi.TEXT_BOUNDARY_LINE_START)
+        # The view follows a live farm log: it may scroll between two questions, so the
+        # answers count only when the point still meant the same character afterwards.
+        def read_point():
+            offset = text.getOffsetAtPoint(px, py, pyatspi.DESKTOP_COORDS)
+            line = text.getTextAtOffset(offset, pyatspi.TEXT_BOUNDARY_LINE_START)[0]
+            box = text.getCharacterExtents(offset, pyatspi.DESKTOP_COORDS)
+            whole = text.getText(0, -1)
+            same = text.getOffsetAtPoint(px, py, pyatspi.DESKTOP_COORDS) == offset
+            return (line, box, whole) if same else None
+
+        line, (cx, cy, cw, ch), whole = wait("a still moment of the log", read_point)
         assert re.match(r"\d\d:\d\d:\d\d\.\d{3}  \S", line), line
-        assert line.rstrip("\n") in text.getText(0, -1).split("\n")
-        cx, cy, cw, ch = text.getCharacterExtents(offset, pyatspi.DESKTOP_COORDS)
+        assert line.rstrip("\n") in whole.split("\n")
         assert cx <= px < cx + cw and cy <= py < cy + ch, (cx, cy, cw, ch, px, py)
         print("read the demo: button, table, tree and log as a screen reader would")
     finally:
