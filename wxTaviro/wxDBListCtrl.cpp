@@ -14,6 +14,7 @@
 #include <ostrum/StringTokenizer.h>
 
 #include <wx/dcmemory.h>
+#include <wx/weakref.h>
 #include <wx/settings.h>
 #include <wx/sizer.h>
 
@@ -432,6 +433,9 @@ void wxDBListHeader::OnMotion(wxMouseEvent& event) {
             column.width = width;
         }
         m_list->Redraw();
+        // A drag shows in the next frame, not after the merge meant for bursts of data.
+        RedrawForInput();
+        m_list->m_body->RedrawForInput();
         return;
     }
     const int edge = FindEdge(x);
@@ -474,7 +478,12 @@ void wxDBListHeader::OnLUp(wxMouseEvent& event) {
     if (m_pressedColumn >= 0) {
         m_pressedColumn = -1;
         Redraw();
+        const wxWeakRef<wxWindow> alive(this); // a client may delete the list on a click
         SendListEvent(wxEVT_LIST_COL_CLICK, point);
+        if (!alive) return;
+        // What the click did (a new sort, usually) shows in the next frame.
+        RedrawForInput();
+        m_list->m_body->RedrawForInput();
     } else if (m_resizeStartX >= 0) {
         m_resizeStartX = -1;
         SendListEvent(wxEVT_LIST_COL_END_DRAG, point, m_resizeColumn, -1);
