@@ -605,12 +605,15 @@ void JobsView::KeepNameOrder(const std::vector<_Entry*>& fresh, const std::vecto
                NaturalCompare(m_ByName[i - 1]->job->Name(), m_ByName[i]->job->Name()) == 0;
     };
     // Out: gone and renamed entries, found by binary search on the name (a renamed one, whose
-    // name is new, by a scan of the pointers).
+    // name is new, by a scan of the pointers; many renamed at once: one pass for all).
+    const bool onePass = renamed.size() > 32;
     std::vector<size_t> out;
     for (const auto* list : {&gone, &renamed})
         for (_Entry* e : *list) {
             // A job gone and announced again in one tick stays; a renamed one gone is in both.
             if (!e->named || (list == &gone ? !e->gone : e->gone)) continue;
+            e->named = false;
+            if (onePass) continue;
             const String name = e->job->Name();
             size_t lo = 0, hi = m_ByName.size();
             while (lo < hi) {
@@ -624,9 +627,23 @@ void JobsView::KeepNameOrder(const std::vector<_Entry*>& fresh, const std::vecto
             if (lo >= m_ByName.size() || m_ByName[lo] != e)
                 lo = size_t(std::find(m_ByName.begin(), m_ByName.end(), e) - m_ByName.begin());
             if (lo < m_ByName.size()) out.push_back(lo);
-            e->named = false;
         }
-    if (!out.empty()) {
+    if (onePass) {
+        std::vector<size_t> recheck;
+        size_t to = 0;
+        bool cut = false;
+        for (_Entry* e : m_ByName) {
+            if (!e->named) {
+                cut = true;
+                continue;
+            }
+            if (cut) recheck.push_back(to), cut = false;
+            m_ByName[to++] = e;
+        }
+        m_ByName.resize(to);
+        for (size_t i : recheck)
+            m_ByName[i]->tiesPrev = tiesAt(i);
+    } else if (!out.empty()) {
         std::sort(out.begin(), out.end());
         out.erase(std::unique(out.begin(), out.end()), out.end());
         std::vector<size_t> recheck; // where an entry now follows another than before

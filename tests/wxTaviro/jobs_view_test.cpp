@@ -228,6 +228,12 @@ TEST(JobsView, QuickSortsGiveTheComparedOrder) {
     }
     view->Update(std::time(nullptr));
     check("after a tick");
+    for (int n = 5; n < 300; n += 7) { // a storm: every "job 7" (the first of its run) away
+        arrival[n]->SetParameter(p_Name, "zz");
+        announce(arrival[n], k_MsgJobChanged);
+    }
+    view->Update(std::time(nullptr));
+    check("after many renames");
     view->SetNameFilter("JOB 1");
     check("filtered");
     EXPECT_EQ(File::ReadAll(log).find("sorting by comparing"), String::npos);
