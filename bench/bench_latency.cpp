@@ -6,6 +6,8 @@
 // Sections: processes and their load; the screen; input; one interaction; the runs; main.
 //
 //   bench_latency [--quick] [--tries N] [--jobs N] [--rate N]
+//   BENCH_LATENCY_DUMP=/tmp/x saves the screen (x-1.png ...) of the first three tries that saw no
+//   change (needs xwd and netpbm).
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
@@ -230,6 +232,12 @@ double TimeToPixels(const Rect& region, bool ink, double share,
         for (size_t i = 0; i < now.size() && i < before.size(); ++i)
             differ += ink ? now[i] != before[i] : std::abs(int(now[i]) - int(before[i])) > 24;
         if (differ >= needed) return NowMs() - start;
+    }
+    if (const char* dump = getenv("BENCH_LATENCY_DUMP")) { // what the screen showed instead
+        static int n = 0;
+        const std::string command = "xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng > " +
+                                    std::string(dump) + "-" + std::to_string(++n) + ".png";
+        if (n <= 3 && system(command.c_str()) != 0) fprintf(stderr, "no picture taken\n");
     }
     return 5000;
 }
