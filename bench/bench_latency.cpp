@@ -442,7 +442,7 @@ void Measure(const Run& run, int tries) {
         [&](int i) { Key(i % 2 ? XK_Home : XK_End); }, nullptr);
     const Rect page{layout.body.x + 20, layout.body.y + 20, 300, 200};
     tryEach(
-        "L5 tab switch: to the page", page, false, 0.2,
+        "L5 tab switch: to the page", page, true, 0.15,
         [&](int i) {
             const Rect& t = layout.tabs[i % 2 ? "jobs" : "bytype"];
             Click(t.x + t.w / 2, t.y + t.h / 2);
