@@ -320,6 +320,19 @@ void Print(const Run& run, const std::string& name, const std::vector<double>& m
     fflush(stdout);
 }
 
+// Starts taviro-master on free loopback ports; the port clients connect to, 0 when it failed.
+int StartMaster(std::unique_ptr<Process>& master, long jobs, int rate, const std::string& dir) {
+    master.reset(
+        new Process(g_Bin + "/master/taviro-master",
+                    {"--port", "0", "--pub-port", "0", "--bind", "127.0.0.1", "--jobs",
+                     std::to_string(jobs), "--rate", std::to_string(rate), "--log-dir", dir}));
+    for (std::string line = master->Line(30000); !line.empty(); line = master->Line(30000)) {
+        const size_t at = line.find("127.0.0.1:");
+        if (at != std::string::npos) return atoi(line.c_str() + at + 10);
+    }
+    return 0;
+}
+
 void Measure(const Run& run, int tries) {
     static int serial = 0;
     const std::string dir = g_Scratch + "/run" + std::to_string(++serial);
@@ -345,16 +358,7 @@ void Measure(const Run& run, int tries) {
                                      "--scheme",
                                      "3"};
     if (run.process) {
-        master.reset(new Process(g_Bin + "/master/taviro-master",
-                                 {"--port", "0", "--pub-port", "0", "--bind", "127.0.0.1", "--jobs",
-                                  std::to_string(run.jobs), "--rate", std::to_string(run.rate),
-                                  "--log-dir", dir}));
-        int port = 0;
-        for (std::string line = master->Line(30000); !line.empty() && !port;
-             line = master->Line(30000)) {
-            const size_t at = line.find("127.0.0.1:");
-            if (at != std::string::npos) port = atoi(line.c_str() + at + 10);
-        }
+        const int port = StartMaster(master, run.jobs, run.rate, dir);
         if (!port) {
             printf("%s: the master did not start\n", run.label);
             return;
@@ -509,15 +513,7 @@ void MeasureIdle(bool process) {
                                      "--log-dir",
                                      dir};
     if (process) {
-        master.reset(new Process(g_Bin + "/master/taviro-master",
-                                 {"--port", "0", "--pub-port", "0", "--bind", "127.0.0.1", "--jobs",
-                                  "100000", "--rate", "0", "--log-dir", dir}));
-        int port = 0;
-        for (std::string line = master->Line(30000); !line.empty() && !port;
-             line = master->Line(30000)) {
-            const size_t at = line.find("127.0.0.1:");
-            if (at != std::string::npos) port = atoi(line.c_str() + at + 10);
-        }
+        const int port = StartMaster(master, 100000, 0, dir);
         args.insert(args.end(), {"--master", "127.0.0.1:" + std::to_string(port)});
     } else {
         args.insert(args.end(), {"--jobs", "100000", "--rate", "0"});

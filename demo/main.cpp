@@ -325,7 +325,8 @@ public:
             if (auto* tabs = dynamic_cast<wxAuiTabCtrl*>(child))
                 for (size_t i = 0; i < tabs->GetPageCount(); ++i) {
                     const wxAuiNotebookPage& page = tabs->GetPage(i);
-                    const wxRect r(tabs->ClientToScreen(page.rect.GetPosition()), page.rect.GetSize());
+                    const wxRect r(tabs->ClientToScreen(page.rect.GetPosition()),
+                                   page.rect.GetSize());
                     line(("tab-" + page.window->GetName()).mb_str().data(), r);
                 }
         if (wxWindow* filter = wxWindow::FindWindowByName("jobfilter", this))

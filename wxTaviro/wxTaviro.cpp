@@ -211,7 +211,9 @@ void wxSetWindowPos(wxWindow* window, const String& section, int offset) {
             v[n++] = strtol(tokens.NextToken().c_str(), nullptr, 10);
         if (n == 4) {
             const wxSize largest = _LargestDisplay();
-            const auto clamp = [](long v, int hi) { return (int)std::max(-1L, std::min<long>(v, hi)); };
+            const auto clamp = [](long v, int hi) {
+                return (int)std::max(-1L, std::min<long>(v, hi));
+            };
             window->SetSize((int)v[0] + offset, (int)v[1] + offset, clamp(v[2], largest.x),
                             clamp(v[3], largest.y), wxSIZE_AUTO);
             placed = !window->IsShown() || _IsReachable(window);

@@ -273,7 +273,8 @@ int wxTaviroFrame::SetColorScheme(int scheme) {
         const wxString why = wxFromString(GetColorSchemeSaveError());
         wxTheApp->CallAfter([why] {
             wxTaviroMessageBox(_("The colour scheme could not be saved; it holds until the "
-                                 "program ends.") + "\n\n" + why,
+                                 "program ends.") +
+                                   "\n\n" + why,
                                "ColorsNotSaved", wxTheApp->GetTopWindow());
         });
     }

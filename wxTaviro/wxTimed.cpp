@@ -96,7 +96,8 @@ void wxMasterTimer::Notify() {
     const int ticks = IsRunning() ? std::max(1, GetInterval() / k_TickMs) : 1;
     for (int i = 0; i < ticks; ++i)
         Tick();
-    if (IsRunning() && GetInterval() != WantedInterval()) Start(WantedInterval(), wxTIMER_CONTINUOUS);
+    if (IsRunning() && GetInterval() != WantedInterval())
+        Start(WantedInterval(), wxTIMER_CONTINUOUS);
 }
 
 void wxMasterTimer::Tick() {
