@@ -235,6 +235,8 @@ String IniFile::ToString() const {
             out += "\n";
         }
     }
+    // Reading drops one leading byte-order mark: a text of ours that starts with one keeps it.
+    if (out.compare(0, 3, "\xEF\xBB\xBF") == 0) out.insert(0, "\xEF\xBB\xBF");
     return out;
 }
 

@@ -97,6 +97,11 @@ TEST(Hardening, GarbledSettingsAreToldOnceAndAByteOrderMarkHidesNothing) {
     IniFile ini;
     ini.LoadFromString("\xEF\xBB\xBF[Window]\nWidth=wide\nShown=maybe\nOk=No\nRatio=1.5x\n");
     EXPECT_EQ(ini.GetSections(), (std::vector<String>{"", "Window"})); // no section hidden
+    IniFile twice; // a second mark is a line of text: written and read back, it stays one
+    twice.LoadFromString("\xEF\xBB\xBF\xEF\xBB\xBF\n[A]\nk=v\n");
+    IniFile again;
+    again.LoadFromString(twice.ToString());
+    EXPECT_EQ(again.ToString(), twice.ToString());
     for (int i = 0; i < 3; ++i) // read again and again: one line per value, naming the place
         EXPECT_TRUE(ini.GetValue("WINDOW", "width", 7) == 7 && !ini.GetValue("window", "SHOWN", true) &&
                     !ini.GetValue("Window", "Ok", true) && ini.GetValue("Window", "Ratio", 2.0) == 2.0);
