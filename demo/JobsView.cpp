@@ -106,6 +106,24 @@ std::vector<uint32_t> StableOrder(const std::vector<uint32_t>& values) {
     return order;
 }
 
+// Takes the items at `at` (ascending, no repeats) out of `items`, each run moved once.
+template <class T, class I>
+void EraseAt(std::vector<T>& items, const std::vector<I>& at) {
+    if (at.empty()) return;
+    size_t to = size_t(at[0]);
+    for (size_t k = 0; k < at.size(); ++k) {
+        const size_t end = k + 1 < at.size() ? size_t(at[k + 1]) : items.size();
+        std::copy(items.begin() + long(at[k] + 1), items.begin() + long(end),
+                  items.begin() + long(to));
+        to += end - size_t(at[k]) - 1;
+    }
+    items.resize(to);
+}
+
+// Rows numbered afresh after this many ticks, or when the ticks moved this share of them.
+const size_t k_MaxShifts = 40;
+const size_t k_ShiftShare = 8;
+
 String Duration(int seconds) {
     if (seconds < 3600) return SFormat("%d:%02d", seconds / 60, seconds % 60);
     return SFormat("%d:%02d:%02d", seconds / 3600, seconds / 60 % 60, seconds % 60);
@@ -261,27 +279,29 @@ void JobsView::Update(std::time_t now) {
     if (anchor && anchor->gone) anchor = nullptr;
     const bool rearranged = !fresh.empty() || !moving.empty() || !gone.empty();
     const size_t placed = fresh.size() + moving.size(), dropped = gone.size();
-    if (!gone.empty() || !moving.empty()) DropRows(gone);
+    std::vector<uint32_t> out;
+    if (!gone.empty() || !moving.empty()) out = DropRows(gone, moving);
     KeepArrivalOrder(fresh, gone);
     if (m_NameOrderBuilt) KeepNameOrder(fresh, gone, renamed);
     // A job moved and then removed in one tick is not placed again.
     moving.insert(moving.end(), fresh.begin(), fresh.end());
     moving.erase(std::remove_if(moving.begin(), moving.end(), [](_Entry* e) { return e->gone; }),
                  moving.end());
-    Place(moving);
+    m_Resorted = false;
+    const std::vector<uint32_t> landed = Place(moving);
     // Gone entries leave last: until here their flags were still read.
     for (_Entry* e : gone)
         if (e->gone) m_Entries.erase(e->job->GetID());
     if (rearranged) {
-        Renumber();
+        if (!m_Resorted) AddShift(std::move(out), landed);
         m_Quiet = true;
         SetItemCount((int)m_Rows.size());
         m_Quiet = false;
-        if (anchor) SetLastSelect(anchor->row);
+        if (anchor) SetLastSelect(RowOf(*anchor));
         GetBody()->Redraw();
     } else {
         for (_Entry* e : touched)
-            RedrawItem(e->row);
+            RedrawItem(RowOf(*e));
     }
     if (m_LogTicks)
         LogInfo(SFormat("Jobs tick: %zu notes, %zu placed, %zu removed, %zu rows, %.1f ms",
@@ -345,42 +365,62 @@ void JobsView::ApplyNote(const _Note& note, std::vector<_Entry*>& fresh,
     }
 }
 
-void JobsView::DropRows(std::vector<_Entry*>& gone) {
-    std::vector<int> rows;
+std::vector<uint32_t> JobsView::DropRows(const std::vector<_Entry*>& gone,
+                                         const std::vector<_Entry*>& moving) {
+    // Every row is found before any is taken out: the rows are numbered as before the tick.
+    std::vector<uint32_t> out, removed;
     for (_Entry* e : gone) {
         if (!e->gone) continue;
-        if (e->row >= 0) rows.push_back(e->row);
+        const int row = RowOf(*e);
+        if (row >= 0) removed.push_back(uint32_t(row));
         if (e->selected) m_Selected.erase(e);
         e->selected = false;
     }
+    out = removed;
+    for (_Entry* e : moving) {
+        if (e->gone) continue; // counted above
+        const int row = RowOf(*e);
+        if (row >= 0) out.push_back(uint32_t(row));
+    }
     // The list removes rows by number; from the bottom up, so the numbers stay right.
-    std::sort(rows.rbegin(), rows.rend());
+    std::sort(removed.rbegin(), removed.rend());
     m_Quiet = true;
-    if (rows.size() <= 256)
-        for (int r : rows)
-            Remove(r);
+    if (removed.size() <= 256)
+        for (uint32_t r : removed)
+            Remove((int)r);
     else // many: the list only counts rows, so take them off the end at once
-        Remove(GetItemCount() - (int)rows.size(), (unsigned long)rows.size());
+        Remove(GetItemCount() - (int)removed.size(), (unsigned long)removed.size());
     m_Quiet = false;
-    m_Rows.erase(std::remove_if(m_Rows.begin(), m_Rows.end(),
-                                [](_Entry* e) { return e->gone || e->moving; }),
-                 m_Rows.end());
+    std::sort(out.begin(), out.end());
+    out.erase(std::unique(out.begin(), out.end()), out.end());
+    EraseAt(m_Rows, out);
+    return out;
 }
 
-void JobsView::Place(std::vector<_Entry*>& entries) {
+std::vector<uint32_t> JobsView::Place(std::vector<_Entry*>& entries) {
     for (_Entry* e : entries)
         e->moving = false;
     LeaveOutFiltered(entries);
-    if (entries.empty()) return;
+    std::vector<uint32_t> landed;
+    if (entries.empty()) return landed;
+    // Placed entries know their row after this tick.
+    auto land = [&](_Entry* e, size_t row) {
+        e->row = int(row);
+        e->rowEpoch = m_RowEpoch + 1;
+        landed.push_back(uint32_t(row));
+    };
     // Arrival order, or too many to place one by one: append and sort all.
     if (m_SortType < 0 || entries.size() * 8 > m_Rows.size()) {
         std::sort(entries.begin(), entries.end(),
                   [](const _Entry* a, const _Entry* b) { return a->seq < b->seq; });
         const bool tail =
             m_SortType < 0 && (m_Rows.empty() || m_Rows.back()->seq < entries[0]->seq);
-        m_Rows.insert(m_Rows.end(), entries.begin(), entries.end());
+        for (_Entry* e : entries) {
+            if (tail) land(e, m_Rows.size());
+            m_Rows.push_back(e);
+        }
         if (!tail) FullSort();
-        return;
+        return landed;
     }
     std::vector<std::pair<_Key, _Entry*>> keyed;
     keyed.reserve(entries.size());
@@ -389,7 +429,8 @@ void JobsView::Place(std::vector<_Entry*>& entries) {
     std::sort(keyed.begin(), keyed.end(),
               [this](const auto& a, const auto& b) { return Before(a.first, b.first); });
     // Each finds its place by binary search after the one before it; one pass copies the rows.
-    std::vector<_Entry*> rows;
+    std::vector<_Entry*>& rows = m_Spare;
+    rows.clear();
     rows.reserve(m_Rows.size() + keyed.size());
     size_t from = 0;
     for (const auto& k : keyed) {
@@ -402,16 +443,20 @@ void JobsView::Place(std::vector<_Entry*>& entries) {
                 hi = mid;
         }
         rows.insert(rows.end(), m_Rows.begin() + (long)from, m_Rows.begin() + (long)lo);
+        land(k.second, rows.size());
         rows.push_back(k.second);
         from = lo;
     }
     rows.insert(rows.end(), m_Rows.begin() + (long)from, m_Rows.end());
     m_Rows.swap(rows);
+    return landed;
 }
 
 void JobsView::FullSort() {
+    m_Resorted = true;
     if (m_SortType == k_JobsName) {
         if (!SortFromNameOrder()) SortByComparing();
+        Renumber();
         return;
     }
     // The shown entries in arrival order: a stable sort of them by the column's value alone
@@ -425,6 +470,7 @@ void JobsView::FullSort() {
                                       "sorting by comparing instead",
                                       shown.size(), m_Rows.size()));
         SortByComparing();
+        Renumber();
         return;
     }
     std::vector<uint32_t> ranks;
@@ -469,9 +515,12 @@ void JobsView::FullSort() {
         m_Rows[i] = shown[order[i]];
         rowOf[order[i]] = uint32_t(i);
     }
-    for (size_t i = 0; i < shown.size(); ++i)
+    ++m_RowEpoch;
+    m_Shifts.clear();
+    for (size_t i = 0; i < shown.size(); ++i) {
         shown[i]->row = int(rowOf[i]);
-    m_Numbered = true;
+        shown[i]->rowEpoch = m_RowEpoch;
+    }
 }
 
 void JobsView::SortByComparing() {
@@ -501,17 +550,8 @@ void JobsView::KeepArrivalOrder(const std::vector<_Entry*>& fresh,
                              [](const _Entry* x, uint32_t seq) { return x->seq < seq; });
         if (at != m_BySeq.end() && *at == e) out.push_back(size_t(at - m_BySeq.begin()));
     }
-    if (!out.empty()) {
-        std::sort(out.begin(), out.end());
-        size_t to = out[0];
-        for (size_t k = 0; k < out.size(); ++k) {
-            const size_t end = k + 1 < out.size() ? out[k + 1] : m_BySeq.size();
-            std::copy(m_BySeq.begin() + long(out[k] + 1), m_BySeq.begin() + long(end),
-                      m_BySeq.begin() + long(to));
-            to += end - out[k] - 1;
-        }
-        m_BySeq.resize(to);
-    }
+    std::sort(out.begin(), out.end());
+    EraseAt(m_BySeq, out);
     for (_Entry* e : fresh)
         if (!e->gone && !e->arrived) {
             e->arrived = true;
@@ -646,18 +686,10 @@ void JobsView::KeepNameOrder(const std::vector<_Entry*>& fresh, const std::vecto
     } else if (!out.empty()) {
         std::sort(out.begin(), out.end());
         out.erase(std::unique(out.begin(), out.end()), out.end());
-        std::vector<size_t> recheck; // where an entry now follows another than before
-        size_t to = out[0];
-        for (size_t k = 0; k < out.size(); ++k) {
-            const size_t end = k + 1 < out.size() ? out[k + 1] : m_ByName.size();
-            recheck.push_back(to);
-            std::copy(m_ByName.begin() + long(out[k] + 1), m_ByName.begin() + long(end),
-                      m_ByName.begin() + long(to));
-            to += end - out[k] - 1;
-        }
-        m_ByName.resize(to);
-        for (size_t i : recheck)
-            if (i < m_ByName.size()) m_ByName[i]->tiesPrev = tiesAt(i);
+        EraseAt(m_ByName, out);
+        // Where an entry now follows another than before: after k taken out, out[k] - k.
+        for (size_t k = 0; k < out.size(); ++k)
+            if (out[k] - k < m_ByName.size()) m_ByName[out[k] - k]->tiesPrev = tiesAt(out[k] - k);
     }
     // In: the new and the renamed, in name order, each placed after the one before it.
     std::vector<std::pair<String, _Entry*>> in;
@@ -699,13 +731,51 @@ void JobsView::KeepNameOrder(const std::vector<_Entry*>& fresh, const std::vecto
     }
 }
 
-void JobsView::Renumber() {
-    if (m_Numbered) { // by the sort just made
-        m_Numbered = false;
-        return;
+// ---- row numbers ----
+
+int JobsView::RowOf(_Entry& e) {
+    if (e.row < 0) return -1;
+    const uint32_t behind = m_RowEpoch - e.rowEpoch;
+    size_t row = size_t(e.row);
+    if (behind <= m_Shifts.size()) {
+        for (size_t t = m_Shifts.size() - behind; t < m_Shifts.size(); ++t) {
+            const _Shift& s = m_Shifts[t];
+            // Up by the rows taken out above it, down by the rows put in above it.
+            row -= size_t(std::lower_bound(s.out.begin(), s.out.end(), row) - s.out.begin());
+            row += size_t(std::upper_bound(s.in.begin(), s.in.end(), row) - s.in.begin());
+        }
     }
-    for (size_t i = 0; i < m_Rows.size(); ++i)
+    if (row >= m_Rows.size() || m_Rows[row] != &e) { // never expected: look it up
+        GlobalLog(LL_Warning, SFormat("Jobs: row %zu of a job is out of step; searching", row));
+        row = size_t(std::find(m_Rows.begin(), m_Rows.end(), &e) - m_Rows.begin());
+        if (row == m_Rows.size()) return e.row = -1;
+    }
+    e.row = int(row);
+    e.rowEpoch = m_RowEpoch;
+    return e.row;
+}
+
+void JobsView::AddShift(std::vector<uint32_t> out, const std::vector<uint32_t>& landed) {
+    _Shift shift;
+    shift.out = std::move(out);
+    shift.in.reserve(landed.size());
+    for (size_t m = 0; m < landed.size(); ++m)
+        shift.in.push_back(landed[m] - uint32_t(m));
+    m_Shifts.push_back(std::move(shift));
+    ++m_RowEpoch;
+    size_t moved = 0;
+    for (const _Shift& s : m_Shifts)
+        moved += s.out.size() + s.in.size();
+    if (m_Shifts.size() > k_MaxShifts || moved * k_ShiftShare > m_Rows.size()) Renumber();
+}
+
+void JobsView::Renumber() {
+    ++m_RowEpoch;
+    m_Shifts.clear();
+    for (size_t i = 0; i < m_Rows.size(); ++i) {
         m_Rows[i]->row = (int)i;
+        m_Rows[i]->rowEpoch = m_RowEpoch;
+    }
 }
 
 void JobsView::SortBy(int type, bool ascending) {
@@ -715,8 +785,7 @@ void JobsView::SortBy(int type, bool ascending) {
     const int anchorRow = GetLastSelect();
     _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
     FullSort();
-    Renumber();
-    if (anchor) SetLastSelect(anchor->row);
+    if (anchor) SetLastSelect(RowOf(*anchor));
     ShowSortInLabels();
     Redraw();
     if (m_LogTicks)
@@ -835,10 +904,12 @@ bool JobsView::IsRowSelected(int row) {
 }
 
 std::vector<int> JobsView::GetSelection() {
+    // Many selected: number every row once rather than follow each through the ticks.
+    if (m_Selected.size() > 4096 && !m_Shifts.empty()) Renumber();
     std::vector<int> rows;
     rows.reserve(m_Selected.size());
-    for (const _Entry* e : m_Selected)
-        rows.push_back(e->row);
+    for (_Entry* e : m_Selected)
+        rows.push_back(RowOf(*e));
     std::sort(rows.begin(), rows.end());
     return rows;
 }
@@ -917,8 +988,8 @@ void JobsView::Select(int row, bool on) {
 
 bool JobsView::ShowJob(const UID& id) {
     auto it = m_Entries.find(id);
-    if (it == m_Entries.end() || it->second.row < 0) return false;
-    const int row = it->second.row;
+    const int row = it == m_Entries.end() ? -1 : RowOf(it->second);
+    if (row < 0) return false;
     GetBody()->DeselectAll(true);
     GetBody()->SendListEvent(wxEVT_LIST_ITEM_SELECTED, wxPoint(0, 0), row);
     SetLastSelect(row);
@@ -1038,7 +1109,7 @@ void JobsView::SetNameFilter(const String& text) {
     m_Quiet = true;
     SetItemCount((int)m_Rows.size());
     m_Quiet = false;
-    SetLastSelect(anchor && !anchor->hidden ? anchor->row : -1);
+    SetLastSelect(anchor && !anchor->hidden ? RowOf(*anchor) : -1);
     GetBody()->Redraw();
     if (m_LogTicks)
         LogInfo(SFormat("Jobs filter '%s': %zu of %zu jobs shown, %.1f ms", m_Filter.c_str(),

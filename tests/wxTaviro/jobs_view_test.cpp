@@ -240,6 +240,74 @@ TEST(JobsView, QuickSortsGiveTheComparedOrder) {
     Log::s_GlobalLog->Close();
 }
 
+// A tick does not renumber every row: a job's row follows from the rows each tick took out and
+// put in. Through many ticks of moves, removals and newcomers the rows stay sorted, every job
+// is found at its row without a search, and the selection stays on its jobs.
+TEST(JobsView, JobsKnowTheirRowsThroughManyTicks) {
+    Application app(LL_Debug, LL_Fatal);
+    const String log = MakeTempDir() + "/rows.log";
+    Log::s_GlobalLog->Open(log);
+    for (int sort : {int(k_JobsProgress), -1}) { // newcomers go in, or at the end
+        _Farm farm;
+        std::vector<JobPtr> arrival;
+        auto* view = new JobsView(TopWindow(), farm.Finder());
+        view->SortBy(sort, true);
+        auto progress = [&](const JobPtr& job, int value, MessageType kind) {
+            job->SetParameter(p_Progress, String::FromInt(value));
+            Message m(kind, job->GetID());
+            m.m_Params = job->GetParameters();
+            view->OnFarmMessage(m);
+        };
+        for (int n = 0; n < 400; ++n) {
+            arrival.push_back(farm.Add("j" + String::FromInt(n)));
+            progress(arrival.back(), n * 7 % 100, k_MsgJobCreated);
+        }
+        view->Update(std::time(nullptr));
+        std::vector<JobPtr> chosen;
+        for (int row : {5, 100, 300}) {
+            view->GetBody()->SendListEvent(wxEVT_LIST_ITEM_SELECTED, {0, 0}, row);
+            chosen.push_back(view->GetJob(row));
+        }
+        for (int tick = 0; tick < 30; ++tick) {
+            for (int k = 0; k < 4; ++k) // moves, the chosen ones among them now and then
+                progress(k == 3 && tick % 4 == 0 ? chosen[tick % 3]
+                                                 : arrival[(tick * 31 + k * 97) % 400],
+                         (tick * 13 + k * 29) % 100, k_MsgJobChanged);
+            if (tick % 3 == 1) { // one goes, one comes
+                const JobPtr gone = arrival[(tick * 53) % 400];
+                if (std::find(chosen.begin(), chosen.end(), gone) == chosen.end() &&
+                    farm.jobs.erase(gone->GetID()))
+                    view->OnFarmMessage(Message(k_MsgJobRemoved, gone->GetID()));
+                arrival.push_back(farm.Add("new"));
+                progress(arrival.back(), tick * 3, k_MsgJobCreated);
+            }
+            view->Update(std::time(nullptr));
+            std::vector<JobPtr> expected;
+            for (const JobPtr& j : arrival)
+                if (farm.jobs.count(j->GetID())) expected.push_back(j);
+            if (sort >= 0)
+                std::stable_sort(expected.begin(), expected.end(), [](auto& a, auto& b) {
+                    return a->GetParameter(p_Progress).ToInt() <
+                           b->GetParameter(p_Progress).ToInt();
+                });
+            ASSERT_EQ(view->GetItemCount(), (int)expected.size());
+            std::vector<int> rows;
+            for (int r = 0; r < view->GetItemCount(); ++r) {
+                ASSERT_EQ(view->GetJob(r), expected[r]) << "tick " << tick << ", row " << r;
+                if (std::find(chosen.begin(), chosen.end(), expected[r]) != chosen.end())
+                    rows.push_back(r);
+            }
+            ASSERT_EQ(view->GetSelection(), rows) << "tick " << tick;
+        }
+        const int row = view->GetItemCount() - 1; // the last newcomer
+        ASSERT_TRUE(view->ShowJob(view->GetJob(row)->GetID()));
+        EXPECT_EQ(view->GetSelection(), std::vector<int>{row});
+        view->Destroy();
+    }
+    EXPECT_EQ(File::ReadAll(log).find("out of step"), String::npos);
+    Log::s_GlobalLog->Close();
+}
+
 // A modeless dialog of a name is open once: asked again, the open one is shown. The separate
 // Jobs window holds the farm's jobs when it opens and follows the farm's messages from then on.
 TEST(DemoWindows, OneDialogOfANameAndALiveJobsWindow) {
