@@ -265,9 +265,19 @@ void JobsView::Update(std::time_t now) {
         std::lock_guard<std::mutex> lock(m_NotesMutex);
         notes.swap(m_Notes);
     }
-    // Running jobs' elapsed times move on by themselves.
+    // Running jobs' elapsed times move on by themselves: their cells, when one is in sight (not
+    // the header, nor the list of a quiet farm).
     const int elapsed = FindColumnByType(k_JobsElapsed);
-    if (newSecond && elapsed >= 0) RedrawColumn(elapsed);
+    if (newSecond && elapsed >= 0 && !m_Rows.empty()) {
+        wxDBListBody* body = GetBody();
+        const int first = std::max(0, body->RowAt(0));
+        const int last = std::min(body->RowAt(body->ViewSize().y - 1), int(m_Rows.size()) - 1);
+        for (int r = first; r <= last; ++r)
+            if (m_Rows[r]->started && !m_Rows[r]->ended) {
+                body->RedrawCells(first, elapsed, last, elapsed);
+                break;
+            }
+    }
     if (notes.empty()) return;
     const auto start = std::chrono::steady_clock::now();
     const int anchorRow = GetLastSelect();

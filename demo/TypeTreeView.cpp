@@ -7,6 +7,7 @@
 #include <taviro/JobFactory.h>
 
 #include <algorithm>
+#include <chrono>
 
 namespace {
 enum { k_Name, k_Status, k_Progress, k_Priority, k_Engine };
@@ -20,10 +21,10 @@ const struct {
                  {wxTRANSLATE("Engine"), 90}};
 // More newcomers than this in one group and tick are appended and the group sorted once.
 const size_t k_SortOnce = 32;
-// Jobs already shown that move to another group, at most, per tick; and notes of jobs already
-// shown looked at, at most, so that a backlog is not looked up again in full at every tick.
-const size_t k_MovesPerTick = 500;
-const size_t k_NotesPerTick = 4000;
+// A turn of the tick: at most this long looking at notes, and this many jobs already shown
+// moved to another group.
+constexpr std::chrono::milliseconds k_TurnTime(5), k_SnapshotTurnTime(60);
+const size_t k_MovesPerTurn = 100;
 } // namespace
 
 // A type or a status row: its name and how many jobs it holds.
@@ -141,26 +142,31 @@ void TypeTreeView::Place(_JobItem* item, _Group* group, bool sortLater) {
 }
 
 void TypeTreeView::Update() {
-    std::unordered_set<UID> notes;
     {
         std::lock_guard<std::mutex> lock(m_NotesMutex);
-        notes.swap(m_Notes);
+        m_Backlog.insert(m_Backlog.end(), m_Notes.begin(), m_Notes.end());
+        m_Notes.clear();
     }
-    if (notes.empty()) return;
+    if (m_Next >= m_Backlog.size()) {
+        m_Backlog.clear();
+        m_Next = 0;
+        return;
+    }
     // First pass: what goes where, and how many newcomers each group gets. A job that moves
-    // costs a pass over its groups' rows; past a budget per tick, moves wait for the next tick
-    // (still noted), so that a farm of a million busy jobs cannot stall the window.
+    // costs a pass over its groups' rows: a turn takes a few milliseconds of notes and a
+    // number of moves, and the rest follows in the next idle turn, after input and painting.
+    const auto start = std::chrono::steady_clock::now();
     std::vector<std::pair<_JobItem*, _Group*>> moves;
     std::unordered_map<_Group*, size_t> arriving;
-    size_t moving = 0;
-    std::vector<UID> later;
-    size_t looked = 0;
-    for (const UID& id : notes) {
+    size_t newcomers = 0;
+    for (; m_Next < m_Backlog.size(); ++m_Next) {
+        // Newcomers (a big farm's snapshot) are sorted into their groups once per turn: longer
+        // turns for them, or that sort would be repeated for every few thousand.
+        if (m_Next % 32 == 0 && std::chrono::steady_clock::now() - start >
+                                    (newcomers ? k_SnapshotTurnTime : k_TurnTime))
+            break;
+        const UID& id = m_Backlog[m_Next];
         auto known = m_Items.find(id);
-        if (known != m_Items.end() && ++looked > k_NotesPerTick) { // newcomers are cheap
-            later.push_back(id);
-            continue;
-        }
         const JobPtr job = m_Find(id);
         if (!job) {
             if (known != m_Items.end()) {
@@ -175,19 +181,27 @@ void TypeTreeView::Update() {
             RefreshItem(item);
             continue;
         }
-        if (item && ++moving > k_MovesPerTick) {
-            later.push_back(id);
-            continue;
-        }
+        if (item && moves.size() >= k_MovesPerTurn) break; // this one first in the next turn
         if (!item) {
             item = m_Items[id] = new _JobItem(job);
+            ++newcomers;
             ++arriving[group]; // only newcomers are appended and sorted at once
         }
         moves.emplace_back(item, group);
     }
-    if (!later.empty()) {
-        std::lock_guard<std::mutex> lock(m_NotesMutex);
-        m_Notes.insert(later.begin(), later.end());
+    if (m_Next == m_Backlog.size()) {
+        m_Backlog.clear();
+        m_Next = 0;
+    } else if (m_Next > m_Backlog.size() / 2) {
+        m_Backlog.erase(m_Backlog.begin(), m_Backlog.begin() + long(m_Next));
+        m_Next = 0;
+    }
+    if (m_Next < m_Backlog.size() && !m_Continuing) {
+        m_Continuing = true;
+        CallAfter([this] {
+            m_Continuing = false;
+            Update();
+        });
     }
     for (auto& m : moves)
         Place(m.first, m.second, !m.first->GetParent() && arriving[m.second] > k_SortOnce);
@@ -206,8 +220,8 @@ void TypeTreeView::Update() {
     for (auto& t : m_Types)
         for (size_t i = t.second->GetChildCount(); i-- > 0;)
             if (!t.second->GetChild(i)->HasChildren()) DeleteItem(t.second->GetChild(i));
-    // The groups' counts changed.
-    RedrawColumn(k_Status);
+    // The groups' counts changed (their cells, not the header).
+    if (GetItemCount() > 0) GetBody()->RedrawCells(0, k_Status, GetItemCount() - 1, k_Status);
 }
 
 wxColour TypeTreeView::GetRowColor(int row) {

@@ -2,10 +2,11 @@
 // by status, live.
 //
 // Farm messages only note which jobs changed (any thread); a 250 ms tick looks each noted job up
-// and puts it where it belongs now: created under its type and status, moved when its status
-// changed, redrawn when something else did, deleted when it went. Within a status a group keeps
-// its jobs sorted by name: a few newcomers are put in place by binary search, many (the
-// snapshot of a big farm) are appended and the group sorted once.
+// (in turns of a few milliseconds when many are noted) and puts it where it belongs now: created
+// under its type and status, moved when its status changed, redrawn when something else did,
+// deleted when it went. Within a status a group keeps its jobs sorted by name: a few newcomers are
+// put in place by binary search, many (the snapshot of a big farm) are appended and the group
+// sorted once.
 #pragma once
 
 #include <wxTaviro/wxDBTreeListCtrl.h>
@@ -19,6 +20,7 @@
 #include <mutex>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 class TypeTreeView : public wxDBTreeListCtrl, public wxTimed {
 public:
@@ -49,4 +51,8 @@ private:
     std::unordered_map<UID, _JobItem*> m_Items;
     std::mutex m_NotesMutex;
     std::unordered_set<UID> m_Notes;
+    // The jobs noted and not yet looked at (GUI thread), from m_Next on.
+    std::vector<UID> m_Backlog;
+    size_t m_Next = 0;
+    bool m_Continuing = false; // the next turn is queued
 };

@@ -5,6 +5,7 @@
 #include <wx/thread.h>
 
 #include <algorithm>
+#include <chrono>
 #include <vector>
 
 wxMasterTimer* g_MasterTimer = nullptr;
@@ -33,6 +34,8 @@ void wxTimed::StopTimer() {
 namespace {
 constexpr int k_TickMs = 50;
 constexpr int k_ClientMs = 250;
+// The clients of a tick that together take longer wait for the next idle turn.
+constexpr std::chrono::milliseconds k_TurnTime(8);
 
 // Without a slot on the 100 ms signal the 50 ms ticks in between have nothing to do: the timer
 // then wakes every 250 ms and takes five ticks at once, so a quiet program sleeps.
@@ -109,14 +112,34 @@ void wxMasterTimer::Tick() {
     }
     wxTimed::s_Timer0250.Emit();
     {
-        Guard lock(*this);
         // A client may destroy itself or others inside OnTimer: walk a copy and skip the
-        // ones that left meanwhile.
-        const std::vector<wxTimed*> clients(begin(), end());
-        for (wxTimed* client : clients)
-            if (count(client)) client->OnTimer();
+        // ones that left meanwhile. Clients still due from the last tick are called with this.
+        Guard lock(*this);
+        m_due.assign(begin(), end());
+        m_next = 0;
     }
+    _RunDue();
     m_tick = t + 1;
+}
+
+void wxMasterTimer::_RunDue() {
+    const auto start = std::chrono::steady_clock::now();
+    for (;;) {
+        Guard lock(*this);
+        if (m_next >= m_due.size()) return;
+        wxTimed* client = m_due[m_next++];
+        if (count(client)) client->OnTimer();
+        if (m_next < m_due.size() && std::chrono::steady_clock::now() - start > k_TurnTime) {
+            if (!m_turnQueued) {
+                m_turnQueued = true;
+                CallAfter([this] {
+                    m_turnQueued = false;
+                    _RunDue();
+                });
+            }
+            return;
+        }
+    }
 }
 
 void wxMasterTimer::OnLibCleanup() {

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <set>
+#include <vector>
 
 /// @addtogroup views
 /// @{
@@ -62,7 +63,8 @@ public:
     void Erase(wxTimed* client);
 
     /// One 50 ms tick: the 100 ms signal on even ticks; on every fifth tick the 250 ms signal,
-    /// then the clients in address order.
+    /// then the clients in address order. Clients that take long hand the rest of the tick
+    /// to the next idle turn, so that input and painting come in between.
     void Notify() override;
     /// One 50 ms tick (Notify takes five at once while nobody listens to the 100 ms signal).
     void Tick();
@@ -80,7 +82,13 @@ public:
     void SyncState();
 
 private:
+    /// Calls the clients of this tick still due, until they are done or a turn is used up.
+    void _RunDue();
+
     uint32_t m_tick = 0;
+    std::vector<wxTimed*> m_due; ///< the clients of the last tick, in order
+    size_t m_next = 0;           ///< the first of them not yet called
+    bool m_turnQueued = false;
 };
 
 /// The one master timer; null until the first wxTimed and again after library clean-up.

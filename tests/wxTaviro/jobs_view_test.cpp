@@ -359,6 +359,7 @@ TEST(TypeTreeView, GroupsFollowTheJobs) {
         auto it = farm.find(id);
         return it == farm.end() ? JobPtr() : it->second;
     });
+    view->StopTimer(); // the test ticks it
     auto job = [&](const String& name, int type, int status) {
         JobPtr j(new Job(UID(true)));
         j->SetParameters(
@@ -410,15 +411,14 @@ TEST(TypeTreeView, GroupsFollowTheJobs) {
     view->Update();
     EXPECT_EQ(shown(), expected());
     EXPECT_EQ(view->GetJobCount(), farm.size());
-    // More moves than one tick takes: the rest follow on the next.
+    // More moves than one turn takes: the rest follow in the next idle turns, by themselves.
     for (auto& j : farm) {
         j.second->SetStatus(k_JobFailed);
         view->OnFarmMessage(Message(k_MsgJobChanged, j.first));
     }
     view->Update();
     EXPECT_NE(shown(), expected());
-    view->Update();
-    EXPECT_EQ(shown(), expected());
+    EXPECT_TRUE(WaitFor([&] { return shown() == expected(); }));
     JobFactory::s_JobFactory.Clear();
 }
 

@@ -136,6 +136,21 @@ TEST(MasterTimer, TicksSignalsAndClientsAndStopsWithoutClients) {
             g_MasterTimer->Notify();
         EXPECT_FALSE(killer.victim);
     }
+    { // a slow client: the ones after it wait for the next idle turn (input and paint first)
+        struct Slow : Client {
+            void OnTimer() override { ++calls, wxMilliSleep(20); }
+        };
+        struct {
+            Slow slow;
+            Client after; // walked after the slow one
+        } pair;
+        for (int i = 0; i < 5; ++i)
+            g_MasterTimer->Notify();
+        EXPECT_EQ(pair.slow.calls, 1);
+        EXPECT_EQ(pair.after.calls, 0);
+        PumpEvents();
+        EXPECT_EQ(pair.after.calls, 1);
+    }
     const int before = client->calls;
     client->StopTimer(); // as a client's destructor does first: no tick reaches it after
     for (int i = 0; i < 10; ++i)
@@ -246,7 +261,9 @@ TEST(DBList, FormatDisplayStringFindsWhatTheStepByStepFittingFinds) {
     for (int i = 0; longText.size() < 300; ++i) // the reference measures n candidates of n
         longText += SFormat("/render/out/shot%04d/beauty.%04d.exr WARN gamma ", i, i * 7);
     const String texts[] = {"abcdefghij", "WWWWiiiiWWWWiiii", "abcde",
-                            "Gr\xc3\xb6\xc3\x9f" "e \xc3\xa9t\xc3\xa9 \xe2\x82\xac \xe6\x97\xa5 job", longText};
+                            "Gr\xc3\xb6\xc3\x9f"
+                            "e \xc3\xa9t\xc3\xa9 \xe2\x82\xac \xe6\x97\xa5 job",
+                            longText};
     wxBitmap bitmap(10, 10);
     wxMemoryDC dc(bitmap);
     for (const wxFont& font : {wxFont(wxFontInfo(10).Family(wxFONTFAMILY_TELETYPE)),
@@ -400,13 +417,13 @@ TEST(DBList, ColumnWidthsSurviveSaveAndGarbledRestore) {
     EXPECT_NE(File::ReadAll(logFile).find("ListCtrl SAVE: [ S ] K = 120, 80, 200"), String::npos);
 
     list->AddColumn(0, "four", 60);
-    const std::pair<const char*, std::vector<int>> cases[] = {{"120, 5, abc", {120, 20, 20, 60}},
-                                                              {" 90px,,30", {90, 20, 30, 60}},
-                                                              {"", {90, 20, 30, 60}},
-                                                              {"1,2,3,4,5", {20, 20, 20, 20}},
-                                                              // past any screen: the default
-                                                              {"99999999999999999999999, 16385, 300",
-                                                               {120, 80, 300, 20}}};
+    const std::pair<const char*, std::vector<int>> cases[] = {
+        {"120, 5, abc", {120, 20, 20, 60}},
+        {" 90px,,30", {90, 20, 30, 60}},
+        {"", {90, 20, 30, 60}},
+        {"1,2,3,4,5", {20, 20, 20, 20}},
+        // past any screen: the default
+        {"99999999999999999999999, 16385, 300", {120, 80, 300, 20}}};
     for (const auto& [saved, widths] : cases) {
         app.GetOptions()->SetValue("S", "K", saved);
         list->RestoreColumnSizes("S", "K");
@@ -419,7 +436,8 @@ TEST(DBList, ColumnWidthsSurviveSaveAndGarbledRestore) {
             << saved;
     }
     Log::s_GlobalLog->Close();
-    EXPECT_NE(File::ReadAll(logFile).find("[S] K: column width 'abc' is not a width"), String::npos);
+    EXPECT_NE(File::ReadAll(logFile).find("[S] K: column width 'abc' is not a width"),
+              String::npos);
 }
 
 // Half a billion rows: more pixels than an int holds at any row height.
@@ -516,9 +534,8 @@ TEST(DBList, SingleDragsCursorsAndCellsOfTheirOwn) {
     EXPECT_GT(inkWidth(1), inkWidth(0) + 10); // not the plain row's text again
     // Red round the glyphs: inside the text's box too, never a flat box of the row colour.
     EXPECT_PIXEL(image, 4, h + 1, *wxRED);
-    EXPECT_EQ(CountPixels(image, wxRect(3, h + 3, inkWidth(1) - 3, h - 6), list->GetRowBGColor(1),
-                          8),
-              0);
+    EXPECT_EQ(
+        CountPixels(image, wxRect(3, h + 3, inkWidth(1) - 3, h - 6), list->GetRowBGColor(1), 8), 0);
 }
 
 } // namespace
