@@ -20,6 +20,7 @@
 #include <cctype>
 #include <chrono>
 #include <climits>
+#include <thread>
 
 namespace {
 
@@ -619,6 +620,32 @@ bool JobsView::SortFromNameOrder() {
 }
 
 namespace {
+// A text whose byte order is the natural order of `name` (NaturalCompare): each run of digits
+// becomes '0' (a digit to whatever is not one), its length without leading zeros (four bytes,
+// high first) and those digits. Comparing such keys runs as memcmp, many times faster.
+String NaturalKey(const String& name) {
+    String key;
+    key.reserve(name.size() + 8);
+    for (size_t i = 0; i < name.size();) {
+        if (!isdigit((unsigned char)name[i])) {
+            key += name[i++];
+            continue;
+        }
+        while (i < name.size() && name[i] == '0')
+            ++i;
+        size_t end = i;
+        while (end < name.size() && isdigit((unsigned char)name[end]))
+            ++end;
+        const uint32_t digits = uint32_t(end - i);
+        key += '0';
+        for (int shift = 24; shift >= 0; shift -= 8)
+            key += char((digits >> shift) & 0xff);
+        key.append(name, i, digits);
+        i = end;
+    }
+    return key;
+}
+
 // Name order: by name, then by arrival.
 bool NameBefore(const String& name, uint32_t seq, const String& otherName, uint32_t otherSeq) {
     const int c = NaturalCompare(name, otherName);
@@ -628,19 +655,31 @@ bool NameBefore(const String& name, uint32_t seq, const String& otherName, uint3
 
 void JobsView::BuildNameOrder() {
     const auto start = std::chrono::steady_clock::now();
-    std::vector<std::pair<String, _Entry*>> named;
+    // By key, then arrival; each core sorts half, then the halves are merged.
+    struct _Named {
+        String key;
+        uint32_t seq;
+        _Entry* entry;
+        bool operator<(const _Named& o) const {
+            const int c = key.compare(o.key);
+            return c ? c < 0 : seq < o.seq;
+        }
+    };
+    std::vector<_Named> named;
     named.reserve(m_Entries.size());
-    for (auto& kv : m_Entries)
-        if (!kv.second.gone) named.emplace_back(kv.second.job->Name(), &kv.second);
-    std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) {
-        return NameBefore(a.first, a.second->seq, b.first, b.second->seq);
-    });
+    for (_Entry* e : m_BySeq)
+        if (!e->gone) named.push_back({NaturalKey(e->job->Name()), e->seq, e});
+    const auto half = named.begin() + long(named.size() / 2);
+    std::thread other([&] { std::sort(named.begin(), half); });
+    std::sort(half, named.end());
+    other.join();
+    std::inplace_merge(named.begin(), half, named.end());
     m_ByName.resize(named.size());
     for (size_t i = 0; i < named.size(); ++i) {
-        _Entry* e = m_ByName[i] = named[i].second;
+        _Entry* e = m_ByName[i] = named[i].entry;
         e->named = true;
         e->renamed = false;
-        e->tiesPrev = i && NaturalCompare(named[i - 1].first, named[i].first) == 0;
+        e->tiesPrev = i && named[i - 1].key == named[i].key;
     }
     m_NameOrderBuilt = true;
     if (m_LogTicks)
