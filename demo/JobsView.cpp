@@ -669,11 +669,15 @@ void JobsView::BuildNameOrder() {
     named.reserve(m_Entries.size());
     for (_Entry* e : m_BySeq)
         if (!e->gone) named.push_back({NaturalKey(e->job->Name()), e->seq, e});
-    const auto half = named.begin() + long(named.size() / 2);
-    std::thread other([&] { std::sort(named.begin(), half); });
-    std::sort(half, named.end());
-    other.join();
-    std::inplace_merge(named.begin(), half, named.end());
+    if (named.size() < 20000) {
+        std::sort(named.begin(), named.end());
+    } else {
+        const auto half = named.begin() + long(named.size() / 2);
+        std::thread other([&] { std::sort(named.begin(), half); });
+        std::sort(half, named.end());
+        other.join();
+        std::inplace_merge(named.begin(), half, named.end());
+    }
     m_ByName.resize(named.size());
     for (size_t i = 0; i < named.size(); ++i) {
         _Entry* e = m_ByName[i] = named[i].entry;
@@ -1068,7 +1072,24 @@ void JobsView::OnColumnMenu(wxListEvent& event) {
 
 // ---- name filter ----
 // Separate from the sort: the filter only decides which entries Place puts among the rows.
-// A name is lower-cased once, when a filter first needs it, and again after a rename.
+// A name is lower-cased once, when a filter first needs it (the first filter on both cores),
+// and again after a rename; the lower-case names are kept for the next keystrokes.
+
+void JobsView::CaseNames() {
+    std::vector<_Entry*> uncased;
+    for (_Entry* e : m_BySeq)
+        if (!e->nameCased) uncased.push_back(e);
+    auto lower = [&uncased](size_t from, size_t to) {
+        for (size_t i = from; i < to; ++i) { // each entry by one thread; a job's name is locked
+            uncased[i]->lowerName = uncased[i]->job->Name().Lower();
+            uncased[i]->nameCased = true;
+        }
+    };
+    if (uncased.size() < 20000) return lower(0, uncased.size());
+    std::thread other(lower, 0, uncased.size() / 2);
+    lower(uncased.size() / 2, uncased.size());
+    other.join();
+}
 
 bool JobsView::Passes(_Entry& e) {
     if (m_Filter.empty()) return true;
@@ -1141,6 +1162,7 @@ void JobsView::SetNameFilter(const String& text) {
     m_Filter = filter;
     const int anchorRow = GetLastSelect();
     _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
+    if (!m_Filter.empty()) CaseNames();
     if (!wider) LeaveOutFiltered(m_Rows);
     if (!narrower) {
         std::vector<_Entry*> back;
@@ -1149,11 +1171,6 @@ void JobsView::SetNameFilter(const String& text) {
         LeaveOutFiltered(back);
         MergeIntoRows(back);
     }
-    if (m_Filter.empty()) // the lower-case names are not needed until the next filter
-        for (auto& kv : m_Entries) {
-            kv.second.lowerName = String();
-            kv.second.nameCased = false;
-        }
     Renumber();
     m_Quiet = true;
     SetItemCount((int)m_Rows.size());

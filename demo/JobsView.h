@@ -175,6 +175,8 @@ private:
     void Select(int row, bool on);
     // Name filter: whether a job shows; leaving out the entries that do not (from `entries`).
     bool Passes(_Entry& e);
+    // Lower-cases the names not lower-cased yet, of every entry.
+    void CaseNames();
     void LeaveOutFiltered(std::vector<_Entry*>& entries);
     // Puts entries that have no row among the (sorted) rows.
     void MergeIntoRows(std::vector<_Entry*>& entries);

@@ -2129,3 +2129,10 @@ void wxsNotebook::ChildFocusEvent(wxChildFocusEvent&) {
     CALL_ENTRY("wxsNotebook::ChildFocusEvent");
     // Not skipped: the notebook's own handling would make the focused control's page current.
 }
+
+int wxsNotebook::SetSelection(size_t page) {
+    CALL_ENTRY("wxsNotebook::SetSelection");
+    const int current = GetSelection();
+    if (current >= 0 && size_t(current) == page) return current;
+    return wxAuiNotebook::SetSelection(page);
+}

@@ -731,6 +731,9 @@ public:
     void SavePerspective(wxAuiNotebookEvent& event);
     /// Swallowed on purpose: focusing a control must not make its page the current one.
     void ChildFocusEvent(wxChildFocusEvent& event);
+    /// As wxAuiNotebook's, except that selecting the current page again changes nothing: the
+    /// AUI notebook would move the keyboard focus to its tabs (away from the field typed in).
+    int SetSelection(size_t page) override;
 };
 
 /// @}

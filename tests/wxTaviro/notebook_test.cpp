@@ -157,4 +157,12 @@ TEST_F(Themed, NotebookUsesItsArtAndKeepsItsPageWhenAControlTakesTheFocus) {
     EXPECT_EQ(nb->GetBackgroundColour(), wxColour(72, 72, 72));
     Send(second, wxChildFocusEvent(second));
     EXPECT_EQ(nb->GetSelection(), 0);
+    // Showing the page already shown (a filter field's handler does) leaves the focus alone.
+    auto* field = new wxTextCtrl(TopWindow(), wxID_ANY);
+    field->SetFocus();
+    ASSERT_TRUE(WaitFor([&] { return wxWindow::FindFocus() == field; }));
+    nb->SetSelection(0);
+    PumpEvents();
+    EXPECT_EQ(wxWindow::FindFocus(), field);
+    field->Destroy();
 }
