@@ -14,6 +14,7 @@
 #include <wx/timer.h>
 
 #include <ctime>
+#include <atomic>
 #include <mutex>
 #include <sys/time.h>
 #include <vector>
@@ -53,7 +54,6 @@ public:
         Bind(wxEVT_BUTTON, [this](wxCommandEvent& e) { OnButton(e.GetId()); });
         Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Drain(); });
         MessageReceivedEvt::s_Signal.Connect(this, &_LogView::OnMessage);
-        m_Timer.Start(50);
         Drain();
     }
     ~_LogView() override {
@@ -72,6 +72,8 @@ private:
             std::lock_guard<std::mutex> l(m_Mutex);
             m_Pending.push_back(std::move(line));
         }
+        // Lines come in batches of one 50 ms wait; a quiet farm wakes nobody up.
+        if (!m_Armed.exchange(true)) CallAfter([this] { m_Timer.StartOnce(50); });
         // The master's own lines are this page's alone; a job's line goes on to the farm too.
         if (m->GetJob() == UID::Null) evt.TakeMessage();
     }
@@ -87,6 +89,7 @@ private:
 
     // GUI thread.
     void Drain() {
+        m_Armed = false; // first: a line from now on arms the timer again
         std::vector<String> lines;
         {
             std::lock_guard<std::mutex> l(m_Mutex);
@@ -94,7 +97,8 @@ private:
         }
         for (const String& line : lines)
             m_Lines->Append(line, false);
-        m_Count->SetLabel(wxString::Format("%d lines", m_Lines->GetCount()));
+        const wxString count = wxString::Format("%d lines", m_Lines->GetCount());
+        if (count != m_Count->GetLabel()) m_Count->SetLabel(count);
     }
 
     void OnButton(int id) {
@@ -120,6 +124,7 @@ public:
 private:
     wxsStaticText* m_Count;
     wxTimer m_Timer;
+    std::atomic<bool> m_Armed{false};
     std::mutex m_Mutex;
     std::vector<String> m_Pending;
 };
