@@ -173,8 +173,18 @@ void MoveTo(int x, int y) {
     Flush();
 }
 
+// There is no window manager to give a clicked window the keyboard: do as one would.
+void FocusWindowAt(int x, int y) {
+    const Window root = DefaultRootWindow(g_Display);
+    Window top = 0;
+    int wx = 0, wy = 0;
+    XTranslateCoordinates(g_Display, root, root, x, y, &wx, &wy, &top);
+    if (top) XSetInputFocus(g_Display, top, RevertToPointerRoot, CurrentTime);
+}
+
 void Click(int x, int y, unsigned button = 1) {
     MoveTo(x, y);
+    if (button == 1) FocusWindowAt(x, y);
     XTestFakeButtonEvent(g_Display, button, True, 0);
     XTestFakeButtonEvent(g_Display, button, False, 0);
     Flush();

@@ -1164,14 +1164,21 @@ void JobsView::SetNameFilter(const String& text) {
     _Entry* anchor = anchorRow >= 0 && anchorRow < (int)m_Rows.size() ? m_Rows[anchorRow] : nullptr;
     if (!m_Filter.empty()) CaseNames();
     if (!wider) LeaveOutFiltered(m_Rows);
+    bool sorted = false;
     if (!narrower) {
         std::vector<_Entry*> back;
-        for (auto& kv : m_Entries)
-            if (kv.second.hidden && kv.second.row < 0) back.push_back(&kv.second);
+        for (_Entry* e : m_BySeq)
+            if (e->hidden && e->row < 0) back.push_back(e);
         LeaveOutFiltered(back);
-        MergeIntoRows(back);
+        if (back.size() * 8 > m_Rows.size()) { // many back (the filter cleared): sort them all
+            m_Rows.insert(m_Rows.end(), back.begin(), back.end());
+            FullSort();
+            sorted = true;
+        } else {
+            MergeIntoRows(back);
+        }
     }
-    Renumber();
+    if (!sorted) Renumber(); // a full sort numbers the rows itself
     m_Quiet = true;
     SetItemCount((int)m_Rows.size());
     m_Quiet = false;
