@@ -457,6 +457,15 @@ void wxDBListHeader::OnMotion(wxMouseEvent& event) {
 }
 
 void wxDBListHeader::OnLDown(wxMouseEvent& event) {
+    // Where the press is decides, not the last motion: under load, or on a touch screen, the
+    // motion onto an edge may not have been seen before the press.
+    const int edge = FindEdge(event.GetX());
+    if ((edge >= 0) != m_overEdge) {
+        m_overEdge = edge >= 0;
+        m_cursor = wxCursor(m_overEdge ? wxCURSOR_SIZEWE : wxCURSOR_ARROW);
+        SetCursor(m_cursor);
+    }
+    if (edge >= 0) m_resizeColumn = edge;
     if (!m_overEdge) {
         m_pressedColumn = FindColumn(event.GetX());
         Redraw();
