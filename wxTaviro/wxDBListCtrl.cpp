@@ -422,20 +422,7 @@ void wxDBListHeader::OnMotion(wxMouseEvent& event) {
     m_mouse = event.GetPosition();
     auto& columns = m_list->m_columns;
     if (m_resizeStartX >= 0) {
-        if (m_resizeColumn < 0 || m_resizeColumn >= int(columns.size())) return;
-        auto& column = columns[m_resizeColumn];
-        const int width = std::max(k_MinColumnWidth, column.dragWidth + (x - m_resizeStartX));
-        if (m_list->m_body) {
-            m_list->m_body->m_virtualWidth += width - column.width;
-            column.width = width;
-            m_list->m_body->AdjustScrollbars();
-        } else {
-            column.width = width;
-        }
-        m_list->Redraw();
-        // A drag shows in the next frame, not after the merge meant for bursts of data.
-        RedrawForInput();
-        m_list->m_body->RedrawForInput();
+        _DragEdgeTo(x);
         return;
     }
     const int edge = FindEdge(x);
@@ -454,6 +441,25 @@ void wxDBListHeader::OnMotion(wxMouseEvent& event) {
             SetToolTip(tip);
     }
     Redraw();
+}
+
+void wxDBListHeader::_DragEdgeTo(int x) {
+    auto& columns = m_list->m_columns;
+    if (m_resizeColumn < 0 || m_resizeColumn >= int(columns.size())) return;
+    auto& column = columns[m_resizeColumn];
+    const int width = std::max(k_MinColumnWidth, column.dragWidth + (x - m_resizeStartX));
+    if (width == column.width) return;
+    if (m_list->m_body) {
+        m_list->m_body->m_virtualWidth += width - column.width;
+        column.width = width;
+        m_list->m_body->AdjustScrollbars();
+    } else {
+        column.width = width;
+    }
+    m_list->Redraw();
+    // A drag shows in the next frame, not after the merge meant for bursts of data.
+    RedrawForInput();
+    if (m_list->m_body) m_list->m_body->RedrawForInput();
 }
 
 void wxDBListHeader::OnLDown(wxMouseEvent& event) {
@@ -494,6 +500,7 @@ void wxDBListHeader::OnLUp(wxMouseEvent& event) {
         RedrawForInput();
         m_list->m_body->RedrawForInput();
     } else if (m_resizeStartX >= 0) {
+        _DragEdgeTo(event.GetX()); // the release is where the edge ends (motions get merged)
         m_resizeStartX = -1;
         SendListEvent(wxEVT_LIST_COL_END_DRAG, point, m_resizeColumn, -1);
     }

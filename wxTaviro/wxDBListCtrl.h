@@ -138,6 +138,10 @@ protected:
     wxPoint m_mouse{-1, -1};  ///< the pointer; (-1, -1) outside
     bool m_overEdge = false;  ///< the resize cursor is shown
 
+private:
+    /// The dragged edge to client x: the column's new width, redrawn in the next frame.
+    void _DragEdgeTo(int x);
+
     wxDECLARE_EVENT_TABLE();
 };
 

@@ -401,6 +401,12 @@ TEST(DBList, ColumnsHitTestsEventsAndHeaderDrag) {
     EXPECT_EQ(got[2].GetIndex(), 7); // past the last row: handlers check it
     EXPECT_EQ(list->GetColumnWidth(0), 20);
     EXPECT_EQ(list->GetBody()->GetScrollPixelRange(wxHORIZONTAL), 70);
+    // Released 30 pixels right of the last motion seen (the ones between were merged): the
+    // edge ends where the button came up.
+    Mouse(header, wxEVT_LEFT_DOWN, 20, 5);
+    Mouse(header, wxEVT_MOTION, 40, 5);
+    Mouse(header, wxEVT_LEFT_UP, 70, 5);
+    EXPECT_EQ(list->GetColumnWidth(0), 70);
     list->AddColumn(7, "A", -5); // only -1 means the default width here
     list->InsertColumn(0, 7, "B", "", -5);
     EXPECT_EQ(std::make_pair(list->GetColumnWidth(0), list->GetColumnWidth(3)),
