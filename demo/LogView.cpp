@@ -13,8 +13,8 @@
 #include <wx/sizer.h>
 #include <wx/timer.h>
 
-#include <ctime>
 #include <atomic>
+#include <ctime>
 #include <mutex>
 #include <sys/time.h>
 #include <vector>
