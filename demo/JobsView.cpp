@@ -20,6 +20,8 @@
 #include <cctype>
 #include <chrono>
 #include <climits>
+#include <functional>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -119,6 +121,14 @@ void EraseAt(std::vector<T>& items, const std::vector<I>& at) {
         to += end - size_t(at[k]) - 1;
     }
     items.resize(to);
+}
+
+// work(0, n / 2) on another thread and work(n / 2, n) on this one; all here when n is small.
+void OnBothCores(size_t n, const std::function<void(size_t, size_t)>& work) {
+    if (n < 20000) return work(0, n);
+    std::thread other(work, 0, n / 2);
+    work(n / 2, n);
+    other.join();
 }
 
 // Rows numbered afresh after this many ticks, or when the ticks moved this share of them.
@@ -298,13 +308,12 @@ void JobsView::Update(std::time_t now) {
     moving.insert(moving.end(), fresh.begin(), fresh.end());
     moving.erase(std::remove_if(moving.begin(), moving.end(), [](_Entry* e) { return e->gone; }),
                  moving.end());
-    m_Resorted = false;
-    const std::vector<uint32_t> landed = Place(moving);
+    const std::optional<std::vector<uint32_t>> landed = Place(moving);
     // Gone entries leave last: until here their flags were still read.
     for (_Entry* e : gone)
         if (e->gone) m_Entries.erase(e->job->GetID());
     if (rearranged) {
-        if (!m_Resorted) AddShift(std::move(out), landed);
+        if (landed) AddShift(std::move(out), *landed); // else a full sort numbered the rows
         m_Quiet = true;
         SetItemCount((int)m_Rows.size());
         m_Quiet = false;
@@ -408,7 +417,7 @@ std::vector<uint32_t> JobsView::DropRows(const std::vector<_Entry*>& gone,
     return out;
 }
 
-std::vector<uint32_t> JobsView::Place(std::vector<_Entry*>& entries) {
+std::optional<std::vector<uint32_t>> JobsView::Place(std::vector<_Entry*>& entries) {
     for (_Entry* e : entries)
         e->moving = false;
     LeaveOutFiltered(entries);
@@ -430,8 +439,9 @@ std::vector<uint32_t> JobsView::Place(std::vector<_Entry*>& entries) {
             if (tail) land(e, m_Rows.size());
             m_Rows.push_back(e);
         }
-        if (!tail) FullSort();
-        return landed;
+        if (tail) return landed;
+        FullSort();
+        return std::nullopt;
     }
     std::vector<std::pair<_Key, _Entry*>> keyed;
     keyed.reserve(entries.size());
@@ -464,7 +474,6 @@ std::vector<uint32_t> JobsView::Place(std::vector<_Entry*>& entries) {
 }
 
 void JobsView::FullSort() {
-    m_Resorted = true;
     if (m_SortType == k_JobsName) {
         if (!SortFromNameOrder()) SortByComparing();
         Renumber();
@@ -669,15 +678,10 @@ void JobsView::BuildNameOrder() {
     named.reserve(m_Entries.size());
     for (_Entry* e : m_BySeq)
         if (!e->gone) named.push_back({NaturalKey(e->job->Name()), e->seq, e});
-    if (named.size() < 20000) {
-        std::sort(named.begin(), named.end());
-    } else {
-        const auto half = named.begin() + long(named.size() / 2);
-        std::thread other([&] { std::sort(named.begin(), half); });
-        std::sort(half, named.end());
-        other.join();
-        std::inplace_merge(named.begin(), half, named.end());
-    }
+    OnBothCores(named.size(), [&named](size_t from, size_t to) {
+        std::sort(named.begin() + long(from), named.begin() + long(to));
+    });
+    std::inplace_merge(named.begin(), named.begin() + long(named.size() / 2), named.end());
     m_ByName.resize(named.size());
     for (size_t i = 0; i < named.size(); ++i) {
         _Entry* e = m_ByName[i] = named[i].entry;
@@ -1079,16 +1083,12 @@ void JobsView::CaseNames() {
     std::vector<_Entry*> uncased;
     for (_Entry* e : m_BySeq)
         if (!e->nameCased) uncased.push_back(e);
-    auto lower = [&uncased](size_t from, size_t to) {
+    OnBothCores(uncased.size(), [&uncased](size_t from, size_t to) {
         for (size_t i = from; i < to; ++i) { // each entry by one thread; a job's name is locked
             uncased[i]->lowerName = uncased[i]->job->Name().Lower();
             uncased[i]->nameCased = true;
         }
-    };
-    if (uncased.size() < 20000) return lower(0, uncased.size());
-    std::thread other(lower, 0, uncased.size() / 2);
-    lower(uncased.size() / 2, uncased.size());
-    other.join();
+    });
 }
 
 bool JobsView::Passes(_Entry& e) {

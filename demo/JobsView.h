@@ -26,6 +26,7 @@
 #include <ctime>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -150,8 +151,8 @@ private:
     std::vector<uint32_t> DropRows(const std::vector<_Entry*>& gone,
                                    const std::vector<_Entry*>& moving);
     // Places fresh and moving entries: binary insertion when few, a full sort otherwise;
-    // gives the rows they landed in (ascending; nothing after a full sort).
-    std::vector<uint32_t> Place(std::vector<_Entry*>& entries);
+    // gives the rows they landed in (ascending), none after a full sort (it numbered them).
+    std::optional<std::vector<uint32_t>> Place(std::vector<_Entry*>& entries);
     // Sorts every row and numbers them.
     void FullSort();
     void SortByComparing();
@@ -206,7 +207,6 @@ private:
     std::vector<_Entry*> m_Spare;  // the rows being rebuilt by a tick (kept: 8 MB at 1M jobs)
     std::vector<_Shift> m_Shifts;  // the ticks since every row was last numbered
     uint32_t m_RowEpoch = 0;       // ticks that changed the rows, counted
-    bool m_Resorted = false;       // a full sort numbered the rows during this tick
     bool m_NameOrderBuilt = false;
 
     std::mutex m_NotesMutex;

@@ -103,8 +103,9 @@ TEST(Hardening, GarbledSettingsAreToldOnceAndAByteOrderMarkHidesNothing) {
     again.LoadFromString(twice.ToString());
     EXPECT_EQ(again.ToString(), twice.ToString());
     for (int i = 0; i < 3; ++i) // read again and again: one line per value, naming the place
-        EXPECT_TRUE(ini.GetValue("WINDOW", "width", 7) == 7 && !ini.GetValue("window", "SHOWN", true) &&
-                    !ini.GetValue("Window", "Ok", true) && ini.GetValue("Window", "Ratio", 2.0) == 2.0);
+        EXPECT_TRUE(ini.GetValue("WINDOW", "width", 7) == 7 &&
+                    !ini.GetValue("window", "SHOWN", true) && !ini.GetValue("Window", "Ok", true) &&
+                    ini.GetValue("Window", "Ratio", 2.0) == 2.0);
     EXPECT_EQ(count("[WINDOW] width = 'wide' is not a whole number"), 1);
     EXPECT_EQ(count("[window] SHOWN = 'maybe' is not a yes/no value"), 1);
     EXPECT_EQ(count("'1.5x' is not a number"), 1);
